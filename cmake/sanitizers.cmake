@@ -1,0 +1,8 @@
+# Address and undefined-behaviour sanitizers for the asan preset; any finding aborts the test.
+if(QUORVANE_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+if(QUORVANE_FUZZ AND NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "QUORVANE_FUZZ needs clang (use the fuzz preset)")
+endif()

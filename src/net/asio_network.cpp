@@ -1,0 +1,170 @@
+// UDP: one readiness wait, then the socket is drained without blocking. TCP: accept and hand over.
+#include "net/asio_network.h"
+
+#include "net/asio_impl.h"
+
+#include <array>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <netinet/in.h>
+
+namespace quorvane {
+
+namespace {
+
+constexpr size_t kMaxDatagram = 65536;
+constexpr int kDatagramsPerWake = 64; // leave room for timers and other sockets under load
+
+std::optional<asio::ip::address_v4> parseAddress(const std::string& text)
+{
+    if (text.empty()) return asio::ip::address_v4::any();
+    std::error_code ec;
+    const auto address = asio::ip::make_address_v4(text, ec);
+    if (ec) return std::nullopt;
+    return address;
+}
+
+Endpoint toEndpoint(const asio::ip::udp::endpoint& e)
+{
+    return {e.address().is_v4() ? e.address().to_v4().to_uint() : 0, e.port()};
+}
+
+} // namespace
+
+struct AsioNetwork::Udp {
+    explicit Udp(asio::io_context& io) : socket(io) {}
+    asio::ip::udp::socket socket;
+    std::array<char, kMaxDatagram> buffer{};
+};
+
+struct AsioNetwork::Listener {
+    explicit Listener(asio::io_context& io) : acceptor(io) {}
+    asio::ip::tcp::acceptor acceptor;
+};
+
+struct AsioNetwork::Connection {
+    explicit Connection(asio::ip::tcp::socket s) : socket(std::move(s)) {}
+    asio::ip::tcp::socket socket;
+};
+
+AsioNetwork::AsioNetwork(AsioLoop& loop) : m_loop(loop) {}
+AsioNetwork::~AsioNetwork() = default;
+
+SocketId AsioNetwork::bindUdp(const std::string& address, uint16_t port)
+{
+    const auto ip = parseAddress(address);
+    if (!ip) return kNoSocket;
+    auto udp = std::make_unique<Udp>(m_loop.impl().io);
+    std::error_code ec;
+    udp->socket.open(asio::ip::udp::v4(), ec);
+    if (!ec) udp->socket.bind({*ip, port}, ec);
+    if (!ec) udp->socket.non_blocking(true, ec);
+    if (ec) return kNoSocket;
+    const SocketId id = m_nextId++;
+    armRead(id, *udp);
+    m_udp.emplace(id, std::move(udp));
+    return id;
+}
+
+void AsioNetwork::armRead(SocketId id, Udp& udp)
+{
+    udp.socket.async_wait(asio::socket_base::wait_read, [this, id, &udp](std::error_code ec) {
+        if (ec == asio::error::operation_aborted) return; // closing
+        if (!ec) drainDatagrams(id, udp);
+        // The handler of a datagram may have closed this very socket.
+        if (m_udp.count(id) != 0) armRead(id, udp);
+    });
+}
+
+void AsioNetwork::drainDatagrams(SocketId id, Udp& udp)
+{
+    for (int i = 0; i < kDatagramsPerWake; ++i) {
+        asio::ip::udp::endpoint from;
+        std::error_code ec;
+        const size_t n = udp.socket.receive_from(asio::buffer(udp.buffer), from, 0, ec);
+        if (ec == asio::error::would_block) return;
+        if (ec) continue; // e.g. an ICMP error reported on this socket; the next read goes on
+        if (m_events) m_events->onDatagram(id, toEndpoint(from), std::string_view(udp.buffer.data(), n));
+        if (m_udp.count(id) == 0) return;
+    }
+}
+
+SocketId AsioNetwork::listenTcp(const std::string& address, uint16_t port)
+{
+    const auto ip = parseAddress(address);
+    if (!ip) return kNoSocket;
+    auto listener = std::make_unique<Listener>(m_loop.impl().io);
+    std::error_code ec;
+    auto& acceptor = listener->acceptor;
+    acceptor.open(asio::ip::tcp::v4(), ec);
+    if (!ec) acceptor.set_option(asio::socket_base::reuse_address(true), ec);
+    if (!ec) acceptor.bind({*ip, port}, ec);
+    if (!ec) acceptor.listen(asio::socket_base::max_listen_connections, ec);
+    if (ec) return kNoSocket;
+    const SocketId id = m_nextId++;
+    armAccept(id, *listener);
+    m_listeners.emplace(id, std::move(listener));
+    return id;
+}
+
+void AsioNetwork::armAccept(SocketId id, Listener& listener)
+{
+    listener.acceptor.async_accept([this, id, &listener](std::error_code ec, asio::ip::tcp::socket socket) {
+        if (ec == asio::error::operation_aborted) return;
+        if (!ec) {
+            std::error_code peerError;
+            const auto peer = socket.remote_endpoint(peerError);
+            const SocketId connection = m_nextId++;
+            m_connections.emplace(connection, std::make_unique<Connection>(std::move(socket)));
+            const Endpoint from{peerError ? 0 : peer.address().to_v4().to_uint(), peer.port()};
+            if (m_events) m_events->onTcpAccepted(id, connection, from);
+        }
+        if (m_listeners.count(id) != 0) armAccept(id, listener);
+    });
+}
+
+void AsioNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view data)
+{
+    const auto it = m_udp.find(socket);
+    if (it == m_udp.end()) return;
+    std::error_code ignored;
+    it->second->socket.send_to(asio::buffer(data.data(), data.size()),
+                               {asio::ip::address_v4(to.address), to.port}, 0, ignored);
+}
+
+uint16_t AsioNetwork::localPort(SocketId socket) const
+{
+    std::error_code ec;
+    if (const auto it = m_udp.find(socket); it != m_udp.end()) return it->second->socket.local_endpoint(ec).port();
+    if (const auto it = m_listeners.find(socket); it != m_listeners.end())
+        return it->second->acceptor.local_endpoint(ec).port();
+    return 0;
+}
+
+void AsioNetwork::close(SocketId socket)
+{
+    // Erasing destroys the Asio object, which cancels its pending wait; the handler then sees
+    // operation_aborted and touches nothing.
+    m_udp.erase(socket);
+    m_listeners.erase(socket);
+    m_connections.erase(socket);
+}
+
+std::vector<std::string> AsioNetwork::localAddresses() const
+{
+    std::vector<std::string> addresses;
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) return addresses;
+    for (const ifaddrs* i = list; i != nullptr; i = i->ifa_next) {
+        if (i->ifa_addr == nullptr || i->ifa_addr->sa_family != AF_INET) continue;
+        if ((i->ifa_flags & IFF_UP) == 0 || (i->ifa_flags & IFF_LOOPBACK) != 0) continue;
+        const auto* in = reinterpret_cast<const sockaddr_in*>(i->ifa_addr);
+        addresses.push_back(addressText(ntohl(in->sin_addr.s_addr)));
+    }
+    freeifaddrs(list);
+    // A machine with no network still has itself, as the host-name lookup would say.
+    if (addresses.empty()) addresses.emplace_back("127.0.0.1");
+    return addresses;
+}
+
+} // namespace quorvane

@@ -1,0 +1,54 @@
+// The engine's only door to sockets: UDP datagrams and listening TCP sockets, by handle.
+// No Asio here: the production version is AsioNetwork (asio_network.h); tests use a fake.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorvane {
+
+using Bytes = std::string;
+using SocketId = int;
+constexpr SocketId kNoSocket = 0;
+
+// An IPv4 address (host byte order) and port. Kept as numbers so the hot path never formats text.
+struct Endpoint {
+    uint32_t address = 0;
+    uint16_t port = 0;
+    bool operator==(const Endpoint&) const = default;
+};
+
+// Dotted-decimal text of an address in host byte order ("192.168.0.1").
+std::string addressText(uint32_t address);
+
+// What the network tells its user. Calls arrive on the loop's thread, one at a time.
+class NetworkEvents {
+public:
+    virtual ~NetworkEvents() = default;
+    virtual void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) = 0;
+    // A connection came in on a listening socket; the new connection has its own id.
+    virtual void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) = 0;
+};
+
+class Network {
+public:
+    virtual ~Network() = default;
+    virtual void setEvents(NetworkEvents* events) = 0;
+    // Binds a UDP socket to address:port; an empty address means all interfaces, port 0 any free port.
+    // Returns kNoSocket when the address or port cannot be bound.
+    virtual SocketId bindUdp(const std::string& address, uint16_t port) = 0;
+    // Binds and listens on a TCP socket; kNoSocket on failure.
+    virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
+    // Sends one datagram from a bound UDP socket. Send errors are ignored.
+    virtual void sendTo(SocketId socket, const Endpoint& to, std::string_view data) = 0;
+    // The local port a socket is bound to (0 for an unknown socket).
+    virtual uint16_t localPort(SocketId socket) const = 0;
+    // Closes any socket or connection; unknown ids are ignored.
+    virtual void close(SocketId socket) = 0;
+    // The machine's own IPv4 addresses in dotted text, in interface order.
+    virtual std::vector<std::string> localAddresses() const = 0;
+};
+
+} // namespace quorvane

@@ -1,0 +1,56 @@
+// A network in memory: binds succeed unless a test has taken the port, sends are recorded,
+// and tests deliver datagrams and connections by hand.
+#pragma once
+
+#include "net/network.h"
+
+#include <map>
+#include <set>
+
+namespace quorvane::test {
+
+class FakeNetwork : public Network {
+public:
+    struct Bound {
+        bool tcp = false;
+        std::string address;
+        uint16_t port = 0;
+    };
+    struct Sent {
+        SocketId socket;
+        Endpoint to;
+        Bytes data;
+    };
+
+    void setEvents(NetworkEvents* events) override { m_events = events; }
+    SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
+    SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
+    void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
+    uint16_t localPort(SocketId socket) const override;
+    void close(SocketId socket) override { m_open.erase(socket); }
+    std::vector<std::string> localAddresses() const override { return addresses; }
+
+    // Makes later binds of this port (UDP and TCP, any address) fail, as if another program held it.
+    void takePort(uint16_t port) { m_taken.insert(port); }
+    void freePort(uint16_t port) { m_taken.erase(port); }
+    // The open socket bound to this protocol and port, or kNoSocket.
+    SocketId findOpen(bool tcp, uint16_t port) const;
+    const std::map<SocketId, Bound>& open() const { return m_open; }
+
+    void deliver(SocketId socket, const Endpoint& from, std::string_view data);
+    // Simulates a client connecting to a listener; returns the connection's id.
+    SocketId connect(SocketId listener, const Endpoint& from);
+    bool isOpen(SocketId socket) const { return m_open.count(socket) != 0; }
+
+    std::vector<std::string> addresses{"192.168.1.10"};
+    std::vector<Sent> sent;
+
+private:
+    SocketId bind(bool tcp, const std::string& address, uint16_t port);
+    NetworkEvents* m_events = nullptr;
+    std::map<SocketId, Bound> m_open;
+    std::set<uint16_t> m_taken;
+    SocketId m_nextId = 1;
+};
+
+} // namespace quorvane::test

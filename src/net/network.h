@@ -2,6 +2,8 @@
 // No Asio here: the production version is AsioNetwork (asio_network.h); tests use a fake.
 #pragma once
 
+#include "net/bytes.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,7 +11,6 @@
 
 namespace quorvane {
 
-using Bytes = std::string;
 using SocketId = int;
 constexpr SocketId kNoSocket = 0;
 

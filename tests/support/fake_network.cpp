@@ -1,9 +1,12 @@
 #include "support/fake_network.h"
 
+#include <stdexcept>
+
 namespace quorvane::test {
 
 SocketId FakeNetwork::bind(bool tcp, const std::string& address, uint16_t port)
 {
+    if (throwOnBind) throw std::runtime_error("socket table corrupted");
     if (m_taken.count(port) != 0 || findOpen(tcp, port) != kNoSocket) return kNoSocket;
     if (!address.empty() && address != "127.0.0.1") {
         bool known = false;

@@ -43,6 +43,8 @@ public:
     bool isOpen(SocketId socket) const { return m_open.count(socket) != 0; }
 
     std::vector<std::string> addresses{"192.168.1.10"};
+    // Makes bindUdp throw, to exercise the callers' error guards.
+    bool throwOnBind = false;
     std::vector<Sent> sent;
 
 private:

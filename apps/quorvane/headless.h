@@ -1,0 +1,27 @@
+// The front end without a window: log lines to standard output, message boxes to standard error.
+#pragma once
+
+#include "host/engine_events.h"
+
+#include <functional>
+
+namespace quorvane {
+
+class HeadlessFrontEnd : public EngineEvents {
+public:
+    explicit HeadlessFrontEnd(std::function<void()> onClosed) : m_closed(std::move(onClosed)) {}
+
+    void onLogLine(const std::string& line) override;
+    void onMessageBox(const std::string& text, MessageIcon icon) override;
+    // No one can answer the question: the text is printed and the answer is No.
+    void onErrorReport(const std::string& question, const std::string& supportFile) override;
+    void onServerState(bool) override {}
+    void onStatusText(int, const std::string&) override {}
+    void onTray(int) override {}
+    void onClosed() override { m_closed(); }
+
+private:
+    std::function<void()> m_closed;
+};
+
+} // namespace quorvane

@@ -1,0 +1,145 @@
+#include "host/engine.h"
+
+#include "host/version.h"
+
+
+namespace quorvane {
+
+namespace {
+
+const char* closeReasonLine(CloseReason reason)
+{
+    switch (reason) {
+    case CloseReason::User: return "Program was closed by user.";
+    case CloseReason::SessionEnded: return "Program was closed because Windows session ended.";
+    case CloseReason::TaskManager: return "Program was closed through Windows Task Manager.";
+    }
+    return "";
+}
+
+} // namespace
+
+Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options)
+    : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
+      m_log(clock, m_options.programFolder)
+{
+    m_network.setEvents(this);
+    m_log.setActiveLogOpen(m_options.activeLogOpen);
+    m_log.setLineSink([this](const std::string& line) { m_events.onLogLine(line); });
+    // Routines below the engine (codec, parsers) report their own failures through this hook.
+    m_previousErrorHandler = setErrorHandler([this](const std::string& label, const std::string& what) {
+        ErrorReport(label, "", PendingError{0, what});
+    });
+}
+
+Engine::~Engine()
+{
+    setErrorHandler(std::move(m_previousErrorHandler));
+    m_network.setEvents(nullptr);
+}
+
+void Engine::Main()
+{
+    guarded("modMain Main", [&] {
+        m_startTime = m_clock.now();
+        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        InitWinsock();
+        AddLine(0, "Program started.");
+        AddLine(0, "Loading IP address blocks...");
+        AddLine(0, "Loading DHCP Leases...");
+        StartServices();
+    });
+}
+
+void Engine::execute(Command command)
+{
+    switch (command) {
+    case Command::StartStop: guarded("frmMain mnuStartStop", [&] { mnuStartStop(); }); break;
+    case Command::ReloadRecords:
+        // Zones, the hosts file and the root records are reloaded here once the record store exists.
+        break;
+    case Command::WriteSupportFile: guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); }); break;
+    }
+}
+
+void Engine::close(CloseReason reason)
+{
+    guarded("frmMain QueryUnload", [&] { AddLine(0, closeReasonLine(reason)); });
+    guarded("frmMain Unload", [&] {
+        closeDns();
+        m_log.closeFile();
+    });
+    m_events.onClosed();
+}
+
+SupportData Engine::supportData() const
+{
+    SupportData d;
+    d.localAddresses = m_localAddresses;
+    d.system = readSystemInfo();
+    d.now = m_clock.now();
+    d.running = m_serverRunning;
+    d.executable = m_options.executable;
+    d.version = versionText();
+    d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;
+    d.activeLog = m_log.activeLogOpen() ? &m_log.activeLog() : nullptr;
+    d.programFolder = m_options.programFolder;
+    d.hostsFile = m_settings.HOSTS;
+    return d;
+}
+
+void Engine::ErrorReport(const std::string& label, const std::string& additional,
+                         const std::optional<PendingError>& error)
+{
+    // The report itself must never throw: it is what every other failure ends in.
+    try {
+        SupportData d = supportData();
+        d.error = error;
+        d.label = label;
+        d.additional = additional;
+        const auto file = (m_options.programFolder / kSupportFileName).string();
+        writeSupportFile(d);
+        if (!error) return;
+        std::string text = "An error has occured in Quorvane!\n\n";
+        text += "Error:" + std::to_string(error->number) + ' ' + error->description + '\n';
+        if (!label.empty()) text += "Module: " + label + '\n';
+        text += "\nA support file containing information about your\nsystem and configuration was created as\n\"" +
+                file + "\"\n\n";
+        text += std::string("Please e-mail this file to ") + kSupportAddress + " and\n";
+        text += "state any other information you think may be useful.\n\n";
+        text += "Review the support file with notepad now ?";
+        m_events.onErrorReport(text, file);
+    } catch (...) {
+    }
+}
+
+void Engine::writeSupportFileCommand()
+{
+    ErrorReport("", "", std::nullopt);
+    const auto file = (m_options.programFolder / kSupportFileName).string();
+    std::string text = "A support file was created as\n\"" + file + "\"\n\n";
+    text += std::string("Please e-mail this file to ") + kSupportAddress + " and\n";
+    text += "state your question, suggestion or problem.\n\n";
+    text += "Review the support file with notepad now ?";
+    m_events.onErrorReport(text, file);
+}
+
+void Engine::DoTray(int state)
+{
+    if (state == m_trayState) return;
+    m_trayState = state;
+    m_events.onTray(state);
+}
+
+void Engine::onDatagram(SocketId, const Endpoint&, std::string_view)
+{
+    // Request intake is wired here once the query path exists; until then datagrams are dropped.
+}
+
+void Engine::onTcpAccepted(SocketId, SocketId connection, const Endpoint&)
+{
+    // Zone transfers are not offered yet: the connection is closed at once.
+    guarded("frmMain WSZT", [&] { m_network.close(connection); });
+}
+
+} // namespace quorvane

@@ -1,0 +1,104 @@
+// The engine: owns all server state and runs on one thread, driven by socket events, timer ticks
+// and the operator's commands. Talks to the world only through Network, Clock and EngineEvents.
+#pragma once
+
+#include "host/engine_events.h"
+#include "host/event_log.h"
+#include "host/settings.h"
+#include "host/support_report.h"
+#include "net/clock.h"
+#include "net/error_hook.h"
+#include "net/network.h"
+
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <string>
+#include <vector>
+
+namespace quorvane {
+
+enum class Command { StartStop, ReloadRecords, WriteSupportFile };
+
+// Why the program closes; each has its own log line.
+enum class CloseReason { User, SessionEnded, TaskManager };
+
+struct EngineOptions {
+    std::filesystem::path programFolder;
+    std::filesystem::path executable;
+    bool activeLogOpen = false; // the log window is open (headless: lines go to standard output)
+};
+
+class Engine : private NetworkEvents {
+public:
+    static constexpr uint16_t kDnsPort = 53;
+
+    Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options);
+    ~Engine() override;
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    // Start-up: settings, addresses, stored data, then the services.
+    void Main();
+    // An operator's command, run under the error guard.
+    void execute(Command command);
+    // Logs the reason, saves what is kept across runs, closes the sockets and the log file.
+    void close(CloseReason reason);
+
+    // Unexpected errors: writes the support file and asks the front end to show the report.
+    void ErrorReport(const std::string& label, const std::string& additional,
+                     const std::optional<PendingError>& error);
+    void AddLine(int level, const std::string& text) { m_log.AddLine(level, text); }
+
+    bool serverRunning() const { return m_serverRunning; }
+    DateTime startTime() const { return m_startTime; }
+    const std::vector<std::string>& localAddresses() const { return m_localAddresses; }
+    const Settings& settings() const { return m_settings; }
+    EventLog& log() { return m_log; }
+
+private:
+    // Runs work, turning any exception that escapes it into an error report under label.
+    template <class Work> void guarded(const char* label, Work&& work);
+
+    void InitWinsock();
+    void StartServices();
+    bool bindDns();
+    void closeDns();
+    void mnuStartStop();
+    void writeSupportFileCommand();
+    void DoTray(int state);
+    SupportData supportData() const;
+
+    void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) override;
+    void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) override;
+
+    Network& m_network;
+    Clock& m_clock;
+    EngineEvents& m_events;
+    EngineOptions m_options;
+    Settings m_settings;
+    EventLog m_log;
+    ErrorHandler m_previousErrorHandler;
+
+    DateTime m_startTime = 0;
+    bool m_serverRunning = false;
+    std::vector<std::string> m_localAddresses;
+    SocketId m_WSDNS = kNoSocket;
+    SocketId m_WSZT = kNoSocket;
+    int m_trayState = 0;
+};
+
+template <class Work> inline void Engine::guarded(const char* label, Work&& work)
+{
+    try {
+        work();
+    } catch (const std::system_error& e) {
+        ErrorReport(label, "", PendingError{e.code().value(), e.what()});
+    } catch (const std::exception& e) {
+        ErrorReport(label, "", PendingError{0, e.what()});
+    } catch (...) {
+        ErrorReport(label, "", PendingError{0, "Unknown error"});
+    }
+}
+
+} // namespace quorvane

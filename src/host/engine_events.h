@@ -1,0 +1,31 @@
+// What the engine tells its front end (the headless printer or the desktop window). Calls come on
+// the engine thread; a window forwards them to its own thread and never calls back into the engine.
+#pragma once
+
+#include <string>
+
+namespace quorvane {
+
+enum class MessageIcon { Warning, Critical, Information };
+
+class EngineEvents {
+public:
+    virtual ~EngineEvents() = default;
+    // A line as shown in the Active Log ("hh:mm:ss   text").
+    virtual void onLogLine(const std::string& line) = 0;
+    // A message box the window would show; lines are separated by '\n'.
+    virtual void onMessageBox(const std::string& text, MessageIcon icon) = 0;
+    // The error report's question, already written support file included; on Yes the window opens
+    // the file in a text editor.
+    virtual void onErrorReport(const std::string& question, const std::string& supportFile) = 0;
+    // The services were started or paused (the caption of "&Start Server" / "&Pause Server").
+    virtual void onServerState(bool running) = 0;
+    // Text for a status-bar panel (0 is the first).
+    virtual void onStatusText(int panel, const std::string& text) = 0;
+    // The notification-area icon: 0 normal, 1 activity, 2 error.
+    virtual void onTray(int state) = 0;
+    // Shut-down has finished its saves; the front end ends the loop and the program.
+    virtual void onClosed() = 0;
+};
+
+} // namespace quorvane

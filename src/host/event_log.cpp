@@ -1,0 +1,94 @@
+#include "host/event_log.h"
+
+#include "net/error_hook.h"
+
+#include <system_error>
+
+namespace quorvane {
+
+EventLog::EventLog(const Clock& clock, std::filesystem::path programFolder)
+    : m_clock(clock), m_folder(std::move(programFolder))
+{
+}
+
+void EventLog::configure(bool logDetail, bool logInOnly, bool writeLog)
+{
+    m_logDetail = logDetail;
+    m_logInOnly = logInOnly;
+    m_writeLog = writeLog;
+    if (!m_writeLog) closeFile();
+}
+
+void EventLog::setActiveLogOpen(bool open)
+{
+    m_activeOpen = open;
+    if (!open) m_active.clear(); // a closed window forgets its lines
+}
+
+bool EventLog::levelPasses(int level) const
+{
+    if (level > 1 && m_logInOnly) return false;
+    if ((level == 1 || level == 3) && !m_logDetail) return false;
+    return true;
+}
+
+bool EventLog::wants(int level) const
+{
+    return (m_activeOpen || m_writeLog) && levelPasses(level);
+}
+
+void EventLog::AddLine(int level, const std::string& text)
+{
+    if (!wants(level)) return;
+    try {
+        const DateTime now = m_clock.now();
+        std::string line = timeOfDayText(now);
+        line += "   ";
+        line += text;
+        if (m_activeOpen) {
+            if (m_active.size() >= kActiveLogLines) m_active.pop_front();
+            m_active.push_back(line);
+            if (m_sink) m_sink(line);
+        }
+        if (m_writeLog) writeToFile(now, line);
+    } catch (const std::exception& e) {
+        reportError("modMain AddLine", e.what());
+    }
+}
+
+void EventLog::writeToFile(DateTime now, const std::string& line)
+{
+    const std::string today = dateStamp(now);
+    if (!m_logFileDate.empty() && m_logFileDate != today) closeFile(); // the first line after midnight
+    if (m_logFileDate.empty() && !openFile(now)) {
+        m_writeLog = false; // for the rest of the run; the saved setting is untouched
+        AddLine(0, "Error opening log file!");
+        return;
+    }
+    m_file << line << "\r\n";
+    m_file.flush();
+}
+
+bool EventLog::openFile(DateTime now)
+{
+    const auto path = m_folder / "logs" / (dateStamp(now) + ".log");
+    m_file.open(path, std::ios::out | std::ios::app | std::ios::binary);
+    if (!m_file.is_open()) {
+        std::error_code ignored; // a failure shows in the second open
+        std::filesystem::create_directory(m_folder / "logs", ignored);
+        m_file.clear();
+        m_file.open(path, std::ios::out | std::ios::app | std::ios::binary);
+    }
+    if (!m_file.is_open()) return false;
+    m_logFileDate = dateStamp(now);
+    return true;
+}
+
+void EventLog::closeFile()
+{
+    if (m_file.is_open()) m_file.close();
+    m_file.clear();
+    m_logFileDate.clear();
+}
+
+} // namespace quorvane

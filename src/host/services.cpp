@@ -1,0 +1,68 @@
+// Binding, pausing and restarting the network services, and discovering the machine's addresses.
+#include "host/engine.h"
+
+namespace quorvane {
+
+void Engine::InitWinsock()
+{
+    m_localAddresses = m_network.localAddresses();
+}
+
+void Engine::StartServices()
+{
+    guarded("modMain StartServices", [&] {
+        if (!bindDns()) return;
+        m_serverRunning = true;
+        m_events.onServerState(true);
+        m_events.onStatusText(0, "Uptime...");
+        DoTray(0);
+    });
+}
+
+bool Engine::bindDns()
+{
+    closeDns(); // the options dialog restarts running services on their new address
+    const std::string& address = m_settings.DNSBIND;
+    m_WSDNS = m_network.bindUdp(address, kDnsPort);
+    if (m_WSDNS != kNoSocket) m_WSZT = m_network.listenTcp(address, kDnsPort);
+    if (m_WSZT != kNoSocket) {
+        AddLine(0, address.empty() ? "DNS service started." : "DNS service started on " + address);
+        return true;
+    }
+    closeDns();
+    if (address.empty()) {
+        m_events.onStatusText(0, "Could not start DNS service.");
+        AddLine(0, "Binding DNS service failed - DNS service not started!");
+        DoTray(2);
+        m_events.onMessageBox("Could not start DNS service!\nPort used by other DNS server.", MessageIcon::Warning);
+    } else {
+        m_events.onStatusText(0, "Could not start DNS service on " + address);
+        AddLine(0, "Binding DNS service to " + address + " failed - DNS service not started!");
+        DoTray(2);
+        m_events.onMessageBox("Could not start DNS service on " + address, MessageIcon::Warning);
+    }
+    return false;
+}
+
+void Engine::closeDns()
+{
+    m_network.close(m_WSDNS);
+    m_network.close(m_WSZT);
+    m_WSDNS = kNoSocket;
+    m_WSZT = kNoSocket;
+}
+
+void Engine::mnuStartStop()
+{
+    if (!m_serverRunning) {
+        StartServices();
+        return;
+    }
+    closeDns();
+    AddLine(0, "Server paused.");
+    m_events.onServerState(false);
+    m_events.onStatusText(0, "Paused");
+    m_serverRunning = false;
+}
+
+} // namespace quorvane

@@ -1,0 +1,33 @@
+// The configuration globals of the server with their defaults. Reading and writing quorvane.ini
+// fill and save this struct; until a file is read, every field holds its default.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quorvane {
+
+struct Settings {
+    std::string NAME;                     // domain name of this DNS server
+    bool STARTMINI = false;               // start hidden in the notification area
+    std::string HOSTS;                    // hosts file path; empty: no hosts file
+    int32_t HOSTSTTL = 3600;              // TTL of hosts-file records, seconds
+    std::string DNSBIND;                  // address the DNS sockets bind to; empty: all
+    std::string DNSRECURSION = "<all>";   // clients offered recursion
+    bool AUTOCNAME = false;
+    bool WRITELOG = false;                // write the daily log file
+    bool LOGDETAIL = true;                // log record details (levels 1 and 3)
+    bool LOGINONLY = false;               // drop outgoing traffic (levels 2 and 3)
+    bool LOGBLOCK = true;
+    int32_t CACHETTL = 0;
+    bool CACHERELOAD = false;             // save the cache at exit and load it at start
+    bool SPOOFSECURE = false;
+    int32_t CHECKNEW = 0;
+    bool RECURSIONOUT = false;
+    std::vector<std::string> NS;
+    uint16_t BOMBLEVEL = 0;
+    std::vector<std::string> NOBLOCK;
+};
+
+} // namespace quorvane

@@ -1,0 +1,158 @@
+// The engine's life with a fake network and clock: start-up, bind failures, pause/start, close,
+// and the error guard.
+#include "host/engine.h"
+#include "net/error_hook.h"
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+#include "support/recording_events.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+namespace {
+
+struct EngineFixture {
+    FakeClock clock;
+    FakeNetwork network;
+    RecordingEvents events;
+    TempFolder folder;
+    Engine engine{network, clock, events, EngineOptions{folder.path(), "/opt/quorvane/quorvane", true}};
+
+    bool dnsBound() const
+    {
+        return network.findOpen(false, 53) != kNoSocket && network.findOpen(true, 53) != kNoSocket;
+    }
+};
+
+using Lines = std::vector<std::string>;
+
+} // namespace
+
+TEST(Startup, LogsItsStepsInOrderAndBindsUdpAndTcp53)
+{
+    EngineFixture f;
+    f.network.addresses = {"192.168.1.10", "10.1.2.3"};
+    f.engine.Main();
+
+    EXPECT_EQ(f.events.lines, (Lines{"Program started.", "Loading IP address blocks...", "Loading DHCP Leases...",
+                                     "DNS service started."}));
+    EXPECT_TRUE(f.dnsBound());
+    EXPECT_EQ(f.network.open().at(f.network.findOpen(false, 53)).address, ""); // all interfaces
+    EXPECT_TRUE(f.engine.serverRunning());
+    EXPECT_EQ(f.events.states, std::vector<bool>{true});
+    EXPECT_EQ(f.events.status, "Uptime...");
+    EXPECT_EQ(f.engine.localAddresses(), (Lines{"192.168.1.10", "10.1.2.3"}));
+    EXPECT_EQ(f.engine.startTime(), f.clock.now());
+    EXPECT_TRUE(f.events.messages.empty());
+}
+
+TEST(Startup, PortTakenLeavesServerUpButStoppedUntilStartedAgain)
+{
+    EngineFixture f;
+    f.network.takePort(53);
+    f.engine.Main();
+
+    EXPECT_FALSE(f.engine.serverRunning());
+    EXPECT_EQ(f.events.lines.back(), "Binding DNS service failed - DNS service not started!");
+    EXPECT_EQ(f.events.messages, (Lines{"Could not start DNS service!\nPort used by other DNS server."}));
+    EXPECT_EQ(f.events.status, "Could not start DNS service.");
+    EXPECT_EQ(f.events.tray, 2);
+    EXPECT_TRUE(f.network.open().empty()); // no half-bound service left behind
+
+    // Still taken: the operator's retry fails the same way.
+    f.engine.execute(Command::StartStop);
+    EXPECT_FALSE(f.engine.serverRunning());
+    EXPECT_EQ(f.events.messages.size(), 2u);
+
+    f.network.freePort(53);
+    f.engine.execute(Command::StartStop);
+    EXPECT_TRUE(f.engine.serverRunning());
+    EXPECT_EQ(f.events.lines.back(), "DNS service started.");
+    EXPECT_EQ(f.events.tray, 0);
+    EXPECT_TRUE(f.dnsBound());
+}
+
+TEST(Startup, PauseClosesSocketsAndStartRebinds)
+{
+    EngineFixture f;
+    f.engine.Main();
+    f.engine.execute(Command::StartStop);
+    EXPECT_FALSE(f.engine.serverRunning());
+    EXPECT_FALSE(f.dnsBound());
+    EXPECT_TRUE(f.network.open().empty());
+    EXPECT_EQ(f.events.lines.back(), "Server paused.");
+    EXPECT_EQ(f.events.status, "Paused");
+
+    f.engine.execute(Command::StartStop);
+    EXPECT_TRUE(f.engine.serverRunning());
+    EXPECT_TRUE(f.dnsBound());
+    EXPECT_EQ(f.events.states, (std::vector<bool>{true, false, true}));
+    EXPECT_EQ(f.events.lines.back(), "DNS service started.");
+}
+
+TEST(Startup, CloseLogsReasonClosesSocketsAndTellsFrontEnd)
+{
+    struct Case {
+        CloseReason reason;
+        const char* line;
+    };
+    const Case cases[] = {{CloseReason::User, "Program was closed by user."},
+                          {CloseReason::SessionEnded, "Program was closed because Windows session ended."},
+                          {CloseReason::TaskManager, "Program was closed through Windows Task Manager."}};
+    for (const auto& c : cases) {
+        EngineFixture f;
+        f.engine.Main();
+        const SocketId connection = f.network.connect(f.network.findOpen(true, 53), {0x7F000001, 40000});
+        EXPECT_FALSE(f.network.isOpen(connection)); // no zone transfers offered yet: closed at once
+        f.engine.close(c.reason);
+        EXPECT_EQ(f.events.lines.back(), c.line);
+        EXPECT_TRUE(f.events.closed);
+        EXPECT_TRUE(f.network.open().empty());
+    }
+}
+
+TEST(Startup, EscapingErrorBecomesReportWithLabelAndSupportFile)
+{
+    EngineFixture f;
+    f.network.throwOnBind = true;
+    f.engine.Main();
+
+    ASSERT_EQ(f.events.reports.size(), 1u);
+    const std::string& report = f.events.reports[0];
+    EXPECT_EQ(report.rfind("An error has occured in Quorvane!\n\nError:0 socket table corrupted\n"
+                           "Module: modMain StartServices\n",
+                           0),
+              0u)
+        << report;
+    EXPECT_NE(report.find("\"" + (f.folder.path() / "support.txt").string() + "\""), std::string::npos);
+    const std::string support = f.folder.read("support.txt");
+    EXPECT_NE(support.find("Module     : modMain StartServices\n"), std::string::npos);
+    EXPECT_NE(support.find("Program started."), std::string::npos); // the recent log lines
+    EXPECT_FALSE(f.engine.serverRunning());
+
+    // The engine goes on: the next command works once the fault is gone.
+    f.network.throwOnBind = false;
+    f.engine.execute(Command::StartStop);
+    EXPECT_TRUE(f.engine.serverRunning());
+
+    // Routines below the engine report through the hook with their own label.
+    reportError("modDNS ZipName", "bad offset");
+    ASSERT_EQ(f.events.reports.size(), 2u);
+    EXPECT_NE(f.events.reports[1].find("Module: modDNS ZipName\n"), std::string::npos);
+}
+
+TEST(Startup, SupportFileCommandWritesReportWithoutErrorSection)
+{
+    EngineFixture f;
+    f.engine.Main();
+    f.engine.execute(Command::WriteSupportFile);
+    const std::string support = f.folder.read("support.txt");
+    EXPECT_EQ(support.find("Error Description"), std::string::npos);
+    EXPECT_NE(support.find("Status    : Running\n"), std::string::npos);
+    ASSERT_EQ(f.events.reports.size(), 1u);
+    EXPECT_NE(f.events.reports[0].find("state your question, suggestion or problem."), std::string::npos);
+}
+
+} // namespace quorvane::test

@@ -1,0 +1,23 @@
+#include "host/atomic_file.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+TEST(AtomicFile, ReplacesWholeAndKeepsOldFileOnFailure)
+{
+    TempFolder folder;
+    const auto path = folder.path() / "blocks.dat";
+    ASSERT_TRUE(writeFileAtomically(path, std::string("first\0binary", 12)));
+    EXPECT_EQ(folder.read("blocks.dat"), std::string("first\0binary", 12));
+    ASSERT_TRUE(writeFileAtomically(path, "second"));
+    EXPECT_EQ(folder.read("blocks.dat"), "second");
+
+    // A temporary name that cannot be created (a folder stands there) fails and keeps the old file.
+    std::filesystem::create_directory(folder.path() / "blocks.dat.tmp");
+    EXPECT_FALSE(writeFileAtomically(path, "third"));
+    EXPECT_EQ(folder.read("blocks.dat"), "second");
+}
+
+} // namespace quorvane::test

@@ -1,0 +1,130 @@
+#include "host/event_log.h"
+#include "net/error_hook.h"
+#include "support/fake_clock.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct LogFixture {
+    FakeClock clock{fromCalendar({2026, 11, 22, 14, 3, 59})};
+    TempFolder folder;
+    EventLog log{clock, folder.path()};
+    std::vector<std::string> shown;
+    LogFixture()
+    {
+        log.setLineSink([this](const std::string& line) { shown.push_back(line); });
+    }
+};
+
+} // namespace
+
+TEST(EventLog, LevelRulesDecideWhatIsKept)
+{
+    struct Case {
+        bool logDetail, logInOnly;
+        bool kept[4]; // levels 0..3
+    };
+    const Case cases[] = {
+        {true, false, {true, true, true, true}},
+        {false, false, {true, false, true, false}},
+        {false, true, {true, false, false, false}}, // LOGINONLY on, LOGDETAIL off: 1, 2 and 3 dropped
+        {true, true, {true, true, false, false}},   // LOGINONLY on, LOGDETAIL on: 1 kept, 3 dropped
+    };
+    for (const auto& c : cases) {
+        LogFixture f;
+        f.log.setActiveLogOpen(true);
+        f.log.configure(c.logDetail, c.logInOnly, false);
+        for (int level = 0; level < 4; ++level) {
+            f.shown.clear();
+            f.log.AddLine(level, "line");
+            EXPECT_EQ(!f.shown.empty(), c.kept[level]) << "detail " << c.logDetail << " inonly " << c.logInOnly
+                                                       << " level " << level;
+            EXPECT_EQ(f.log.wants(level), c.kept[level]);
+        }
+    }
+}
+
+TEST(EventLog, LineFormatAndThreeHundredLineWindow)
+{
+    LogFixture f;
+    f.log.setActiveLogOpen(true);
+    f.log.AddLine(0, "Program started.");
+    ASSERT_EQ(f.shown.size(), 1u);
+    EXPECT_EQ(f.shown[0], "14:03:59   Program started.");
+
+    for (int i = 2; i <= 301; ++i) f.log.AddLine(0, "line " + std::to_string(i));
+    EXPECT_EQ(f.log.activeLog().size(), EventLog::kActiveLogLines);
+    EXPECT_EQ(f.log.activeLog().front(), "14:03:59   line 2"); // the 301st line pushed out the first
+    EXPECT_EQ(f.log.activeLog().back(), "14:03:59   line 301");
+
+    f.log.setActiveLogOpen(false); // closing the window discards its lines
+    EXPECT_TRUE(f.log.activeLog().empty());
+}
+
+TEST(EventLog, NothingVisibleWhenWindowClosedAndNoFile)
+{
+    LogFixture f;
+    f.log.configure(true, false, false);
+    for (int level = 0; level < 4; ++level) EXPECT_FALSE(f.log.wants(level));
+    f.log.AddLine(0, "unseen");
+    EXPECT_TRUE(f.shown.empty());
+    EXPECT_TRUE(f.log.activeLog().empty());
+    EXPECT_FALSE(std::filesystem::exists(f.folder.path() / "logs"));
+}
+
+TEST(EventLog, DailyFileCreatesFolderAndSwitchesAtMidnight)
+{
+    LogFixture f;
+    f.clock.set(fromCalendar({1999, 12, 22, 23, 59, 59}));
+    f.log.configure(true, false, true); // window closed: the file alone
+    f.log.AddLine(0, "last of the day");
+    f.clock.advance(2s);
+    f.log.AddLine(0, "first of the next");
+    f.log.AddLine(2, "outgoing");
+    f.log.closeFile();
+
+    EXPECT_EQ(f.folder.read("logs/19991222.log"), "23:59:59   last of the day\r\n");
+    EXPECT_EQ(f.folder.read("logs/19991223.log"), "00:00:01   first of the next\r\n00:00:01   outgoing\r\n");
+
+    // A restart on the same day appends to the day's file.
+    EventLog again(f.clock, f.folder.path());
+    again.configure(true, false, true);
+    again.AddLine(0, "after restart");
+    again.closeFile();
+    EXPECT_EQ(f.folder.read("logs/19991223.log"),
+              "00:00:01   first of the next\r\n00:00:01   outgoing\r\n00:00:01   after restart\r\n");
+}
+
+TEST(EventLog, UnwritableFolderTurnsWriteLogOffAndSaysSo)
+{
+    LogFixture f;
+    f.folder.write("logs", "a file where the folder should be");
+    f.log.setActiveLogOpen(true);
+    f.log.configure(true, false, true);
+    f.log.AddLine(0, "first");
+    f.log.AddLine(0, "second");
+    EXPECT_FALSE(f.log.writeLog());
+    const std::vector<std::string> expected{"14:03:59   first", "14:03:59   Error opening log file!",
+                                            "14:03:59   second"};
+    EXPECT_EQ(f.shown, expected);
+}
+
+TEST(EventLog, FailureInsideAddLineIsReportedNotThrown)
+{
+    LogFixture f;
+    std::vector<std::string> reports;
+    const auto previous = setErrorHandler([&](const std::string& label, const std::string&) { reports.push_back(label); });
+    f.log.setActiveLogOpen(true);
+    f.log.setLineSink([](const std::string&) { throw std::runtime_error("window gone"); });
+    EXPECT_NO_THROW(f.log.AddLine(0, "line"));
+    setErrorHandler(previous);
+    EXPECT_EQ(reports, std::vector<std::string>{"modMain AddLine"});
+}
+
+} // namespace quorvane::test

@@ -1,0 +1,65 @@
+# Helpers for integration cases. A case runs as root inside its own network namespace (see
+# run_case.sh), so port 53 and every address it uses belong to the test alone.
+
+fail() {
+    echo "FAIL: $*" >&2
+    [ -f "$WORK/stdout" ] && { echo "--- server stdout:"; cat "$WORK/stdout"; } >&2
+    [ -f "$WORK/stderr" ] && { echo "--- server stderr:"; cat "$WORK/stderr"; } >&2
+    exit 1
+}
+
+# Starts the server headless on program folder $1 (extra arguments follow); sets SERVER_PID.
+start_server() {
+    local dir=$1
+    shift
+    "$QUORVANE" --headless --dir "$dir" "$@" >"$WORK/stdout" 2>"$WORK/stderr" &
+    SERVER_PID=$!
+    started "$SERVER_PID"
+}
+
+# Remembers a process the case started, so that it is killed (by its PID) when the case ends.
+STARTED_PIDS=""
+started() {
+    STARTED_PIDS="$STARTED_PIDS $1"
+}
+
+# Waits up to 10 s for a line matching the extended regular expression $1 in file $2 (default stdout).
+wait_for() {
+    local pattern=$1 file=${2:-$WORK/stdout}
+    for _ in $(seq 100); do
+        grep -qE -- "$pattern" "$file" 2>/dev/null && return 0
+        kill -0 "$SERVER_PID" 2>/dev/null || fail "server ended while waiting for '$pattern'"
+        sleep 0.1
+    done
+    fail "no line matching '$pattern' in $file"
+}
+
+# Counts the lines of stdout that match $1 exactly after the time stamp.
+count_lines() {
+    grep -cE -- "^[0-9]{2}:[0-9]{2}:[0-9]{2}   $1\$" "$WORK/stdout" || true
+}
+
+# Sends signal $1 and waits for the $2-th line of text $3 (the one the signal causes).
+signal_and_wait() {
+    local signal=$1 nth=$2 text=$3
+    kill "-$signal" "$SERVER_PID"
+    for _ in $(seq 100); do
+        [ "$(count_lines "$text")" -ge "$nth" ] && return 0
+        sleep 0.1
+    done
+    fail "no line '$text' (#$nth) after SIG$signal"
+}
+
+# True when something listens on UDP and TCP port 53.
+dns_bound() {
+    ss -Hlun 'sport = :53' | grep -q . && ss -Hltn 'sport = :53' | grep -q .
+}
+
+# Stops the server with SIGTERM and checks that it exits with code 0 within 10 s.
+stop_server() {
+    kill -TERM "$SERVER_PID"
+    local rc=0
+    timeout 10 tail --pid="$SERVER_PID" -f /dev/null || fail "server did not exit after SIGTERM"
+    wait "$SERVER_PID" || rc=$?
+    [ "$rc" -eq 0 ] || fail "exit code $rc after SIGTERM"
+}

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Runs one integration case in a fresh private network namespace with only loopback up:
+#   run_case.sh <quorvane binary> <case folder>
+# The case's test.sh runs with WORK (a scratch folder), QUORVANE and the helpers of lib.sh.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+export QUORVANE=$1 CASE_DIR=$2
+export WORK=$(mktemp -d /tmp/quorvane-it.XXXXXX)
+trap 'rm -rf "$WORK"' EXIT
+unshare --net bash -c '
+    set -euo pipefail
+    [ -n "${TRACE:-}" ] && set -x
+    ip link set lo up
+    source "$0/lib.sh"
+    trap "for pid in \${STARTED_PIDS:-}; do kill -KILL \$pid 2>/dev/null || true; done" EXIT
+    source "$CASE_DIR/test.sh"
+    echo "PASS: $(basename "$CASE_DIR")"
+' "$here"

@@ -30,13 +30,13 @@ void appendLabel(std::string& text, std::string_view label)
     text += '.';
 }
 
-// The text of a name being read is built here and copied out once at its final size, so a read
-// allocates no more than the string it returns.
-std::string& scratchText()
+// Names are built here and copied out once at their final size, so a call allocates no more than
+// the string it returns, and nothing at all when that string is short (a compression pointer).
+std::string& scratch()
 {
-    thread_local std::string text;
-    text.clear();
-    return text;
+    thread_local std::string bytes;
+    bytes.clear();
+    return bytes;
 }
 
 // Appends to text the name at the front of wire, following pointers into message. A stretch of
@@ -130,7 +130,7 @@ void compress(Bytes& wire, std::string_view message)
 std::string ExtractName(std::string_view message, std::string_view& remainder, bool remove)
 {
     try {
-        std::string& text = scratchText();
+        std::string& text = scratch();
         const size_t taken = readName(message, remainder, text);
         if (remove) remainder = taken == 0 ? std::string_view{} : remainder.substr(taken);
         return taken == 0 ? std::string(kIncompleteName) : text;
@@ -149,7 +149,7 @@ std::string UnzipName(std::string_view message, int offset)
             return {};
         }
         const auto at = static_cast<size_t>(offset);
-        std::string& text = scratchText();
+        std::string& text = scratch();
         if (at < message.size() && readName(message, message.substr(at), text) > 0) return text;
         return std::string(kIncompleteName);
     } catch (const std::exception& e) {
@@ -160,15 +160,15 @@ std::string UnzipName(std::string_view message, int offset)
 
 Bytes ZipName(std::string_view name, std::string_view message)
 {
-    Bytes wire;
     try {
-        wire.reserve(name.size() + 2); // each dot becomes a length byte, plus the first and the zero
+        Bytes& wire = scratch();
         appendLabels(wire, name);
         if (!message.empty()) compress(wire, message);
+        return wire;
     } catch (const std::exception& e) {
         reportError("modDNS ZipName", e.what());
     }
-    return wire;
+    return {};
 }
 
 } // namespace quorvane

@@ -21,6 +21,8 @@ public:
         : m_message(message), m_rest(message.substr(std::min(offset, message.size())))
     {
     }
+    // The reader keeps views into the message, so it must not outlive it.
+    WireReader(Bytes&&, size_t) = delete;
 
     // As ExtractName: a name that cannot be read is "incomplete." or ends in it, and fails.
     std::string name()

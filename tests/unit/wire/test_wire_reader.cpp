@@ -27,18 +27,21 @@ TEST(WireReader, ReadsAQuestionAndARecord)
 
 TEST(WireReader, AFailedReadIsRemembered)
 {
-    WireReader cutName(wire({3, "ww"}), 0);
+    const Bytes cut = wire({3, "ww"});
+    WireReader cutName(cut, 0);
     EXPECT_EQ(cutName.name(), "incomplete.");
     EXPECT_FALSE(cutName.ok());
 
-    WireReader shortNumber(wire({0, 1, 7, 0, 1}), 1);
+    const Bytes numbers = wire({0, 1, 7, 0, 1});
+    WireReader shortNumber(numbers, 1);
     EXPECT_EQ(shortNumber.shortValue(), 263);
     EXPECT_TRUE(shortNumber.ok());
     EXPECT_EQ(shortNumber.longValue(), 0);
     EXPECT_FALSE(shortNumber.ok());
     EXPECT_EQ(shortNumber.shortValue(), 0) << "the rest was emptied";
 
-    WireReader longData(exampleQuery(), 29);
+    const Bytes query = exampleQuery();
+    WireReader longData(query, 29);
     EXPECT_EQ(longData.bytes(5), "");
     EXPECT_FALSE(longData.ok());
     EXPECT_TRUE(longData.rest().empty());

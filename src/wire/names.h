@@ -1,0 +1,38 @@
+// Domain names on the wire: reading them (with compression pointers) and writing them (with
+// compression against the message built so far). Pure functions on bytes; no state, no I/O.
+#pragma once
+
+#include "net/bytes.h"
+
+#include <string>
+#include <string_view>
+
+namespace quorvane {
+
+// What a name that cannot be read turns into; a name that ends in it is unreadable.
+inline constexpr std::string_view kIncompleteName = "incomplete.";
+
+inline bool endsIncomplete(std::string_view name)
+{
+    return name.ends_with(kIncompleteName);
+}
+
+// Reads the name at the front of remainder: labels lower-cased and joined by ".", with a trailing
+// "." ("host.sub.zone."); the root is ".". Compression pointers are offsets into message.
+// A name cut short returns "incomplete." and, when remove is set, empties remainder; a pointer
+// into a bad part of the message gives the labels read so far followed by "incomplete.".
+// With remove set, the bytes of the name are taken off the front of remainder.
+std::string ExtractName(std::string_view message, std::string_view& remainder, bool remove);
+
+// The name at the given offset of message, read as ExtractName reads it. An offset at or past the
+// end gives "incomplete."; a negative offset or one of 32767 or more is reported as an error and
+// gives an empty text.
+std::string UnzipName(std::string_view message, int offset);
+
+// The wire form of a name given as text, with or without its trailing ".". Blanks around labels are
+// dropped, a label longer than 63 characters is cut to 63, letters keep their case. When message is
+// not empty, the longest run of trailing labels found anywhere in it is replaced by a pointer to
+// its first occurrence.
+Bytes ZipName(std::string_view name, std::string_view message);
+
+} // namespace quorvane

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Installs what the tests need, then builds and runs every test twice: a normal debug build and
-# one with the address and undefined-behaviour sanitizers.
+# one with the address and undefined-behaviour sanitizers; then each fuzz target for a bounded run.
 # Integration tests make private network namespaces, so this runs as root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh
-for preset in dev asan; do
+for preset in dev asan fuzz; do
     echo "== $preset: build"
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset"

@@ -16,6 +16,7 @@ public:
     // No one can answer the question: the text is printed and the answer is No.
     void onErrorReport(const std::string& question, const std::string& supportFile) override;
     void onServerState(bool) override {}
+    void onCaption(const std::string&) override {}
     void onStatusText(int, const std::string&) override {}
     void onTray(int) override {}
     void onClosed() override { m_closed(); }

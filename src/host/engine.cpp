@@ -1,6 +1,9 @@
 #include "host/engine.h"
 
+#include "host/ini_file.h"
 #include "host/version.h"
+
+#include <cerrno>
 
 
 namespace quorvane {
@@ -42,12 +45,41 @@ void Engine::Main()
 {
     guarded("modMain Main", [&] {
         m_startTime = m_clock.now();
-        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        loadSettings();
         InitWinsock();
         AddLine(0, "Program started.");
         AddLine(0, "Loading IP address blocks...");
         AddLine(0, "Loading DHCP Leases...");
         StartServices();
+        saveSettings(); // the file always holds every setting in its current form after a start
+    });
+}
+
+void Engine::loadSettings()
+{
+    guarded("modMain LoadINI", [&] {
+        m_settings = LoadINI(m_options.programFolder);
+        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        if (!m_settings.NAME.empty()) m_events.onCaption(mainCaption(m_settings));
+    });
+}
+
+void Engine::saveSettings()
+{
+    guarded("modMain SaveINI", [&] {
+        if (!SaveINI(m_options.programFolder, m_settings, 0))
+            throw std::system_error(errno, std::generic_category(), "Cannot write quorvane.ini");
+    });
+}
+
+void Engine::applyOptions(const Settings& accepted)
+{
+    guarded("frmOptions cmdOK", [&] {
+        m_settings = accepted;
+        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        m_events.onCaption(mainCaption(m_settings));
+        if (m_serverRunning) StartServices();
+        saveSettings();
     });
 }
 

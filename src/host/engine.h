@@ -42,6 +42,9 @@ public:
     void Main();
     // An operator's command, run under the error guard.
     void execute(Command command);
+    // The options dialog's accepted settings (see checkOptions): applied, services rebound when
+    // running, and saved.
+    void applyOptions(const Settings& accepted);
     // Logs the reason, saves what is kept across runs, closes the sockets and the log file.
     void close(CloseReason reason);
 
@@ -60,6 +63,8 @@ private:
     // Runs work, turning any exception that escapes it into an error report under label.
     template <class Work> void guarded(const char* label, Work&& work);
 
+    void loadSettings();
+    void saveSettings();
     void InitWinsock();
     void StartServices();
     bool bindDns();

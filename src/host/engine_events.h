@@ -20,6 +20,8 @@ public:
     virtual void onErrorReport(const std::string& question, const std::string& supportFile) = 0;
     // The services were started or paused (the caption of "&Start Server" / "&Pause Server").
     virtual void onServerState(bool running) = 0;
+    // The main window's caption.
+    virtual void onCaption(const std::string& caption) = 0;
     // Text for a status-bar panel (0 is the first).
     virtual void onStatusText(int panel, const std::string& text) = 0;
     // The notification-area icon: 0 normal, 1 activity, 2 error.

@@ -2,6 +2,8 @@
 // fill and save this struct; until a file is read, every field holds its default.
 #pragma once
 
+#include "dhcp/dhcp_interface.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -28,6 +30,9 @@ struct Settings {
     std::vector<std::string> NS;
     uint16_t BOMBLEVEL = 0;
     std::vector<std::string> NOBLOCK;
+    std::vector<clDHCPif> DHCP;           // enabled interfaces, in file order
+
+    bool operator==(const Settings&) const = default;
 };
 
 } // namespace quorvane

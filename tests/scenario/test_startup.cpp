@@ -143,6 +143,57 @@ TEST(Startup, EscapingErrorBecomesReportWithLabelAndSupportFile)
     EXPECT_NE(f.events.reports[1].find("Module: modDNS ZipName\n"), std::string::npos);
 }
 
+TEST(Startup, MissingSettingsFileIsCreatedWithDefaults)
+{
+    EngineFixture f;
+    f.engine.Main();
+    EXPECT_EQ(f.folder.read("quorvane.ini"), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
+    EXPECT_EQ(f.events.caption, ""); // no name: the caption stays as it is
+}
+
+TEST(Startup, SettingsFileDrivesLogFileBindingAndCaption)
+{
+    EngineFixture f;
+    f.folder.write("quorvane.ini", "name: Home.Lan\nwritelog: yes\nDNSBind: 10.9.9.9\n");
+    f.engine.Main();
+
+    EXPECT_EQ(f.events.caption, "home.lan - Quorvane");
+    EXPECT_FALSE(f.engine.serverRunning()); // the machine has no such address
+    EXPECT_EQ(f.events.lines.back(), "Binding DNS service to 10.9.9.9 failed - DNS service not started!");
+    EXPECT_EQ(f.events.messages, (Lines{"Could not start DNS service on 10.9.9.9"}));
+    EXPECT_EQ(f.events.status, "Could not start DNS service on 10.9.9.9");
+    EXPECT_EQ(f.folder.read("quorvane.ini"), "Name: home.lan\nHostsTTL: 3600 \nDNSBind: 10.9.9.9\n"
+                                             "DNSRecursion: <all>\nWriteLog: YES\nReloadPort: 0 \nBombLevel: 0 \n");
+    f.engine.close(CloseReason::User);
+    const std::string log = f.folder.read("logs/" + dateStamp(f.clock.now()) + ".log");
+    EXPECT_NE(log.find("12:00:00   Program started.\r\n"), std::string::npos);
+    EXPECT_NE(log.find("   Program was closed by user.\r\n"), std::string::npos);
+}
+
+TEST(Startup, AppliedOptionsRebindRunningServicesAndAreSaved)
+{
+    EngineFixture f;
+    f.engine.Main();
+    Settings accepted = f.engine.settings();
+    accepted.NAME = "ns.office";
+    accepted.DNSBIND = "192.168.1.10";
+    f.engine.applyOptions(accepted);
+
+    EXPECT_TRUE(f.engine.serverRunning());
+    EXPECT_EQ(f.network.open().at(f.network.findOpen(false, 53)).address, "192.168.1.10");
+    EXPECT_EQ(f.network.open().size(), 2u); // the old sockets were closed
+    EXPECT_EQ(f.events.lines.back(), "DNS service started on 192.168.1.10");
+    EXPECT_EQ(f.events.caption, "ns.office - Quorvane");
+    EXPECT_NE(f.folder.read("quorvane.ini").find("DNSBind: 192.168.1.10\n"), std::string::npos);
+
+    // While paused, applying only stores: the services stay down until started.
+    f.engine.execute(Command::StartStop);
+    accepted.DNSBIND.clear();
+    f.engine.applyOptions(accepted);
+    EXPECT_FALSE(f.engine.serverRunning());
+    EXPECT_TRUE(f.network.open().empty());
+}
+
 TEST(Startup, SupportFileCommandWritesReportWithoutErrorSection)
 {
     EngineFixture f;

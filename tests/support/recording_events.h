@@ -13,6 +13,7 @@ struct RecordingEvents : EngineEvents {
     void onMessageBox(const std::string& text, MessageIcon) override { messages.push_back(text); }
     void onErrorReport(const std::string& question, const std::string&) override { reports.push_back(question); }
     void onServerState(bool running) override { states.push_back(running); }
+    void onCaption(const std::string& text) override { caption = text; }
     void onStatusText(int panel, const std::string& text) override
     {
         if (panel == 0) status = text;
@@ -25,6 +26,7 @@ struct RecordingEvents : EngineEvents {
     std::vector<std::string> reports;
     std::vector<bool> states;
     std::string status;
+    std::string caption;
     int tray = 0;
     bool closed = false;
 };

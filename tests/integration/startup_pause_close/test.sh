@@ -1,6 +1,7 @@
 # Start-up lines in order, UDP and TCP 53 bound, pause and start by SIGUSR1, the support file by
-# SIGUSR2, and the close line with exit code 0 on SIGTERM.
+# SIGUSR2, the close line with exit code 0 on SIGTERM, and the same lines in the daily log file.
 mkdir -p "$WORK/folder"
+printf 'WriteLog: yes\n' >"$WORK/folder/quorvane.ini"
 start_server "$WORK/folder"
 wait_for 'DNS service started\.$'
 dns_bound || fail "port 53 not bound after start-up"
@@ -27,3 +28,12 @@ grep -qE "^${stamp}Server paused\.$" "$support" || fail "support.txt lacks the r
 
 stop_server
 [ "$(tail -n1 "$WORK/stdout" | sed -E "s/^$stamp//")" = "Program was closed by user." ] || fail "last line"
+
+# The daily log file: logs/yyyymmdd.log, created with its folder, CRLF lines, same text as stdout.
+logfile="$WORK/folder/logs/$(date +%Y%m%d).log"
+[ -f "$logfile" ] || logfile=$(ls "$WORK"/folder/logs/*.log | tail -n1)
+[[ "$(basename "$logfile")" =~ ^[0-9]{8}\.log$ ]] || fail "log file name $logfile"
+[ "$(tr -d '\r' <"$logfile")" = "$(cat "$WORK/stdout")" ] || fail "log file differs from standard output"
+[ "$(grep -c $'\r$' "$logfile")" -eq "$(wc -l <"$logfile")" ] || fail "log lines not ended by CR LF"
+# Start-up rewrote the settings file whole, in its written form.
+grep -qx 'WriteLog: YES' "$WORK/folder/quorvane.ini" || fail "settings not saved at start-up"

@@ -1,0 +1,24 @@
+// The DHCP service settings of one local interface, as the configuration file and the options
+// dialog give them. Data only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quorvane {
+
+struct clDHCPif {
+    static constexpr int32_t kDefaultLease = 259200; // three days
+
+    std::string IPaddr;    // the server's own address on that interface
+    std::string Domain;    // "." + domain name given to clients
+    std::string ScopeFrom; // first address handed out
+    std::string ScopeTo;   // last address handed out
+    std::string Subnet;
+    std::string Gateway;   // empty: none
+    int32_t TTL = kDefaultLease; // lease period, seconds
+    bool Enable = false;
+    bool operator==(const clDHCPif&) const = default;
+};
+
+} // namespace quorvane

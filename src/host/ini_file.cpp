@@ -1,0 +1,216 @@
+#include "host/ini_file.h"
+
+#include "host/atomic_file.h"
+#include "wire/addresses.h"
+
+#include <algorithm>
+#include <fstream>
+#include <limits>
+#include <set>
+#include <sstream>
+
+namespace quorvane {
+
+namespace {
+
+// A settings file is a few hundred bytes; reading stops here so that a huge stray file cannot
+// hold up start-up or eat memory.
+constexpr std::streamsize kMaxIniBytes = 4 << 20;
+
+std::string_view trim(std::string_view text)
+{
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string_view::npos) return {};
+    const auto last = text.find_last_not_of(" \t\r\n");
+    return text.substr(first, last - first + 1);
+}
+
+std::string upper(std::string_view text)
+{
+    std::string out(text);
+    for (char& c : out)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return out;
+}
+
+std::string lower(std::string_view text)
+{
+    std::string out(text);
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return out;
+}
+
+// Digits at the start (after an optional sign); anything else gives 0. Settings are counts and
+// times, so a negative value reads as 0 and a value past the field's range as its largest value.
+template <class Int> Int leadingNumber(std::string_view text)
+{
+    size_t i = 0;
+    const bool negative = !text.empty() && text[0] == '-';
+    if (!text.empty() && (text[0] == '-' || text[0] == '+')) i = 1;
+    uint64_t value = 0;
+    constexpr auto max = static_cast<uint64_t>(std::numeric_limits<Int>::max());
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+        value = std::min<uint64_t>(value * 10 + static_cast<uint64_t>(text[i] - '0'), max);
+    return negative ? Int{0} : static_cast<Int>(value);
+}
+
+// Dotted-decimal form of an address value; an empty value stays empty and is then skipped.
+std::string normalAddress(std::string_view text)
+{
+    return text.empty() ? std::string() : CanonicalIP(std::string(text));
+}
+
+void addUnique(std::vector<std::string>& list, std::set<std::string>& seen, std::string address)
+{
+    if (!address.empty() && seen.insert(address).second) list.push_back(std::move(address));
+}
+
+// "IPaddr Domain ScopeFrom ScopeTo Subnet Gateway TTL", each field up to the next blank.
+clDHCPif parseDhcpLine(std::string_view value)
+{
+    std::string_view fields[7];
+    for (auto& field : fields) {
+        const auto blank = value.find(' ');
+        field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : value.substr(blank + 1);
+    }
+    clDHCPif dhcp;
+    dhcp.IPaddr = normalAddress(fields[0]);
+    dhcp.Domain = "." + CleanName(fields[1]);
+    dhcp.ScopeFrom = normalAddress(fields[2]);
+    dhcp.ScopeTo = normalAddress(fields[3]);
+    dhcp.Subnet = normalAddress(fields[4]);
+    dhcp.Gateway = normalAddress(fields[5]);
+    if (dhcp.Gateway == "0.0.0.0") dhcp.Gateway.clear(); // how an empty gateway is written
+    dhcp.TTL = leadingNumber<int32_t>(fields[6]);
+    if (dhcp.TTL == 0) dhcp.TTL = clDHCPif::kDefaultLease;
+    dhcp.Enable = true;
+    return dhcp;
+}
+
+void setFlag(std::string& out, const char* line, bool value, bool byDefault)
+{
+    if (value != byDefault) (out += line) += '\n';
+}
+
+void setText(std::string& out, const char* key, const std::string& value)
+{
+    if (!value.empty()) out += std::string(key) + ": " + value + '\n';
+}
+
+void setNumber(std::string& out, const char* key, long value)
+{
+    out += std::string(key) + ": " + std::to_string(value) + " \n";
+}
+
+} // namespace
+
+std::string CleanName(std::string_view text)
+{
+    std::string name;
+    for (char c : lower(trim(text)))
+        if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.') name += c;
+    const auto first = name.find_first_not_of('.');
+    if (first == std::string::npos) return {};
+    name = name.substr(first, name.find_last_not_of('.') - first + 1);
+    for (auto dots = name.find(".."); dots != std::string::npos; dots = name.find("..", dots)) name.erase(dots, 1);
+    return name;
+}
+
+Settings parseIni(std::string_view text)
+{
+    Settings s;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp;
+    while (!text.empty()) {
+        const auto end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+
+        const auto colon = line.find(':');
+        const std::string key = upper(trim(line.substr(0, colon)));
+        const std::string value = colon == std::string_view::npos ? std::string() : upper(trim(line.substr(colon + 1)));
+        const bool flag = !value.empty() && value[0] == 'Y';
+
+        if (key == "NAME") s.NAME = CleanName(value);
+        else if (key == "STARTMINI") s.STARTMINI = flag;
+        else if (key == "HOSTS") s.HOSTS = lower(value);
+        else if (key == "HOSTSTTL") s.HOSTSTTL = leadingNumber<int32_t>(value);
+        else if (key == "DNSBIND") s.DNSBIND = normalAddress(value);
+        else if (key == "DNSRECURSION") s.DNSRECURSION = lower(value);
+        else if (key == "AUTOCNAME") s.AUTOCNAME = flag;
+        else if (key == "WRITELOG") s.WRITELOG = flag;
+        else if (key == "LOGDETAIL") s.LOGDETAIL = flag;
+        else if (key == "LOGINONLY") s.LOGINONLY = flag;
+        else if (key == "LOGBLOCK") s.LOGBLOCK = flag;
+        else if (key == "CACHETTL") s.CACHETTL = leadingNumber<int32_t>(value);
+        else if (key == "CACHERELOAD") s.CACHERELOAD = flag;
+        else if (key == "SPOOFSECURE") s.SPOOFSECURE = flag;
+        else if (key == "CHECKNEW") s.CHECKNEW = leadingNumber<int32_t>(value);
+        else if (key == "RECURSIONOUT") s.RECURSIONOUT = flag;
+        else if (key == "NS") addUnique(s.NS, seenNs, normalAddress(value));
+        else if (key == "BOMBLEVEL") s.BOMBLEVEL = leadingNumber<uint16_t>(value);
+        else if (key == "NOBLOCK") addUnique(s.NOBLOCK, seenNoBlock, normalAddress(value));
+        else if (key == "DHCP") {
+            clDHCPif dhcp = parseDhcpLine(value);
+            if (!dhcp.IPaddr.empty() && seenDhcp.insert(dhcp.IPaddr).second) s.DHCP.push_back(std::move(dhcp));
+        }
+        // PERMIV (from older files) and RELOADPORT (written for other tools) are read and dropped,
+        // like any unknown key.
+    }
+    return s;
+}
+
+std::string formatIni(const Settings& s, uint16_t reloadPort)
+{
+    const Settings defaults;
+    std::string out;
+    setText(out, "Name", s.NAME);
+    setText(out, "Hosts", s.HOSTS);
+    setNumber(out, "HostsTTL", s.HOSTSTTL);
+    setText(out, "DNSBind", s.DNSBIND);
+    setFlag(out, "StartMini: YES", s.STARTMINI, defaults.STARTMINI);
+    setText(out, "DNSRecursion", s.DNSRECURSION);
+    setFlag(out, "AutoCNAME: YES", s.AUTOCNAME, defaults.AUTOCNAME);
+    setFlag(out, "WriteLog: YES", s.WRITELOG, defaults.WRITELOG);
+    setFlag(out, "LogDetail: NO", s.LOGDETAIL, defaults.LOGDETAIL);
+    setFlag(out, "LogInOnly: YES", s.LOGINONLY, defaults.LOGINONLY);
+    setFlag(out, "LogBlock: NO", s.LOGBLOCK, defaults.LOGBLOCK);
+    if (s.CACHETTL > 0) setNumber(out, "CacheTTL", s.CACHETTL);
+    setFlag(out, "CacheReload: YES", s.CACHERELOAD, defaults.CACHERELOAD);
+    setFlag(out, "SpoofSecure: YES", s.SPOOFSECURE, defaults.SPOOFSECURE);
+    if (s.CHECKNEW > 0) setNumber(out, "CheckNew", s.CHECKNEW);
+    setFlag(out, "RecursionOut: YES", s.RECURSIONOUT, defaults.RECURSIONOUT);
+    for (const auto& ns : s.NS) setText(out, "NS", ns);
+    setNumber(out, "ReloadPort", reloadPort);
+    setNumber(out, "BombLevel", s.BOMBLEVEL);
+    for (const auto& address : s.NOBLOCK) setText(out, "NoBlock", address);
+    for (const auto& d : s.DHCP) {
+        const std::string gateway = d.Gateway.empty() ? "0.0.0.0" : d.Gateway;
+        out += "DHCP: " + d.IPaddr + ' ' + d.Domain + ' ' + d.ScopeFrom + ' ' + d.ScopeTo + ' ' + d.Subnet + ' ' +
+               gateway + ' ' + std::to_string(d.TTL) + '\n';
+    }
+    return out;
+}
+
+Settings LoadINI(const std::filesystem::path& programFolder)
+{
+    std::ifstream in(programFolder / kIniFileName, std::ios::binary);
+    if (!in) return Settings{};
+    std::string text(static_cast<size_t>(kMaxIniBytes), '\0');
+    in.read(text.data(), kMaxIniBytes);
+    text.resize(static_cast<size_t>(in.gcount()));
+    return parseIni(text);
+}
+
+bool SaveINI(const std::filesystem::path& programFolder, const Settings& settings, uint16_t reloadPort)
+{
+    return writeFileAtomically(programFolder / kIniFileName, formatIni(settings, reloadPort));
+}
+
+std::string mainCaption(const Settings& settings)
+{
+    return settings.NAME.empty() ? "Quorvane" : settings.NAME + " - Quorvane";
+}
+
+} // namespace quorvane

@@ -1,0 +1,33 @@
+// quorvane.ini: one "Key: value" line per setting, no sections. Reading never fails: a line that
+// cannot be used contributes nothing, and a missing file or key leaves the default.
+#pragma once
+
+#include "host/settings.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace quorvane {
+
+inline constexpr const char* kIniFileName = "quorvane.ini";
+
+// Trims and lower-cases, keeps only a-z, 0-9, '-' and '.', drops leading and trailing dots and
+// folds ".." to ".". For the server name and the DHCP domain.
+std::string CleanName(std::string_view text);
+
+// The settings a file's text holds, starting from the defaults.
+Settings parseIni(std::string_view text);
+// The file's text for these settings, in the fixed order; flags only where they differ from the
+// default. reloadPort is the port of the reload socket, written for companion tools.
+std::string formatIni(const Settings& settings, uint16_t reloadPort);
+
+// Reads programFolder/quorvane.ini; a missing or unreadable file gives the defaults.
+Settings LoadINI(const std::filesystem::path& programFolder);
+// Replaces programFolder/quorvane.ini whole; false when it cannot be written.
+bool SaveINI(const std::filesystem::path& programFolder, const Settings& settings, uint16_t reloadPort);
+
+// The main window's caption: NAME + " - Quorvane", or "Quorvane" while NAME is empty.
+std::string mainCaption(const Settings& settings);
+
+} // namespace quorvane

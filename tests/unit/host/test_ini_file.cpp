@@ -1,0 +1,152 @@
+#include "host/ini_file.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+TEST(IniFile, ReadingRules)
+{
+    const Settings s = parseIni("name: My.Server..Home.\n"
+                                "STARTMINI:Yes please\n"
+                                "  hosts :  C:\\Windows\\HOSTS  \r\n"
+                                "HostsTTL: 120abc\n"
+                                "permiv: 9\n"
+                                "ReloadPort: 5353 \n"
+                                "DNSBind: 010.001.1\n"
+                                "DNSRecursion: 192.168.*.*\n"
+                                "LogDetail: no\n"
+                                "logblock\n" // no colon: all key, empty value, flag false
+                                "CacheTTL: -5\n"
+                                "CheckNew: 99999999999999\n"
+                                "BombLevel: 70000\n"
+                                "NS: 10.0.0.1\nNS: 10.0.0.1\nns: 010.0.0.2\nNS:\n"
+                                "NoBlock: 192.168.1.5\nNoBlock: 192.168.1.5\n"
+                                "Unknown: whatever\n"
+                                "HostsTTL: 7200\n"); // a later line overrides an earlier one
+    EXPECT_EQ(s.NAME, "my.server.home");
+    EXPECT_TRUE(s.STARTMINI);
+    EXPECT_EQ(s.HOSTS, "c:\\windows\\hosts");
+    EXPECT_EQ(s.HOSTSTTL, 7200);
+    EXPECT_EQ(s.DNSBIND, "10.1.1.0");
+    EXPECT_EQ(s.DNSRECURSION, "192.168.*.*");
+    EXPECT_FALSE(s.LOGDETAIL);
+    EXPECT_FALSE(s.LOGBLOCK);
+    EXPECT_EQ(s.CACHETTL, 0);
+    EXPECT_EQ(s.CHECKNEW, 2147483647);
+    EXPECT_EQ(s.BOMBLEVEL, 65535);
+    EXPECT_EQ(s.NS, (std::vector<std::string>{"10.0.0.1", "10.0.0.2"}));
+    EXPECT_EQ(s.NOBLOCK, std::vector<std::string>{"192.168.1.5"});
+
+    // Flags: only a value beginning with Y counts, in any spelling of the key.
+    for (const char* line : {"StartMini: y", "startmini:YES", "STARTMINI :  yes"}) EXPECT_TRUE(parseIni(line).STARTMINI);
+    for (const char* line : {"StartMini: 1", "StartMini: true", "StartMini:", "StartMini: no"})
+        EXPECT_FALSE(parseIni(line).STARTMINI) << line;
+
+    // Missing keys keep their defaults.
+    EXPECT_EQ(parseIni(""), Settings{});
+    EXPECT_EQ(parseIni("Name: x").HOSTSTTL, 3600);
+    EXPECT_TRUE(parseIni("Name: x").LOGDETAIL);
+}
+
+TEST(IniFile, DhcpLines)
+{
+    const Settings s = parseIni("DHCP: 192.168.1.1 Office.LAN 192.168.1.100 192.168.1.200 255.255.255.0 0.0.0.0 0\n"
+                                "DHCP: 10.0.0.1 ..lab.. 10.0.0.10 10.0.0.20 255.0.0.0 10.0.0.254\n"
+                                "DHCP: 192.168.1.1 again 1.1.1.1 1.1.1.2 255.0.0.0 0.0.0.0 60\n" // same interface
+                                "DHCP:\n");
+    ASSERT_EQ(s.DHCP.size(), 2u);
+    const clDHCPif& first = s.DHCP[0];
+    EXPECT_EQ(first.IPaddr, "192.168.1.1");
+    EXPECT_EQ(first.Domain, ".office.lan");
+    EXPECT_EQ(first.ScopeFrom, "192.168.1.100");
+    EXPECT_EQ(first.ScopeTo, "192.168.1.200");
+    EXPECT_EQ(first.Subnet, "255.255.255.0");
+    EXPECT_EQ(first.Gateway, "");
+    EXPECT_EQ(first.TTL, 259200); // lease period 0
+    EXPECT_TRUE(first.Enable);
+    EXPECT_EQ(s.DHCP[1].Domain, ".lab");
+    EXPECT_EQ(s.DHCP[1].Gateway, "10.0.0.254");
+    EXPECT_EQ(s.DHCP[1].TTL, 259200); // field missing
+}
+
+TEST(IniFile, WrittenFormAndRoundTrip)
+{
+    Settings s;
+    s.NAME = "ns.home.lan";
+    s.HOSTS = "/etc/hosts";
+    s.DNSBIND = "192.168.1.1";
+    s.STARTMINI = true;
+    s.WRITELOG = true;
+    s.LOGDETAIL = false;
+    s.LOGBLOCK = false;
+    s.CACHETTL = 60;
+    s.CHECKNEW = 30;
+    s.RECURSIONOUT = true;
+    s.NS = {"10.0.0.1", "10.0.0.2"};
+    s.BOMBLEVEL = 50;
+    s.NOBLOCK = {"192.168.1.5"};
+    s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
+
+    const std::string text = formatIni(s, 40123);
+    EXPECT_EQ(text, "Name: ns.home.lan\n"
+                    "Hosts: /etc/hosts\n"
+                    "HostsTTL: 3600 \n"
+                    "DNSBind: 192.168.1.1\n"
+                    "StartMini: YES\n"
+                    "DNSRecursion: <all>\n"
+                    "WriteLog: YES\n"
+                    "LogDetail: NO\n"
+                    "LogBlock: NO\n"
+                    "CacheTTL: 60 \n"
+                    "CheckNew: 30 \n"
+                    "RecursionOut: YES\n"
+                    "NS: 10.0.0.1\n"
+                    "NS: 10.0.0.2\n"
+                    "ReloadPort: 40123 \n"
+                    "BombLevel: 50 \n"
+                    "NoBlock: 192.168.1.5\n"
+                    "DHCP: 192.168.1.1 .home.lan 192.168.1.100 192.168.1.200 255.255.255.0 0.0.0.0 86400\n");
+    EXPECT_EQ(parseIni(text), s);
+    EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
+    EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
+}
+
+TEST(IniFile, GarbageLoadsWhatIsValid)
+{
+    std::string text = "Name: good.name\n";
+    text += std::string("\0\xff\xfe:\x01\x02\n", 7);
+    text += std::string(1 << 20, 'x') + "\n";           // a megabyte line without a colon
+    text += "NS: " + std::string(100000, '9') + "\n";    // an absurd address
+    for (int i = 0; i < 50000; ++i) text += "NS: 10.1." + std::to_string(i / 256) + "." + std::to_string(i % 256) + "\n";
+    text += ":::\n:\nDHCP: \xff \xff\nBombLevel: \x80\n";
+    const Settings s = parseIni(text);
+    EXPECT_EQ(s.NAME, "good.name");
+    EXPECT_EQ(s.NS.size(), 50001u); // the absurd one reads as an address too, once
+    EXPECT_EQ(s.NS[1], "10.1.0.0");
+    EXPECT_EQ(s.BOMBLEVEL, 0);
+}
+
+TEST(IniFile, CleanName)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"  Home.LAN  ", "home.lan"}, {"..a..b...c..", "a.b.c"}, {"my_host!.example", "myhost.example"},
+        {"...", ""},                  {"", ""},                  {"x-1.y-2", "x-1.y-2"},
+    };
+    for (const auto& [in, out] : cases) EXPECT_EQ(CleanName(in), out) << in;
+}
+
+TEST(IniFile, LoadAndSaveFiles)
+{
+    TempFolder folder;
+    EXPECT_EQ(LoadINI(folder.path()), Settings{}); // missing file: defaults
+    Settings s;
+    s.NAME = "dns.example";
+    ASSERT_TRUE(SaveINI(folder.path(), s, 0));
+    EXPECT_EQ(LoadINI(folder.path()), s);
+    EXPECT_FALSE(SaveINI(folder.path() / "missing", s, 0));
+    EXPECT_EQ(mainCaption(s), "dns.example - Quorvane");
+    EXPECT_EQ(mainCaption(Settings{}), "Quorvane");
+}
+
+} // namespace quorvane::test

@@ -24,7 +24,9 @@ const char* closeReasonLine(CloseReason reason)
 
 Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options)
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
-      m_log(clock, m_options.programFolder)
+      m_log(clock, m_options.programFolder),
+      m_flood([this](const std::string& text) { AddLine(0, text); },
+              [this](const std::string& address) { WriteBlockLog(address); })
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
@@ -49,7 +51,9 @@ void Engine::Main()
         InitWinsock();
         AddLine(0, "Program started.");
         AddLine(0, "Loading IP address blocks...");
+        m_flood.LoadBlocks(m_options.programFolder / kBlocksFileName);
         AddLine(0, "Loading DHCP Leases...");
+        m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
         saveSettings(); // the file always holds every setting in its current form after a start
     });
@@ -59,7 +63,7 @@ void Engine::loadSettings()
 {
     guarded("modMain LoadINI", [&] {
         m_settings = LoadINI(m_options.programFolder);
-        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        configureFromSettings();
         if (!m_settings.NAME.empty()) m_events.onCaption(mainCaption(m_settings));
     });
 }
@@ -72,14 +76,30 @@ void Engine::saveSettings()
     });
 }
 
-void Engine::applyOptions(const Settings& accepted)
+void Engine::configureFromSettings()
+{
+    m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+    m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
+}
+
+void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
 {
     guarded("frmOptions cmdOK", [&] {
         m_settings = accepted;
-        m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+        configureFromSettings();
+        m_flood.setBlockList(blockList);
         m_events.onCaption(mainCaption(m_settings));
         if (m_serverRunning) StartServices();
         saveSettings();
+        saveBlocks();
+    });
+}
+
+void Engine::saveBlocks()
+{
+    guarded("modDNS SaveBlocks", [&] {
+        if (!m_flood.SaveBlocks(m_options.programFolder / kBlocksFileName))
+            throw std::system_error(errno, std::generic_category(), "Cannot write blocks.dat");
     });
 }
 
@@ -97,6 +117,7 @@ void Engine::execute(Command command)
 void Engine::close(CloseReason reason)
 {
     guarded("frmMain QueryUnload", [&] { AddLine(0, closeReasonLine(reason)); });
+    saveBlocks();
     guarded("frmMain Unload", [&] {
         closeDns();
         m_log.closeFile();
@@ -160,12 +181,13 @@ void Engine::DoTray(int state)
 {
     if (state == m_trayState) return;
     m_trayState = state;
+    m_trayChanged = m_clock.now();
     m_events.onTray(state);
 }
 
-void Engine::onDatagram(SocketId, const Endpoint&, std::string_view)
+void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view data)
 {
-    // Request intake is wired here once the query path exists; until then datagrams are dropped.
+    if (socket == m_WSDNS) guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
 }
 
 void Engine::onTcpAccepted(SocketId, SocketId connection, const Endpoint&)

@@ -6,6 +6,7 @@
 #include "host/event_log.h"
 #include "host/settings.h"
 #include "host/support_report.h"
+#include "query/flood_guard.h"
 #include "net/clock.h"
 #include "net/error_hook.h"
 #include "net/network.h"
@@ -17,6 +18,9 @@
 #include <vector>
 
 namespace quorvane {
+
+// "Uptime: 1 Day, 2 Hours, 0 Minutes" for the time between start and now.
+std::string uptimeText(DateTime start, DateTime now);
 
 enum class Command { StartStop, ReloadRecords, WriteSupportFile };
 
@@ -44,7 +48,7 @@ public:
     void execute(Command command);
     // The options dialog's accepted settings (see checkOptions): applied, services rebound when
     // running, and saved.
-    void applyOptions(const Settings& accepted);
+    void applyOptions(const Settings& accepted, const std::vector<std::string>& blockList);
     // Logs the reason, saves what is kept across runs, closes the sockets and the log file.
     void close(CloseReason reason);
 
@@ -58,6 +62,9 @@ public:
     const std::vector<std::string>& localAddresses() const { return m_localAddresses; }
     const Settings& settings() const { return m_settings; }
     EventLog& log() { return m_log; }
+    const FloodGuard& floodGuard() const { return m_flood; }
+    uint32_t requestCount() const { return m_requestCount; }
+    const std::array<uint16_t, 60>& requestsPerSecond() const { return m_requestsPerSecond; }
 
 private:
     // Runs work, turning any exception that escapes it into an error report under label.
@@ -71,6 +78,13 @@ private:
     void closeDns();
     void mnuStartStop();
     void writeSupportFileCommand();
+    void configureFromSettings();
+    void receiveDns(const Endpoint& from, std::string_view data);
+    void WriteBlockLog(const std::string& address);
+    void saveBlocks();
+    void Timer1();
+    void zeroSkippedSeconds(int second);
+    void showStatus();
     void DoTray(int state);
     SupportData supportData() const;
 
@@ -90,7 +104,12 @@ private:
     std::vector<std::string> m_localAddresses;
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
+    FloodGuard m_flood;
+    uint32_t m_requestCount = 0;
+    std::array<uint16_t, 60> m_requestsPerSecond{};
+    int m_lastSecond = -1; // the second of the minute that the timer processed last
     int m_trayState = 0;
+    DateTime m_trayChanged = 0;
 };
 
 template <class Work> inline void Engine::guarded(const char* label, Work&& work)

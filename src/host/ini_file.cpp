@@ -1,6 +1,6 @@
 #include "host/ini_file.h"
 
-#include "host/atomic_file.h"
+#include "net/atomic_file.h"
 #include "wire/addresses.h"
 
 #include <algorithm>

@@ -177,7 +177,7 @@ TEST(Startup, AppliedOptionsRebindRunningServicesAndAreSaved)
     Settings accepted = f.engine.settings();
     accepted.NAME = "ns.office";
     accepted.DNSBIND = "192.168.1.10";
-    f.engine.applyOptions(accepted);
+    f.engine.applyOptions(accepted, {"010.0.0.66"});
 
     EXPECT_TRUE(f.engine.serverRunning());
     EXPECT_EQ(f.network.open().at(f.network.findOpen(false, 53)).address, "192.168.1.10");
@@ -185,11 +185,12 @@ TEST(Startup, AppliedOptionsRebindRunningServicesAndAreSaved)
     EXPECT_EQ(f.events.lines.back(), "DNS service started on 192.168.1.10");
     EXPECT_EQ(f.events.caption, "ns.office - Quorvane");
     EXPECT_NE(f.folder.read("quorvane.ini").find("DNSBind: 192.168.1.10\n"), std::string::npos);
+    EXPECT_EQ(f.folder.read("blocks.dat"), "; Quorvane - IP address blocks\r\n10.0.0.66\r\n");
 
     // While paused, applying only stores: the services stay down until started.
     f.engine.execute(Command::StartStop);
     accepted.DNSBIND.clear();
-    f.engine.applyOptions(accepted);
+    f.engine.applyOptions(accepted, {});
     EXPECT_FALSE(f.engine.serverRunning());
     EXPECT_TRUE(f.network.open().empty());
 }

@@ -1,0 +1,85 @@
+// The one-second housekeeping tick of the main window, and the DNS socket's receive handler with
+// its block-list and flood check.
+#include "host/engine.h"
+
+#include <cmath>
+#include <fstream>
+
+namespace quorvane {
+
+namespace {
+
+// The activity picture of the tray icon returns to normal about a second after it was shown
+// (a little less, so that the next tick is sure to reach it despite rounding).
+constexpr double kTrayActivityDays = 0.9 / kSecondsPerDay;
+
+std::string plural(long count, const char* unit)
+{
+    return std::to_string(count) + ' ' + unit + (count == 1 ? "" : "s");
+}
+
+} // namespace
+
+// "Uptime: 1 Day, 2 Hours, 0 Minutes" for the time since start.
+std::string uptimeText(DateTime start, DateTime now)
+{
+    const auto minutes = static_cast<long>((now - start) * 1440.0 + 1e-7);
+    return "Uptime: " + plural(minutes / 1440, "Day") + ", " + plural(minutes / 60 % 24, "Hour") + ", " +
+           plural(minutes % 60, "Minute");
+}
+
+void Engine::receiveDns(const Endpoint& from, std::string_view data)
+{
+    if (!m_serverRunning || data.size() < 12) return;
+    DoTray(1);
+    const DateTime now = m_clock.now();
+    if (!m_flood.check(from.address, (now - std::floor(now)) * kSecondsPerDay)) return;
+    // Queries (QR clear) and answers from other servers are handled by the query path.
+}
+
+void Engine::WriteBlockLog(const std::string& address)
+{
+    if (!m_settings.WRITELOG) return;
+    guarded("clDNSRequest WriteFailLog", [&] {
+        const DateTime now = m_clock.now();
+        std::ofstream out(m_options.programFolder / "logs" / (dateStamp(now) + "block.log"),
+                          std::ios::app | std::ios::binary);
+        out << timeOfDayText(now) << "   IP address " << address << " blocked (more than " << m_settings.BOMBLEVEL
+            << " DNS Requests per second)\r\n";
+        if (!out) throw std::system_error(errno, std::generic_category(), "Cannot write the block log");
+    });
+}
+
+void Engine::Timer1()
+{
+    guarded("frmMain Timer1", [&] {
+        const DateTime now = m_clock.now();
+        zeroSkippedSeconds(toCalendar(now).second);
+        if (m_serverRunning) showStatus();
+        if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
+    });
+}
+
+void Engine::zeroSkippedSeconds(int second)
+{
+    // Every slot after the last processed second up to the current one, wrapping at 59, so that
+    // neither a late tick nor a quiet minute leaves counts from a minute ago.
+    if (m_lastSecond >= 0 && second != m_lastSecond) {
+        auto slot = static_cast<size_t>(m_lastSecond);
+        do {
+            slot = (slot + 1) % 60;
+            m_requestsPerSecond[slot] = 0;
+        } while (slot != static_cast<size_t>(second));
+    }
+    m_lastSecond = second;
+}
+
+void Engine::showStatus()
+{
+    m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
+    m_events.onStatusText(1, m_settings.NAME);
+    m_events.onStatusText(2, "Requests:" + std::to_string(m_requestCount) + ' ');
+    m_events.onStatusText(3, "Cache:0 ");
+}
+
+} // namespace quorvane

@@ -1,0 +1,104 @@
+// The one-second tick and the DNS socket's flood check, driven through the engine.
+#include "host/engine.h"
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+#include "support/recording_events.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct Running {
+    FakeClock clock{fromCalendar({2026, 11, 22, 23, 59, 58})};
+    FakeNetwork network;
+    RecordingEvents events;
+    TempFolder folder;
+    std::unique_ptr<Engine> engine;
+
+    explicit Running(const std::string& ini = "")
+    {
+        folder.write("quorvane.ini", ini);
+        start();
+    }
+    void start()
+    {
+        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
+        engine->Main();
+    }
+    void query(uint32_t from)
+    {
+        std::string message(12, '\0');
+        message[5] = 1;
+        network.deliver(network.findOpen(false, 53), {from, 5353}, message);
+    }
+};
+
+} // namespace
+
+TEST(Housekeeping, UptimeText)
+{
+    const DateTime start = fromCalendar({2026, 1, 1, 0, 0, 0});
+    EXPECT_EQ(uptimeText(start, start), "Uptime: 0 Days, 0 Hours, 0 Minutes");
+    EXPECT_EQ(uptimeText(start, start + 1 + 1 / 24.0 + 1 / 1440.0), "Uptime: 1 Day, 1 Hour, 1 Minute");
+    EXPECT_EQ(uptimeText(start, start + 2 + 2 / 24.0 + 59.9 / 1440.0), "Uptime: 2 Days, 2 Hours, 59 Minutes");
+}
+
+TEST(Housekeeping, TickShowsStatusAndCalmsTheTray)
+{
+    Running r("Name: ns.home\n");
+    r.query(0x0A000001);
+    EXPECT_EQ(r.events.tray, 1);
+    r.clock.advance(1000ms);
+    EXPECT_EQ(r.events.status, "Uptime: 0 Days, 0 Hours, 0 Minutes");
+    EXPECT_EQ(r.events.tray, 0);
+    r.clock.advance(std::chrono::minutes(61));
+    EXPECT_EQ(r.events.status, "Uptime: 0 Days, 1 Hour, 1 Minute");
+}
+
+TEST(Housekeeping, LateTickZeroesSkippedSecondsAcrossTheWrap)
+{
+    Running r;
+    r.clock.advance(1000ms); // 23:59:59 processed
+    auto& counts = const_cast<std::array<uint16_t, 60>&>(r.engine->requestsPerSecond());
+    counts.fill(7);
+    r.clock.set(fromCalendar({2026, 11, 23, 0, 0, 1}));
+    r.clock.advance(1000ms); // the machine stalled: the next tick comes at 00:00:02
+    EXPECT_EQ(counts[59], 7);
+    EXPECT_EQ(counts[0], 0);
+    EXPECT_EQ(counts[1], 0);
+    EXPECT_EQ(counts[2], 0);
+    EXPECT_EQ(counts[3], 7);
+}
+
+TEST(Housekeeping, FloodBlocksAndTheBlockSurvivesARestart)
+{
+    Running r("BombLevel: 3\nWriteLog: Yes\n");
+    for (int i = 0; i < 5; ++i) r.query(0x0A000009);
+    EXPECT_EQ(r.engine->floodGuard().BlockList(), std::vector<std::string>{"10.0.0.9"});
+    EXPECT_EQ(std::count(r.events.lines.begin(), r.events.lines.end(),
+                         "IP address 10.0.0.9 blocked (more than 3 Requests per second)"),
+              1);
+    const std::string blockLog = r.folder.read("logs/" + dateStamp(r.clock.now()) + "block.log");
+    EXPECT_EQ(blockLog, "23:59:58   IP address 10.0.0.9 blocked (more than 3 DNS Requests per second)\r\n");
+
+    r.engine->close(CloseReason::User);
+    EXPECT_EQ(r.folder.read("blocks.dat"), "; Quorvane - IP address blocks\r\n10.0.0.9\r\n");
+    r.engine.reset();
+    r.network = FakeNetwork();
+    r.events.lines.clear();
+    r.start();
+    r.query(0x0A000009);
+    EXPECT_EQ(r.events.lines.back(), "Request from 10.0.0.9 on Block list. Ignored!");
+    // Paused: datagrams are dropped before the check, silently.
+    r.engine->execute(Command::StartStop);
+    const auto lines = r.events.lines.size();
+    r.query(0x0A000009);
+    EXPECT_EQ(r.events.lines.size(), lines);
+}
+
+} // namespace quorvane::test

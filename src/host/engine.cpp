@@ -26,7 +26,8 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
       m_log(clock, m_options.programFolder),
       m_flood([this](const std::string& text) { AddLine(0, text); },
-              [this](const std::string& address) { WriteBlockLog(address); })
+              [this](const std::string& address) { WriteBlockLog(address); }),
+      m_dns(*this, clock)
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
@@ -132,6 +133,7 @@ SupportData Engine::supportData() const
     d.system = readSystemInfo();
     d.now = m_clock.now();
     d.running = m_serverRunning;
+    d.requestCount = m_dns.RequestCount;
     d.executable = m_options.executable;
     d.version = versionText();
     d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;

@@ -6,7 +6,9 @@
 #include "host/event_log.h"
 #include "host/settings.h"
 #include "host/support_report.h"
+#include "query/dns_service.h"
 #include "query/flood_guard.h"
+#include "query/query_host.h"
 #include "net/clock.h"
 #include "net/error_hook.h"
 #include "net/network.h"
@@ -33,7 +35,7 @@ struct EngineOptions {
     bool activeLogOpen = false; // the log window is open (headless: lines go to standard output)
 };
 
-class Engine : private NetworkEvents {
+class Engine : private NetworkEvents, private QueryHost {
 public:
     static constexpr uint16_t kDnsPort = 53;
 
@@ -55,7 +57,7 @@ public:
     // Unexpected errors: writes the support file and asks the front end to show the report.
     void ErrorReport(const std::string& label, const std::string& additional,
                      const std::optional<PendingError>& error);
-    void AddLine(int level, const std::string& text) { m_log.AddLine(level, text); }
+    void AddLine(int level, const std::string& text) override { m_log.AddLine(level, text); }
 
     bool serverRunning() const { return m_serverRunning; }
     DateTime startTime() const { return m_startTime; }
@@ -63,8 +65,7 @@ public:
     const Settings& settings() const { return m_settings; }
     EventLog& log() { return m_log; }
     const FloodGuard& floodGuard() const { return m_flood; }
-    uint32_t requestCount() const { return m_requestCount; }
-    const std::array<uint16_t, 60>& requestsPerSecond() const { return m_requestsPerSecond; }
+    DnsService& dns() { return m_dns; }
 
 private:
     // Runs work, turning any exception that escapes it into an error report under label.
@@ -85,11 +86,14 @@ private:
     void Timer1();
     void zeroSkippedSeconds(int second);
     void showStatus();
-    void DoTray(int state);
     SupportData supportData() const;
 
     void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) override;
     void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) override;
+
+    bool wants(int level) const override { return m_log.wants(level); }
+    void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
+    void DoTray(int state) override;
 
     Network& m_network;
     Clock& m_clock;
@@ -105,8 +109,7 @@ private:
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
     FloodGuard m_flood;
-    uint32_t m_requestCount = 0;
-    std::array<uint16_t, 60> m_requestsPerSecond{};
+    DnsService m_dns;
     int m_lastSecond = -1; // the second of the minute that the timer processed last
     int m_trayState = 0;
     DateTime m_trayChanged = 0;

@@ -34,7 +34,8 @@ void Engine::receiveDns(const Endpoint& from, std::string_view data)
     DoTray(1);
     const DateTime now = m_clock.now();
     if (!m_flood.check(from.address, (now - std::floor(now)) * kSecondsPerDay)) return;
-    // Queries (QR clear) and answers from other servers are handled by the query path.
+    const bool isAnswer = (static_cast<unsigned char>(data[2]) & 0x80) != 0;
+    if (!isAnswer) guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
 }
 
 void Engine::WriteBlockLog(const std::string& address)
@@ -68,7 +69,7 @@ void Engine::zeroSkippedSeconds(int second)
         auto slot = static_cast<size_t>(m_lastSecond);
         do {
             slot = (slot + 1) % 60;
-            m_requestsPerSecond[slot] = 0;
+            m_dns.RequestsPerSecond[slot] = 0;
         } while (slot != static_cast<size_t>(second));
     }
     m_lastSecond = second;
@@ -78,7 +79,7 @@ void Engine::showStatus()
 {
     m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
     m_events.onStatusText(1, m_settings.NAME);
-    m_events.onStatusText(2, "Requests:" + std::to_string(m_requestCount) + ' ');
+    m_events.onStatusText(2, "Requests:" + std::to_string(m_dns.RequestCount) + ' ');
     m_events.onStatusText(3, "Cache:0 ");
 }
 

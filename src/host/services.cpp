@@ -58,6 +58,7 @@ void Engine::mnuStartStop()
         StartServices();
         return;
     }
+    m_dns.clearPending();
     closeDns();
     AddLine(0, "Server paused.");
     m_events.onServerState(false);

@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <filesystem>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,7 +37,7 @@ struct SupportData {
     bool running = false;
     std::filesystem::path executable;
     std::string version; // "0.01.0001"
-    long requestCount = 0;
+    uint64_t requestCount = 0;
     long cacheCount = 0;
     double uptimeDays = 0;
     const std::deque<std::string>* activeLog = nullptr; // null while the log window is closed

@@ -64,7 +64,7 @@ TEST(Housekeeping, LateTickZeroesSkippedSecondsAcrossTheWrap)
 {
     Running r;
     r.clock.advance(1000ms); // 23:59:59 processed
-    auto& counts = const_cast<std::array<uint16_t, 60>&>(r.engine->requestsPerSecond());
+    auto& counts = r.engine->dns().RequestsPerSecond;
     counts.fill(7);
     r.clock.set(fromCalendar({2026, 11, 23, 0, 0, 1}));
     r.clock.advance(1000ms); // the machine stalled: the next tick comes at 00:00:02

@@ -1,0 +1,107 @@
+// Request intake: one query datagram becomes nothing, an "incomplete" line, a not-implemented
+// reply, or a pending request that the answer builder takes over.
+#include "query/dns_service.h"
+
+#include "wire/names.h"
+#include "wire/numbers.h"
+#include "wire/type_names.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kOpcodeQuery = 0;
+constexpr int kOpcodeNotify = 4;
+constexpr int kClassIN = 1;
+
+// The question types answered from local data or by recursion; every other one is not implemented.
+bool supportedType(int type)
+{
+    switch (type) {
+    case 255: case 1: case 2: case 5: case 6: case 12: case 15: case 16: return true;
+    default: return false;
+    }
+}
+
+unsigned byteAt(std::string_view message, size_t i)
+{
+    return static_cast<unsigned char>(message[i]);
+}
+
+} // namespace
+
+DnsService::DnsService(QueryHost& host, const Clock& clock) : m_host(host), m_clock(clock) {}
+
+void DnsService::countRequest()
+{
+    ++RequestCount;
+    const auto second = static_cast<size_t>(toCalendar(m_clock.now()).second);
+    if (RequestsPerSecond[second] < UINT16_MAX) ++RequestsPerSecond[second];
+    RequestsPerSecond[(second + 1) % 60] = 0; // the slot ahead starts clean for the next second
+}
+
+void DnsService::ProcReq(const Endpoint& from, std::string_view message)
+{
+    countRequest();
+    const bool logging = m_host.wants(0);
+    const std::string ip = addressText(from.address);
+    if (message.size() < 13 || (byteAt(message, 4) << 8 | byteAt(message, 5)) == 0) {
+        if (logging) m_host.AddLine(0, "Incomplete DNS Request from " + ip);
+        return;
+    }
+    const auto opcode = static_cast<int>((byteAt(message, 2) & 120) / 8);
+    if (opcode == kOpcodeNotify) return; // zone change notifications are not handled yet
+    if (opcode != kOpcodeQuery) {
+        const std::string subject = OpCodeN(opcode);
+        if (logging) m_host.AddLine(0, subject + " from " + ip);
+        notImplemented(from, message, ip, subject);
+        return;
+    }
+
+    clDNSRequest request;
+    request.client = from;
+    request.ClientIP = ip;
+    request.ClientPort = from.port;
+    request.QueryID = static_cast<int32_t>(byteAt(message, 0) << 8 | byteAt(message, 1));
+    request.RecursionDesired = (byteAt(message, 2) & 1) != 0;
+    std::string_view rest = message.substr(12);
+    request.QName = ExtractName(message, rest, true);
+    if (rest.size() < 4) {
+        if (logging) m_host.AddLine(0, "Incomplete DNS Request from " + ip);
+        return;
+    }
+    request.QType = ExtractShort(rest, true);
+    const int dnsClass = ExtractShort(rest, true);
+    if (dnsClass != kClassIN) {
+        const std::string subject = ClassN(dnsClass);
+        if (logging) m_host.AddLine(0, "DNS Request from " + ip + " for " + subject);
+        notImplemented(from, message, ip, subject);
+        return;
+    }
+    const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
+    if (logging) m_host.AddLine(0, "Request from " + ip + " for " + subject);
+    if (!supportedType(request.QType)) {
+        notImplemented(from, message, ip, subject);
+        return;
+    }
+    PendingRequests.push_back(std::move(request));
+}
+
+void DnsService::notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,
+                                const std::string& subject)
+{
+    ++ReplyCount;
+    if (m_host.wants(0)) {
+        m_host.AddLine(0, "Sending answer to " + ip + " about " + subject);
+        m_host.AddLine(0, "-> Header: Not implemented.");
+    }
+    // The request echoed whole, with QR set and RCODE 4 (RA set): identifier, opcode, AA, TC and RD
+    // as received, all four counts and everything after them unchanged.
+    std::string reply(message);
+    reply[2] = static_cast<char>(byteAt(message, 2) | 0x80);
+    reply[3] = static_cast<char>(0x84);
+    m_host.sendDns(from, reply);
+    m_host.DoTray(1);
+}
+
+} // namespace quorvane

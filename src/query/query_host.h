@@ -1,0 +1,23 @@
+// What the query path needs from the program around it: the log, the DNS socket and the tray.
+// The engine implements it; tests use a recording fake.
+#pragma once
+
+#include "net/network.h"
+
+#include <string>
+#include <string_view>
+
+namespace quorvane {
+
+class QueryHost {
+public:
+    virtual ~QueryHost() = default;
+    // True when a line of this level would be shown or written: test it before building text.
+    virtual bool wants(int level) const = 0;
+    virtual void AddLine(int level, const std::string& text) = 0;
+    // Sends a reply from the DNS socket (UDP 53); send errors are the host's to log.
+    virtual void sendDns(const Endpoint& to, std::string_view message) = 0;
+    virtual void DoTray(int state) = 0;
+};
+
+} // namespace quorvane

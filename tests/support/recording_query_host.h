@@ -1,0 +1,33 @@
+// A QueryHost that records log lines, replies and tray changes, for query-path tests.
+#pragma once
+
+#include "query/query_host.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quorvane::test {
+
+struct RecordingQueryHost : QueryHost {
+    struct Reply {
+        Endpoint to;
+        Bytes message;
+    };
+    bool wants(int level) const override { return level <= maxLevel; }
+    void AddLine(int level, const std::string& text) override
+    {
+        if (!wants(level)) ADD_FAILURE() << "line built although its level is off: " << text;
+        lines.push_back(text);
+    }
+    void sendDns(const Endpoint& to, std::string_view message) override { replies.push_back({to, Bytes(message)}); }
+    void DoTray(int state) override { tray = state; }
+
+    int maxLevel = 3; // -1: logging off
+    std::vector<std::string> lines;
+    std::vector<Reply> replies;
+    int tray = 0;
+};
+
+} // namespace quorvane::test

@@ -1,6 +1,6 @@
 #include "host/support_report.h"
 
-#include "host/atomic_file.h"
+#include "net/atomic_file.h"
 
 #include <cstdio>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "host/atomic_file.h"
+#include "net/atomic_file.h"
 
 #include <cstdio>
 #include <fcntl.h>

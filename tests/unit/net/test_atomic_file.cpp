@@ -1,4 +1,4 @@
-#include "host/atomic_file.h"
+#include "net/atomic_file.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/settings.h"
+#include "wire/clean_name.h" // CleanName, used on NAME and the DHCP domain
 
 #include <filesystem>
 #include <string>
@@ -11,10 +12,6 @@
 namespace quorvane {
 
 inline constexpr const char* kIniFileName = "quorvane.ini";
-
-// Trims and lower-cases, keeps only a-z, 0-9, '-' and '.', drops leading and trailing dots and
-// folds ".." to ".". For the server name and the DHCP domain.
-std::string CleanName(std::string_view text);
 
 // The settings a file's text holds, starting from the defaults.
 Settings parseIni(std::string_view text);

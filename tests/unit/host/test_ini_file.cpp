@@ -127,15 +127,6 @@ TEST(IniFile, GarbageLoadsWhatIsValid)
     EXPECT_EQ(s.BOMBLEVEL, 0);
 }
 
-TEST(IniFile, CleanName)
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"  Home.LAN  ", "home.lan"}, {"..a..b...c..", "a.b.c"}, {"my_host!.example", "myhost.example"},
-        {"...", ""},                  {"", ""},                  {"x-1.y-2", "x-1.y-2"},
-    };
-    for (const auto& [in, out] : cases) EXPECT_EQ(CleanName(in), out) << in;
-}
-
 TEST(IniFile, LoadAndSaveFiles)
 {
     TempFolder folder;

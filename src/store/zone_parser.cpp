@@ -1,0 +1,274 @@
+#include "store/zone_parser.h"
+
+#include "store/dns_record.h"
+#include "store/record_data.h"
+#include "store/zone_text.h"
+
+#include <limits>
+
+namespace quorvane {
+
+namespace {
+
+// A record that needs more than this, even spread over lines in parentheses, is not a record of
+// this format; the rest of an endless one is read and dropped so that memory stays bounded.
+constexpr size_t kMaxLogicalLine = 1 << 20;
+
+bool startsUpper(std::string_view line, std::string_view prefix)
+{
+    if (line.size() < prefix.size()) return false;
+    for (size_t i = 0; i < prefix.size(); ++i) {
+        char c = line[i];
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+        if (c != prefix[i]) return false;
+    }
+    return true;
+}
+
+std::string_view trimBlanks(std::string_view text)
+{
+    const size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// Steps 1 and 2 of every line: the comment cut off, tabs and carriage returns made blanks.
+std::string cleanLine(std::string_view raw)
+{
+    std::string line(raw.substr(0, raw.find(';')));
+    for (char& c : line)
+        if (c == '\t' || c == '\r') c = ' ';
+    return line;
+}
+
+// The first c at or after from that stands outside a quoted TXT string.
+size_t findUnquoted(std::string_view line, char c, size_t from)
+{
+    bool quoted = false;
+    for (size_t i = from; i < line.size(); ++i) {
+        if (line[i] == '\\')
+            ++i;
+        else if (line[i] == '"')
+            quoted = !quoted;
+        else if (!quoted && line[i] == c)
+            return i;
+    }
+    return std::string_view::npos;
+}
+
+bool readSpecialComment(std::string_view raw, ZoneComments& comments)
+{
+    if (startsUpper(raw, "; PRIMARYIP ")) {
+        comments.primaryIP = std::string(trimBlanks(cleanLine(raw.substr(12))));
+    } else if (startsUpper(raw, "; NOTIFY ")) {
+        std::string_view rest = raw.substr(9);
+        for (size_t end; !rest.empty();
+             rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1)) {
+            end = rest.find(' ');
+            const std::string_view address = trimBlanks(cleanLine(rest.substr(0, end)));
+            if (!address.empty()) comments.notify.emplace_back(address);
+        }
+    } else if (startsUpper(raw, "; NOTSECURE")) {
+        comments.notSecure = true;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// The fields of a record line after the owner, with the position where each starts.
+struct Token
+{
+    std::string_view text;
+    size_t end;
+};
+
+std::vector<Token> tokens(std::string_view line)
+{
+    std::vector<Token> out;
+    size_t i = 0;
+    while (i < line.size()) {
+        if (line[i] == ' ') {
+            ++i;
+            continue;
+        }
+        const size_t end = std::min(line.find(' ', i), line.size());
+        out.push_back({line.substr(i, end - i), end});
+        i = end;
+    }
+    return out;
+}
+
+class LineParser
+{
+public:
+    explicit LineParser(std::string_view origin) : m_origin(origin) {}
+
+    // One logical line, parentheses already joined.
+    bool parse(std::string_view line, ZoneRecord& record);
+
+private:
+    bool readOwner(std::string_view& line, std::string& owner);
+    bool readName(std::string_view token, std::string& name) const;
+    bool readData(const std::string& type, const std::vector<Token>& fields, size_t next,
+                  std::string_view line, ZoneRecord& record) const;
+
+    std::string m_origin;
+    std::string m_previousOwner; // empty until a line names an owner
+};
+
+bool LineParser::readName(std::string_view token, std::string& name) const
+{
+    name = absoluteName(m_origin, lowerAscii(token));
+    return storableName(name);
+}
+
+bool LineParser::readOwner(std::string_view& line, std::string& owner)
+{
+    if (line.front() != ' ') {
+        const size_t end = std::min(line.find(' '), line.size());
+        const std::string_view token = line.substr(0, end);
+        line.remove_prefix(end);
+        // "$ORIGIN", "$TTL" and "$INCLUDE" are not part of this format: such a line is skipped and
+        // leaves the owner of blank-owner lines as it was.
+        if (token.front() == '$') return false;
+        if (!readName(token, m_previousOwner)) m_previousOwner.clear();
+    }
+    owner = m_previousOwner;
+    return !owner.empty();
+}
+
+bool LineParser::parse(std::string_view line, ZoneRecord& record)
+{
+    if (trimBlanks(line).empty() || !readOwner(line, record.owner)) return false;
+    const std::vector<Token> fields = tokens(line);
+    size_t next = 0;
+    bool haveTTL = false, haveClass = false;
+    record.ttl = kDefaultZoneTTL;
+    for (; next < fields.size(); ++next) {
+        const std::string_view field = fields[next].text;
+        const auto number = parseNumber(field);
+        // A TTL is written plainly: "0600" is no TTL (and, read as a type, drops the line).
+        if (!haveTTL && number && (field.size() == 1 || field.front() != '0')) {
+            if (*number > static_cast<uint32_t>(std::numeric_limits<int32_t>::max())) return false;
+            record.ttl = static_cast<int32_t>(*number);
+            haveTTL = true;
+        } else if (!haveClass && startsUpper(field, "IN") && field.size() == 2) {
+            haveClass = true;
+        } else if (startsUpper(field, "CH") && field.size() == 2) {
+            return false; // chaos-class records are not served
+        } else {
+            break;
+        }
+    }
+    if (next >= fields.size()) return false;
+    std::string type(fields[next].text);
+    for (char& c : type)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return readData(type, fields, next + 1, line, record);
+}
+
+bool LineParser::readData(const std::string& type, const std::vector<Token>& fields, size_t next,
+                          std::string_view line, ZoneRecord& record) const
+{
+    const size_t count = fields.size() - next;
+    auto field = [&](size_t i) { return fields[next + i].text; };
+    record.pref = 0;
+    if (type == "A") {
+        const auto address = count >= 1 ? parseAddress(field(0)) : std::nullopt;
+        if (!address) return false;
+        record.type = rtype::A;
+        record.data = *address;
+        return true;
+    }
+    if (type == "NS" || type == "CNAME" || type == "PTR" || type == "DFCN") {
+        record.type = type == "NS"      ? rtype::NS
+                      : type == "CNAME" ? rtype::CNAME
+                      : type == "PTR"   ? rtype::PTR
+                                        : rtype::DFCN;
+        return count >= 1 && readName(field(0), record.data);
+    }
+    if (type == "MX") {
+        if (count < 2) return false;
+        // The preference's integer part counts, its sign is dropped: "-10.5" reads as 10.
+        std::string_view preference = field(0);
+        if (preference.front() == '-' || preference.front() == '+') preference.remove_prefix(1);
+        preference = preference.substr(0, preference.find('.'));
+        const auto value = parseNumber(preference);
+        if (!value || *value > 65535) return false;
+        record.type = rtype::MX;
+        record.pref = static_cast<int32_t>(*value);
+        return readName(field(1), record.data);
+    }
+    if (type == "SOA") {
+        SoaFields soa;
+        if (count < 7 || !readName(field(0), soa.primary) || !readName(field(1), soa.mailbox)) return false;
+        uint32_t* numbers[] = {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum};
+        for (size_t i = 0; i < 5; ++i) {
+            const auto value = parseNumber(field(2 + i));
+            if (!value) return false;
+            *numbers[i] = *value;
+        }
+        record.type = rtype::SOA;
+        record.data = makeSoaData(soa);
+        return true;
+    }
+    if (type == "TXT") {
+        if (count < 1) return false;
+        const size_t start = fields[next].end - field(0).size();
+        auto text = prepareTxt(trimBlanks(line.substr(start)));
+        if (!text) return false;
+        record.type = rtype::TXT;
+        record.data = std::move(*text);
+        return true;
+    }
+    return false; // a type this format does not carry
+}
+
+// Cuts a continuation line at its own comment and its ")"; true when the ")" was there.
+bool addContinuation(std::string& logical, std::string_view raw, bool& tooLong)
+{
+    std::string part = cleanLine(raw);
+    const size_t close = findUnquoted(part, ')', 0);
+    if (close != std::string::npos) part.resize(close);
+    for (size_t open = findUnquoted(part, '(', 0); open != std::string::npos;
+         open = findUnquoted(part, '(', open))
+        part[open] = ' ';
+    const std::string_view trimmed = trimBlanks(part);
+    if (logical.size() + trimmed.size() + 1 > kMaxLogicalLine) tooLong = true;
+    if (!tooLong) {
+        logical += ' ';
+        logical += trimmed;
+    }
+    return close != std::string::npos;
+}
+
+} // namespace
+
+void readZoneText(std::istream& in, std::string_view origin,
+                  const std::function<void(ZoneRecord&&)>& onRecord, ZoneComments* comments)
+{
+    LineParser parser(origin);
+    std::string raw;
+    while (std::getline(in, raw)) {
+        if (comments && readSpecialComment(raw, *comments)) continue;
+        std::string logical = cleanLine(raw);
+        bool tooLong = logical.size() > kMaxLogicalLine;
+        // "(" opens a record that goes on over the following lines until one holds ")"; the end
+        // of the file ends it too. Besides the "(" at the end of a line, one in the middle
+        // ("( 2024010101 ; serial") and a pair on one line are read the same way.
+        if (const size_t open = findUnquoted(logical, '(', 0); open != std::string::npos) {
+            logical[open] = ' ';
+            const size_t close = findUnquoted(logical, ')', open);
+            if (close != std::string::npos)
+                logical.resize(close);
+            else
+                while (std::getline(in, raw) && !addContinuation(logical, raw, tooLong)) {
+                }
+        }
+        ZoneRecord record;
+        if (!tooLong && parser.parse(logical, record)) onRecord(std::move(record));
+    }
+}
+
+} // namespace quorvane

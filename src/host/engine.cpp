@@ -27,7 +27,8 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
       m_log(clock, m_options.programFolder),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
-      m_dns(*this, clock)
+      m_store(clock, m_options.programFolder, [this](int level, const std::string& text) { AddLine(level, text); }),
+      m_dns(*this, clock, m_store)
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
@@ -50,7 +51,14 @@ void Engine::Main()
         m_startTime = m_clock.now();
         loadSettings();
         InitWinsock();
+        configureFromSettings();
         AddLine(0, "Program started.");
+        m_store.LoadPerm();
+        if (m_settings.CACHERELOAD) {
+            AddLine(0, "Loading Cache...");
+            m_events.onStatusText(0, "Loading Cache...");
+            m_store.LoadCache();
+        }
         AddLine(0, "Loading IP address blocks...");
         m_flood.LoadBlocks(m_options.programFolder / kBlocksFileName);
         AddLine(0, "Loading DHCP Leases...");
@@ -64,7 +72,6 @@ void Engine::loadSettings()
 {
     guarded("modMain LoadINI", [&] {
         m_settings = LoadINI(m_options.programFolder);
-        configureFromSettings();
         if (!m_settings.NAME.empty()) m_events.onCaption(mainCaption(m_settings));
     });
 }
@@ -81,6 +88,8 @@ void Engine::configureFromSettings()
 {
     m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
+    m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL});
+    m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
@@ -93,6 +102,7 @@ void Engine::applyOptions(const Settings& accepted, const std::vector<std::strin
         if (m_serverRunning) StartServices();
         saveSettings();
         saveBlocks();
+        m_store.LoadHosts();
     });
 }
 
@@ -108,9 +118,7 @@ void Engine::execute(Command command)
 {
     switch (command) {
     case Command::StartStop: guarded("frmMain mnuStartStop", [&] { mnuStartStop(); }); break;
-    case Command::ReloadRecords:
-        // Zones, the hosts file and the root records are reloaded here once the record store exists.
-        break;
+    case Command::ReloadRecords: guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); }); break;
     case Command::WriteSupportFile: guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); }); break;
     }
 }
@@ -118,6 +126,7 @@ void Engine::execute(Command command)
 void Engine::close(CloseReason reason)
 {
     guarded("frmMain QueryUnload", [&] { AddLine(0, closeReasonLine(reason)); });
+    if (m_settings.CACHERELOAD) m_store.saveCache(false);
     saveBlocks();
     guarded("frmMain Unload", [&] {
         closeDns();
@@ -134,6 +143,7 @@ SupportData Engine::supportData() const
     d.now = m_clock.now();
     d.running = m_serverRunning;
     d.requestCount = m_dns.RequestCount;
+    d.cacheCount = m_store.recordCount();
     d.executable = m_options.executable;
     d.version = versionText();
     d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;

@@ -9,6 +9,7 @@
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
+#include "store/record_store.h"
 #include "net/clock.h"
 #include "net/error_hook.h"
 #include "net/network.h"
@@ -66,6 +67,7 @@ public:
     EventLog& log() { return m_log; }
     const FloodGuard& floodGuard() const { return m_flood; }
     DnsService& dns() { return m_dns; }
+    RecordStore& store() { return m_store; }
 
 private:
     // Runs work, turning any exception that escapes it into an error report under label.
@@ -82,6 +84,7 @@ private:
     void configureFromSettings();
     void receiveDns(const Endpoint& from, std::string_view data);
     void WriteBlockLog(const std::string& address);
+    void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
     void Timer1();
     void zeroSkippedSeconds(int second);
@@ -94,6 +97,7 @@ private:
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
     void DoTray(int state) override;
+    void appendDailyLog(const std::string& suffix, const std::string& lines) override;
 
     Network& m_network;
     Clock& m_clock;
@@ -109,7 +113,9 @@ private:
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
     FloodGuard m_flood;
+    RecordStore m_store;
     DnsService m_dns;
+    DateTime m_lastNewZoneScan = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last
     int m_trayState = 0;
     DateTime m_trayChanged = 0;

@@ -38,23 +38,39 @@ void Engine::receiveDns(const Endpoint& from, std::string_view data)
     if (!isAnswer) guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
 }
 
-void Engine::WriteBlockLog(const std::string& address)
+void Engine::writeDailyLog(const char* label, const std::string& suffix, const std::string& lines)
 {
     if (!m_settings.WRITELOG) return;
-    guarded("clDNSRequest WriteFailLog", [&] {
-        const DateTime now = m_clock.now();
-        std::ofstream out(m_options.programFolder / "logs" / (dateStamp(now) + "block.log"),
+    guarded(label, [&] {
+        std::ofstream out(m_options.programFolder / "logs" / (dateStamp(m_clock.now()) + suffix),
                           std::ios::app | std::ios::binary);
-        out << timeOfDayText(now) << "   IP address " << address << " blocked (more than " << m_settings.BOMBLEVEL
-            << " DNS Requests per second)\r\n";
-        if (!out) throw std::system_error(errno, std::generic_category(), "Cannot write the block log");
+        out << lines;
+        if (!out) throw std::system_error(errno, std::generic_category(), "Cannot write logs/" + suffix);
     });
+}
+
+void Engine::WriteBlockLog(const std::string& address)
+{
+    writeDailyLog("clDNSRequest WriteFailLog", "block.log",
+                  timeOfDayText(m_clock.now()) + "   IP address " + address + " blocked (more than " +
+                      std::to_string(m_settings.BOMBLEVEL) + " DNS Requests per second)\r\n");
+}
+
+void Engine::appendDailyLog(const std::string& suffix, const std::string& lines)
+{
+    writeDailyLog("clDNSReq WriteFailLog", suffix, lines);
 }
 
 void Engine::Timer1()
 {
     guarded("frmMain Timer1", [&] {
         const DateTime now = m_clock.now();
+        m_dns.removeFinished();
+        m_store.sweepCache();
+        if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
+            m_lastNewZoneScan = now;
+            m_store.CheckNewZone();
+        }
         zeroSkippedSeconds(toCalendar(now).second);
         if (m_serverRunning) showStatus();
         if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
@@ -80,7 +96,7 @@ void Engine::showStatus()
     m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
     m_events.onStatusText(1, m_settings.NAME);
     m_events.onStatusText(2, "Requests:" + std::to_string(m_dns.RequestCount) + ' ');
-    m_events.onStatusText(3, "Cache:0 ");
+    m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ');
 }
 
 } // namespace quorvane

@@ -38,7 +38,7 @@ struct SupportData {
     std::filesystem::path executable;
     std::string version; // "0.01.0001"
     uint64_t requestCount = 0;
-    long cacheCount = 0;
+    size_t cacheCount = 0;
     double uptimeDays = 0;
     const std::deque<std::string>* activeLog = nullptr; // null while the log window is closed
     std::filesystem::path programFolder;

@@ -5,6 +5,7 @@
 #include "net/clock.h"
 #include "query/dns_request.h"
 #include "query/query_host.h"
+#include "store/record_store.h"
 
 #include <array>
 #include <cstdint>
@@ -13,14 +14,27 @@
 
 namespace quorvane {
 
+// The settings the query path reads; the engine sets them at start and when the options change.
+struct QuerySettings {
+    std::string recursion = "<all>"; // DNSRECURSION
+    bool autoCName = false;          // AUTOCNAME
+    std::vector<std::string> localAddresses;
+};
+
 class DnsService {
 public:
-    DnsService(QueryHost& host, const Clock& clock);
+    DnsService(QueryHost& host, const Clock& clock, RecordStore& store);
+    void configure(QuerySettings settings) { m_settings = std::move(settings); }
 
     // One query datagram (QR clear) from a client that passed the flood check.
     void ProcReq(const Endpoint& from, std::string_view message);
     // Forgets every request still being answered (pausing the server); their clients get no answer.
     void clearPending() { PendingRequests.clear(); }
+    // The timer's first duty: finished requests leave the list.
+    void removeFinished()
+    {
+        PendingRequests.remove_if([](const clDNSRequest& r) { return r.State == clDNSRequest::kFinished; });
+    }
 
     std::list<clDNSRequest> PendingRequests;
     // Counted as 64-bit so that a long-running server never wraps.
@@ -29,13 +43,38 @@ public:
     // Requests per second of the current minute, indexed by the second (0-59).
     std::array<uint16_t, 60> RequestsPerSecond{};
 
+    // Answers a request from local data, or finishes it when it cannot be answered here.
+    void Check(clDNSRequest& request);
+    // Builds the reply for a request and sends it to the client.
+    void SendAnswer(clDNSRequest& request);
+
 private:
+    bool recursionAllowed(const std::string& client) const;
+    struct Lookup {
+        const clDNSRecord* zoneSoa = nullptr; // the SOA of our own zone that holds the name
+        bool nameExists = false;              // the last name looked up has real records
+        bool knownAbsent = false;             // the cache says the name or the type does not exist
+        bool tooLong = false;                 // the alias chain ran past the limit
+    };
+    Lookup lookUp(clDNSRequest& request);
+    void giveUp(clDNSRequest& request);
+    void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
+    void AddAuth(clDNSRequest& request);
+    void AddAddl(clDNSRequest& request, std::string_view name);
+    void CNAMERes(clDNSRequest& request);
+    std::vector<size_t> RoundRobin(clDNSRequest& request, Section section);
+    void writeSection(clDNSRequest& request, Section section);
+    void logRecord(Section section, const clDNSRecord& record);
     void countRequest();
     void notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,
                         const std::string& subject);
 
     QueryHost& m_host;
     const Clock& m_clock;
+    RecordStore& m_store;
+    QuerySettings m_settings;
+    clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
+    Bytes m_reply;          // the reply being built, reused likewise
 };
 
 } // namespace quorvane

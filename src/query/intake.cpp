@@ -30,7 +30,10 @@ unsigned byteAt(std::string_view message, size_t i)
 
 } // namespace
 
-DnsService::DnsService(QueryHost& host, const Clock& clock) : m_host(host), m_clock(clock) {}
+DnsService::DnsService(QueryHost& host, const Clock& clock, RecordStore& store)
+    : m_host(host), m_clock(clock), m_store(store)
+{
+}
 
 void DnsService::countRequest()
 {
@@ -58,7 +61,8 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
         return;
     }
 
-    clDNSRequest request;
+    clDNSRequest& request = m_request;
+    request.reset();
     request.client = from;
     request.ClientIP = ip;
     request.ClientPort = from.port;
@@ -66,6 +70,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
     request.RecursionDesired = (byteAt(message, 2) & 1) != 0;
     std::string_view rest = message.substr(12);
     request.QName = ExtractName(message, rest, true);
+    request.CurName = request.QName;
     if (rest.size() < 4) {
         if (logging) m_host.AddLine(0, "Incomplete DNS Request from " + ip);
         return;
@@ -84,7 +89,9 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
         notImplemented(from, message, ip, subject);
         return;
     }
-    PendingRequests.push_back(std::move(request));
+    Check(request);
+    // A request still waiting for another server stays pending; one answered at once is done.
+    if (request.State != clDNSRequest::kFinished) PendingRequests.push_back(std::move(request));
 }
 
 void DnsService::notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,

@@ -18,6 +18,9 @@ public:
     // Sends a reply from the DNS socket (UDP 53); send errors are the host's to log.
     virtual void sendDns(const Endpoint& to, std::string_view message) = 0;
     virtual void DoTray(int state) = 0;
+    // Appends lines to the day's side log (logs/yyyymmdd + suffix, e.g. "fail.log") when log files
+    // are written; otherwise nothing.
+    virtual void appendDailyLog(const std::string& suffix, const std::string& lines) = 0;
 };
 
 } // namespace quorvane

@@ -36,7 +36,8 @@ TEST(Startup, LogsItsStepsInOrderAndBindsUdpAndTcp53)
     f.network.addresses = {"192.168.1.10", "10.1.2.3"};
     f.engine.Main();
 
-    EXPECT_EQ(f.events.lines, (Lines{"Program started.", "Loading IP address blocks...", "Loading DHCP Leases...",
+    EXPECT_EQ(f.events.lines, (Lines{"Program started.", "Loading DNS Records...", "Loading root DNS server records...",
+                                     "-> File not found!", "Loading IP address blocks...", "Loading DHCP Leases...",
                                      "DNS service started."}));
     EXPECT_TRUE(f.dnsBound());
     EXPECT_EQ(f.network.open().at(f.network.findOpen(false, 53)).address, ""); // all interfaces

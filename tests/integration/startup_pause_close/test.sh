@@ -7,7 +7,7 @@ wait_for 'DNS service started\.$'
 dns_bound || fail "port 53 not bound after start-up"
 
 stamp='[0-9]{2}:[0-9]{2}:[0-9]{2}   '
-expected="Program started.|Loading IP address blocks...|Loading DHCP Leases...|DNS service started."
+expected="Program started.|Loading DNS Records...|Loading root DNS server records...|-> File not found!|Loading IP address blocks...|Loading DHCP Leases...|DNS service started."
 actual=$(sed -E "s/^$stamp//" "$WORK/stdout" | paste -sd'|')
 [ "$actual" = "$expected" ] || fail "start-up lines: $actual"
 grep -vqE "^$stamp" "$WORK/stdout" && fail "a line without the time stamp"

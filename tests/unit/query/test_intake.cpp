@@ -35,7 +35,8 @@ const std::string kExampleOrg("\7example\3org\0", 13);
 struct Intake {
     FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 42})};
     RecordingQueryHost host;
-    DnsService dns{host, clock};
+    RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
+    DnsService dns{host, clock, store};
 };
 
 } // namespace
@@ -95,22 +96,22 @@ TEST(Intake, IncompleteRequestsGetNoReply)
     }
 }
 
-TEST(Intake, SupportedQuestionsBecomePendingRequests)
+TEST(Intake, SupportedQuestionsAreReadAndAnswered)
 {
     Intake t;
-    t.dns.ProcReq(kClient, query(0xBEEF, 0x01, std::string("\3WWW\7Example\3ORG\0", 17), 15, 1));
-    ASSERT_EQ(t.dns.PendingRequests.size(), 1u);
-    const clDNSRequest& r = t.dns.PendingRequests.front();
-    EXPECT_EQ(r.ClientIP, "10.0.0.5");
-    EXPECT_EQ(r.ClientPort, 40000);
-    EXPECT_EQ(r.QueryID, 0xBEEF);
-    EXPECT_TRUE(r.RecursionDesired);
-    EXPECT_EQ(r.QName, "www.example.org.");
-    EXPECT_EQ(r.QType, 15);
-    EXPECT_EQ(t.host.lines, std::vector<std::string>{"Request from 10.0.0.5 for MX-record for www.example.org."});
+    // Mixed case on the wire; no local data and no recursion asked: an empty answer at once.
+    t.dns.ProcReq(kClient, query(0xBEEF, 0x00, std::string("\3WWW\7Example\3ORG\0", 17), 15, 1));
+    EXPECT_EQ(t.host.lines, (std::vector<std::string>{"Request from 10.0.0.5 for MX-record for www.example.org.",
+                                                      "Sending reply to 10.0.0.5 about MX-record for www.example.org.:"}));
+    ASSERT_EQ(t.host.replies.size(), 1u);
+    const Bytes& reply = t.host.replies[0].message;
+    EXPECT_EQ(reply.substr(0, 4), Bytes("\xBE\xEF\x80\x80", 4)); // identifier kept, QR, RA
+    EXPECT_EQ(reply.substr(12), Bytes("\3www\7example\3org\0\0\x0F\0\1", 21));
+    EXPECT_TRUE(t.dns.PendingRequests.empty()); // answered at once: nothing left pending
+
     for (int type : {255, 1, 2, 5, 6, 12, 16}) t.dns.ProcReq(kClient, query(1, 0, kExampleOrg, static_cast<uint16_t>(type), 1));
-    EXPECT_EQ(t.dns.PendingRequests.size(), 8u);
-    EXPECT_TRUE(t.host.replies.empty());
+    EXPECT_EQ(t.host.replies.size(), 8u);
+    for (const auto& r : t.host.replies) EXPECT_EQ(r.message[3] & 0x0F, 0) << "response code";
 }
 
 TEST(Intake, CountersAndNoLogTextWhenLoggingIsOff)
@@ -124,7 +125,7 @@ TEST(Intake, CountersAndNoLogTextWhenLoggingIsOff)
     EXPECT_EQ(t.dns.RequestsPerSecond[42], 2); // both in the same second's slot
     EXPECT_EQ(t.dns.RequestsPerSecond[43], 0); // the slot ahead is cleared
     EXPECT_TRUE(t.host.lines.empty());
-    EXPECT_EQ(t.host.replies.size(), 1u);
+    EXPECT_EQ(t.host.replies.size(), 2u); // one answer, one not-implemented reply
 
     t.clock.set(fromCalendar({2026, 11, 22, 10, 0, 59}));
     t.dns.RequestsPerSecond[0] = 5;

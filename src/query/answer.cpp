@@ -1,0 +1,152 @@
+// Answer building, part one: looking the question up in local data, following aliases, and
+// deciding between a reply and resolution through other servers.
+#include "query/dns_service.h"
+
+#include "wire/type_names.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kMaxPasses = 25;
+constexpr int kServedPastExpiry = 5; // a record is served until 5 seconds after it expired
+constexpr int kTypeAny = 255;
+
+bool sameRecord(const clDNSRecord& a, const clDNSRecord& b)
+{
+    return a.RecType == b.RecType && a.Pref == b.Pref && a.Name == b.Name && a.Data == b.Data;
+}
+
+} // namespace
+
+bool DnsService::recursionAllowed(const std::string& client) const
+{
+    const std::string& rule = m_settings.recursion;
+    if (rule == "<all>" || client == "127.0.0.1") return true;
+    for (const auto& own : m_settings.localAddresses)
+        if (client == own) return true;
+    if (rule == "<none>") return false;
+    // A pattern such as 192.168.*.* admits every address that begins with its text before the "*".
+    const std::string prefix = rule.substr(0, rule.find('*'));
+    return client.compare(0, prefix.size(), prefix) == 0;
+}
+
+void DnsService::Check(clDNSRequest& request)
+{
+    if (request.State > clDNSRequest::kWaiting) return;
+    request.RecursionAllowed = recursionAllowed(request.ClientIP);
+
+    const Lookup found = lookUp(request);
+    if (found.tooLong) return;
+    if (!request.section(kAnswer).empty() || found.knownAbsent) {
+        SendAnswer(request);
+    } else if (found.zoneSoa != nullptr) {
+        // Our own zone and no such data. The zone's SOA goes with the reply whether the name is
+        // unknown or has other types only, so that resolvers can cache the negative answer.
+        SectionAdd(request, kAuthority, *found.zoneSoa);
+        if (!found.nameExists) request.RCode = 3;
+        SendAnswer(request);
+    } else if (!request.RecursionDesired || !request.RecursionAllowed) {
+        SendAnswer(request);
+    } else {
+        giveUp(request); // resolution through other servers is not offered yet
+    }
+}
+
+// The lookup passes: one per name along the alias chain.
+DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
+{
+    const DateTime now = m_clock.now();
+    Lookup found;
+    for (;;) {
+        if (++request.Steps > kMaxPasses) {
+            request.State = clDNSRequest::kFinished; // finished without a reply
+            found.tooLong = true;
+            return found;
+        }
+        const clDNSRecord* authority = m_store.authoritySearch(request.CurName);
+        if (authority != nullptr && authority->RecType == rtype::SOA) {
+            found.zoneSoa = authority;
+            if (request.CurName == request.QName) request.Authoritative = true;
+        }
+        found.nameExists = false;
+        const clDNSRecord* alias = nullptr;
+        for (const auto& [name, record] : m_store.records(request.CurName)) {
+            if (record.TTL(now) <= -kServedPastExpiry) continue;
+            const int type = record.RecType;
+            if (type < rtype::kMarkerBase) found.nameExists = true;
+            if (type == rtype::CNAME && request.QType != rtype::CNAME) {
+                alias = &record;
+                break;
+            }
+            if (type == request.QType || (request.QType == kTypeAny && type < rtype::kMarkerBase)) {
+                SectionAdd(request, kAnswer, record);
+                if (type == rtype::MX) AddAddl(request, record.Data);
+            } else if (type == rtype::kNameMarker || type == rtype::kMarkerBase + request.QType) {
+                // Learned from another server: no such name, or no records of this type.
+                found.knownAbsent = true;
+                if (type == rtype::kNameMarker) request.RCode = 3;
+            }
+        }
+        if (alias == nullptr) return found;
+        SectionAdd(request, kAnswer, *alias);
+        request.CurName = alias->Data;
+    }
+}
+
+void DnsService::giveUp(clDNSRequest& request)
+{
+    request.State = clDNSRequest::kFinished;
+    const std::string now = timeOfDayText(m_clock.now());
+    m_host.appendDailyLog("fail.log", now + "   DNS Request from " + request.ClientIP + " about " +
+                                          RTypeN(request.QType) + "-record for " + request.QName + ":\r\n" + now +
+                                          "   -> Authoritative DNS servers did not respond - or did not return "
+                                          "any records.\r\n");
+    ++ReplyCount;
+    request.RCode = 2;
+    SendAnswer(request);
+}
+
+void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)
+{
+    auto& records = request.section(section);
+    for (const auto& present : records)
+        if (sameRecord(present, record)) return;
+    records.push_back(record);
+}
+
+// The zone's name servers in the authority section, with their addresses as additional records.
+void DnsService::AddAuth(clDNSRequest& request)
+{
+    const clDNSRecord* authority = m_store.authoritySearch(request.QName);
+    if (authority == nullptr) return;
+    const std::string zone = authority->Name;
+    for (const auto& [name, record] : m_store.records(zone)) {
+        if (record.RecType != rtype::NS) continue;
+        SectionAdd(request, kAuthority, record);
+        AddAddl(request, record.Data);
+    }
+}
+
+// Address records of a name that an answer points to (a mail exchanger, a name server).
+void DnsService::AddAddl(clDNSRequest& request, std::string_view name)
+{
+    const DateTime now = m_clock.now();
+    for (const auto& [owner, record] : m_store.records(name))
+        if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAdditional, record);
+}
+
+// With AUTOCNAME, a question for an alias itself also gets the addresses the alias stands for.
+void DnsService::CNAMERes(clDNSRequest& request)
+{
+    if (request.QType != rtype::CNAME) return;
+    const DateTime now = m_clock.now();
+    const auto aliases = request.section(kAnswer); // a copy: the section grows below
+    for (const auto& alias : aliases) {
+        if (alias.RecType != rtype::CNAME) continue;
+        for (const auto& [owner, record] : m_store.records(alias.Data))
+            if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAnswer, record);
+    }
+}
+
+} // namespace quorvane

@@ -1,0 +1,169 @@
+// Answer building, part two: the reply message, its log lines, and the rotation of records of one
+// name and type from answer to answer.
+#include "query/dns_service.h"
+
+#include "store/record_data.h"
+#include "wire/addresses.h"
+#include "wire/names.h"
+#include "wire/numbers.h"
+#include "wire/type_names.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr size_t kMaxSectionRecords = 100;
+
+const char* sectionName(Section section)
+{
+    switch (section) {
+    case kAnswer: return "Answer";
+    case kAuthority: return "Authority";
+    case kAdditional: return "Additional";
+    }
+    return "";
+}
+
+void putShort(Bytes& out, size_t value)
+{
+    out += static_cast<char>(value >> 8 & 0xFF);
+    out += static_cast<char>(value & 0xFF);
+}
+
+void patchShort(Bytes& out, size_t at, size_t value)
+{
+    out[at] = static_cast<char>(value >> 8 & 0xFF);
+    out[at + 1] = static_cast<char>(value & 0xFF);
+}
+
+// The record's data on the wire, names compressed against the message written so far.
+void appendRdata(Bytes& out, const clDNSRecord& record)
+{
+    switch (record.RecType) {
+    case rtype::NS:
+    case rtype::CNAME:
+    case rtype::PTR: out += ZipName(record.Data, out); break;
+    case rtype::MX:
+        putShort(out, static_cast<uint16_t>(record.Pref));
+        out += ZipName(record.Data, out);
+        break;
+    case rtype::SOA: {
+        const auto primaryEnd = record.Data.find('\0');
+        const auto mailboxEnd = record.Data.find('\0', primaryEnd + 1);
+        if (primaryEnd == Bytes::npos || mailboxEnd == Bytes::npos) break; // malformed: empty data
+        out += ZipName(std::string_view(record.Data).substr(0, primaryEnd), out);
+        out += ZipName(std::string_view(record.Data).substr(primaryEnd + 1, mailboxEnd - primaryEnd - 1), out);
+        out.append(record.Data, mailboxEnd + 1);
+        break;
+    }
+    default: out += record.Data; break; // A, TXT (held in wire form) and types learned as received
+    }
+}
+
+} // namespace
+
+void DnsService::SendAnswer(clDNSRequest& request)
+{
+    request.State = clDNSRequest::kFinished;
+    if (m_settings.autoCName) CNAMERes(request);
+    const bool recursive = request.RecursionDesired && request.RecursionAllowed;
+    if (!recursive) AddAuth(request);
+
+    if (m_host.wants(0)) {
+        const std::string type = RTypeN(request.QType);
+        m_host.AddLine(0, "Sending reply to " + request.ClientIP + " about " + type + "-record for " + request.QName +
+                              ":");
+        if (request.RCode == 0 && request.section(kAnswer).empty() && (request.Authoritative || recursive))
+            m_host.AddLine(0, "-> Answer: There are no " + type + "-Records for " + request.QName);
+        if (request.RCode != 0) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
+    }
+
+    Bytes& out = m_reply;
+    out.clear();
+    putShort(out, static_cast<size_t>(request.QueryID));
+    out += static_cast<char>(0x80 | (request.Authoritative ? 4 : 0) | (request.RecursionDesired ? 1 : 0));
+    out += static_cast<char>((request.RecursionAllowed ? 0x80 : 0) | (request.RCode & 0x0F));
+    putShort(out, 1);
+    for (Section s : {kAnswer, kAuthority, kAdditional})
+        putShort(out, std::min(request.section(s).size(), kMaxSectionRecords));
+    out += ZipName(request.QName, out);
+    putShort(out, static_cast<size_t>(request.QType & 0xFF)); // questions answered here are all below 256
+    putShort(out, 1);
+    for (Section s : {kAnswer, kAuthority, kAdditional}) writeSection(request, s);
+
+    m_host.sendDns(request.client, out);
+    m_host.DoTray(1);
+}
+
+void DnsService::writeSection(clDNSRequest& request, Section section)
+{
+    const auto& records = request.section(section);
+    if (records.empty()) return;
+    const DateTime now = m_clock.now();
+    const bool detail = m_host.wants(1);
+    const std::vector<size_t> order = RoundRobin(request, section);
+    for (size_t i = 0; i < order.size() && i < kMaxSectionRecords; ++i) {
+        const clDNSRecord& record = records[order[i]];
+        Bytes& out = m_reply;
+        out += ZipName(record.Name, out);
+        putShort(out, static_cast<uint16_t>(record.RecType));
+        putShort(out, 1);
+        const int32_t ttl = std::max(record.TTL(now), 0);
+        out += MakeLong(ttl);
+        const size_t lengthAt = out.size();
+        putShort(out, 0);
+        appendRdata(out, record);
+        patchShort(out, lengthAt, out.size() - lengthAt - 2);
+        if (detail) logRecord(section, record);
+    }
+}
+
+// The order in which a section's records are written: each run of records of one name and type
+// starts one further on than the last answer that carried it, so clients spread over the addresses
+// of a name. The rotation count lives on the first record of the run in the store.
+std::vector<size_t> DnsService::RoundRobin(clDNSRequest& request, Section section)
+{
+    const auto& records = request.section(section);
+    std::vector<size_t> order(records.size());
+    for (size_t i = 0; i < records.size(); ++i) order[i] = i;
+    for (size_t first = 0; first < records.size();) {
+        size_t end = first + 1;
+        while (end < records.size() && records[end].Name == records[first].Name &&
+               records[end].RecType == records[first].RecType)
+            ++end;
+        if (end - first > 1) {
+            for (auto& [name, stored] : m_store.records(records[first].Name)) {
+                if (stored.RecType != records[first].RecType) continue;
+                const auto shift = static_cast<size_t>(stored.RoRo) % (end - first);
+                stored.RoRo = static_cast<int16_t>((stored.RoRo + 1) % 10000);
+                std::rotate(order.begin() + static_cast<long>(first), order.begin() + static_cast<long>(first + shift),
+                            order.begin() + static_cast<long>(end));
+                break;
+            }
+        }
+        first = end;
+    }
+    return order;
+}
+
+void DnsService::logRecord(Section section, const clDNSRecord& record)
+{
+    std::string line = std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) + "-record for " +
+                       record.Name + " = ";
+    switch (record.RecType) {
+    case rtype::A: line += DataToIP(record.Data); break;
+    case rtype::SOA:
+        if (const auto soa = readSoa(record.Data))
+            line += soa->primary + " (Serial " + std::to_string(soa->serial) + ")";
+        break;
+    case rtype::MX: line += "[" + std::to_string(record.Pref) + "] " + record.Data; break;
+    case rtype::TXT: line += txtText(record.Data); break;
+    case rtype::NS:
+    case rtype::CNAME:
+    case rtype::PTR: line += record.Data; break;
+    default: break; // learned data of other types is bytes, not a name
+    }
+    m_host.AddLine(1, line);
+}
+
+} // namespace quorvane

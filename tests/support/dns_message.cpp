@@ -1,0 +1,78 @@
+#include "support/dns_message.h"
+
+#include "wire/addresses.h"
+#include "wire/names.h"
+#include "wire/numbers.h"
+#include "wire/type_names.h"
+
+namespace quorvane::test {
+
+Bytes makeQuery(uint16_t id, const std::string& name, uint16_t type, bool recursionDesired)
+{
+    Bytes m = MakeShort(id);
+    m += static_cast<char>(recursionDesired ? 1 : 0);
+    m += '\0';
+    m += MakeShort(1) + MakeShort(0) + MakeShort(0) + MakeShort(0);
+    m += ZipName(name, "");
+    m += MakeShort(type) + MakeShort(1);
+    return m;
+}
+
+DecodedReply decodeReply(const Bytes& message)
+{
+    DecodedReply d;
+    if (message.size() < 12) return d;
+    std::string_view rest(message);
+    d.id = ExtractShort(rest, true);
+    const int flags = ExtractShort(rest, true);
+    d.qr = (flags & 0x8000) != 0;
+    d.aa = (flags & 0x0400) != 0;
+    d.rd = (flags & 0x0100) != 0;
+    d.ra = (flags & 0x0080) != 0;
+    d.rcode = flags & 0x0F;
+    for (int& count : d.counts) count = ExtractShort(rest, true);
+    d.qname = ExtractName(message, rest, true);
+    d.qtype = ExtractShort(rest, true);
+    ExtractShort(rest, true);
+    for (int section = 2; section <= 4; ++section) {
+        for (int i = 0; i < d.counts[section - 1]; ++i) {
+            DecodedRecord r;
+            r.section = section;
+            r.name = ExtractName(message, rest, true);
+            r.type = ExtractShort(rest, true);
+            ExtractShort(rest, true);
+            r.ttl = static_cast<long>(ExtractLong(rest, true));
+            const auto length = static_cast<size_t>(ExtractShort(rest, true));
+            if (rest.size() < length) return d;
+            std::string_view rdata = rest.substr(0, length);
+            rest.remove_prefix(length);
+            if (r.type == 1) {
+                r.data = DataToIP(rdata);
+            } else if (r.type == 2 || r.type == 5 || r.type == 12) {
+                r.data = ExtractName(message, rdata, true);
+            } else if (r.type == 15) {
+                const int pref = ExtractShort(rdata, true);
+                r.data = std::to_string(pref) + ' ' + ExtractName(message, rdata, true);
+            } else if (r.type == 6) {
+                r.data = ExtractName(message, rdata, true);
+                r.data += ' ' + ExtractName(message, rdata, true);
+                r.data += ' ' + std::to_string(static_cast<long>(ExtractLong(rdata, true)));
+            } else {
+                r.data = std::string(rdata);
+            }
+            d.records.push_back(r);
+        }
+    }
+    d.ok = rest.empty();
+    return d;
+}
+
+std::vector<std::string> DecodedReply::section(int s) const
+{
+    std::vector<std::string> lines;
+    for (const auto& r : records)
+        if (r.section == s) lines.push_back(r.name + ' ' + RTypeN(r.type) + ' ' + r.data);
+    return lines;
+}
+
+} // namespace quorvane::test

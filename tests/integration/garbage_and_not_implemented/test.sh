@@ -1,7 +1,8 @@
 # Real clients get "not implemented" for types the server does not answer, and a bounded stream
 # of random datagrams (every length 0-600, truncated questions, compression loops, huge counts)
 # neither crashes the server nor stops it answering.
-mkdir -p "$WORK/folder"
+mkdir -p "$WORK/folder/data"
+printf '@ IN SOA ns.t. admin.t. 1 1 1 1 1\nhost IN A 10.0.0.9\n' >"$WORK/folder/data/t.dns"
 start_server "$WORK/folder" --quiet
 for _ in $(seq 100); do dns_bound && break; sleep 0.1; done
 dns_bound || fail "port 53 not bound"
@@ -35,6 +36,5 @@ for _ in range(300):
 PY
 
 kill -0 "$SERVER_PID" || fail "server died under garbage"
-dig @127.0.0.1 -p 53 +tries=1 +time=2 example.org HINFO >"$WORK/dig2.out" || fail "dig after garbage failed"
-grep -q 'status: NOTIMP' "$WORK/dig2.out" || fail "no answer after garbage"
+[ "$(dig @127.0.0.1 +tries=1 +time=2 +short host.t A)" = "10.0.0.9" ] || fail "no answer after garbage"
 stop_server

@@ -4,48 +4,13 @@
 #include "wire/numbers.h"
 #include "wire/wire_reader.h"
 
+#include "allocation_count.h"
+
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
-#include <new>
-
-namespace {
-size_t g_allocations = 0;
-}
-
-void* operator new(size_t size)
-{
-    ++g_allocations;
-    if (void* block = std::malloc(size == 0 ? 1 : size)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-void operator delete(void* block, size_t) noexcept
-{
-    std::free(block);
-}
 
 namespace quorvane {
 namespace {
-
-// Allocations per iteration, taken over the whole timed loop.
-class AllocationCount
-{
-public:
-    explicit AllocationCount(benchmark::State& state) : m_state(state), m_start(g_allocations) {}
-    ~AllocationCount()
-    {
-        m_state.counters["allocs"] = benchmark::Counter(static_cast<double>(g_allocations - m_start),
-                                                        benchmark::Counter::kAvgIterations);
-    }
-
-private:
-    benchmark::State& m_state;
-    size_t m_start;
-};
 
 // A query as a stub resolver sends it: www.example.com, type A, class IN, recursion desired.
 Bytes typicalQuery()

@@ -436,7 +436,10 @@ main() {
     cc -O2 -Wall -o "$WORK/echo_responder" "$here/echo_responder.c"
     python3 "$here/make_zone.py" "$WORK/$ZONE.dns" "$WORK/queries.txt" --type "$QTYPE"
 
-    declare -p PHASE_SECONDS FIXED_QPS QTYPE REPEATS QUORVANE SERVERS CLIENTS OUTSTANDING >"$WORK/settings"
+    local v
+    for v in PHASE_SECONDS FIXED_QPS QTYPE REPEATS QUORVANE SERVERS CLIENTS OUTSTANDING; do
+        printf '%s=%q\n' "$v" "${!v}"
+    done >"$WORK/settings"
     # Own network (only lo) and process namespaces: when the script ends, nothing it started
     # outlives it, and no packet leaves 127.0.0.1.
     unshare --net --pid --fork --mount-proc --kill-child bash "$0" --inside-namespace "$WORK"

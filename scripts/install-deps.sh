@@ -9,6 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev          # tests and benchmarks
     iproute2 util-linux python3                         # private network namespaces for integration tests
     bind9-dnsutils knot-dnsutils dns-root-data          # real DNS clients and root hints for tests
+    bind9 bind9-utils nsd                               # zone files, zone compiler and load peer for the store
 )
 
 missing=()

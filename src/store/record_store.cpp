@@ -25,13 +25,13 @@ void RecordStore::log(const std::string& text) const
     if (m_log) m_log(0, text);
 }
 
-std::ranges::subrange<RecordStore::Iterator> RecordStore::records(std::string_view name)
+RecordRun<RecordStore::Iterator> RecordStore::records(std::string_view name)
 {
     const auto [first, last] = m_records.equal_range(name);
     return {first, last};
 }
 
-std::ranges::subrange<RecordStore::ConstIterator> RecordStore::records(std::string_view name) const
+RecordRun<RecordStore::ConstIterator> RecordStore::records(std::string_view name) const
 {
     const auto [first, last] = m_records.equal_range(name);
     return {first, last};

@@ -14,9 +14,9 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <list>
 #include <map>
-#include <ranges>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -44,6 +44,16 @@ inline constexpr std::string_view kFileNotFoundLine = "-> File not found!";
 // std::string_view allocates nothing.
 using CacheRecordMap = std::multimap<std::string, clDNSRecord, std::less<>>;
 
+// The records of one name: a pair of positions in CacheRecords, usable in a range-for.
+template <typename Position> struct RecordRun
+{
+    Position first, last;
+    Position begin() const { return first; }
+    Position end() const { return last; }
+    bool empty() const { return first == last; }
+    size_t size() const { return static_cast<size_t>(std::distance(first, last)); }
+};
+
 class RecordStore
 {
 public:
@@ -63,8 +73,8 @@ public:
     size_t recordCount() const { return m_records.size(); }
     // The run of records of one name (normal form: lower case, trailing "."), in store order.
     // O(log n), no allocation; empty when the name has none.
-    std::ranges::subrange<Iterator> records(std::string_view name);
-    std::ranges::subrange<ConstIterator> records(std::string_view name) const;
+    RecordRun<Iterator> records(std::string_view name);
+    RecordRun<ConstIterator> records(std::string_view name) const;
     // The first record of a name, or end() of CacheRecords().
     ConstIterator firstIndex(std::string_view name) const { return m_records.find(name); }
     // The nearest enclosing zone data among permanent records: from the name itself up to the root,

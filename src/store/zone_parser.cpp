@@ -4,6 +4,7 @@
 #include "store/record_data.h"
 #include "store/zone_text.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace quorvane {
@@ -59,14 +60,14 @@ size_t findUnquoted(std::string_view line, char c, size_t from)
 bool readSpecialComment(std::string_view raw, ZoneComments& comments)
 {
     if (startsUpper(raw, "; PRIMARYIP ")) {
-        comments.primaryIP = std::string(trimBlanks(cleanLine(raw.substr(12))));
+        const std::string rest = cleanLine(raw.substr(12));
+        comments.primaryIP = std::string(trimBlanks(rest));
     } else if (startsUpper(raw, "; NOTIFY ")) {
-        std::string_view rest = raw.substr(9);
-        for (size_t end; !rest.empty();
-             rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1)) {
-            end = rest.find(' ');
-            const std::string_view address = trimBlanks(cleanLine(rest.substr(0, end)));
-            if (!address.empty()) comments.notify.emplace_back(address);
+        const std::string rest = cleanLine(raw.substr(9));
+        for (size_t start = 0; start < rest.size();) {
+            const size_t end = std::min(rest.find(' ', start), rest.size());
+            if (end > start) comments.notify.push_back(rest.substr(start, end - start));
+            start = end + 1;
         }
     } else if (startsUpper(raw, "; NOTSECURE")) {
         comments.notSecure = true;

@@ -2,6 +2,7 @@
 
 #include "net/error_hook.h"
 
+#include <cmath>
 #include <system_error>
 
 namespace quorvane {
@@ -42,8 +43,12 @@ void EventLog::AddLine(int level, const std::string& text)
     if (!wants(level)) return;
     try {
         const DateTime now = m_clock.now();
-        std::string line = timeOfDayText(now);
-        line += "   ";
+        const auto second = static_cast<int64_t>(std::floor(now * kSecondsPerDay));
+        if (second != m_stampSecond) {
+            m_stampSecond = second;
+            m_stamp = timeOfDayText(now) + "   ";
+        }
+        std::string line = m_stamp;
         line += text;
         if (m_activeOpen) {
             if (m_active.size() >= kActiveLogLines) m_active.pop_front();
@@ -65,8 +70,12 @@ void EventLog::writeToFile(DateTime now, const std::string& line)
         AddLine(0, "Error opening log file!");
         return;
     }
-    m_file << line << "\r\n";
-    m_file.flush();
+    m_file << line << "\r\n"; // flushed once a second by the tick, and when the file closes
+}
+
+void EventLog::flush()
+{
+    if (m_file.is_open()) m_file.flush();
 }
 
 bool EventLog::openFile(DateTime now)

@@ -36,6 +36,9 @@ public:
     bool writeLog() const { return m_writeLog; }
     // Closes the daily file (at shut-down).
     void closeFile();
+    // Writes out what the daily file holds in its buffer; the housekeeping tick calls it each second,
+    // so that logging every query costs no write per line.
+    void flush();
 
 private:
     bool levelPasses(int level) const;
@@ -52,6 +55,8 @@ private:
     std::function<void(const std::string&)> m_sink;
     std::ofstream m_file;
     std::string m_logFileDate; // "yyyymmdd" of the open file, empty when none is open
+    int64_t m_stampSecond = -1; // the second that m_stamp ("hh:mm:ss   ") was made for
+    std::string m_stamp;
 };
 
 } // namespace quorvane

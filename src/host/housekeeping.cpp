@@ -74,6 +74,7 @@ void Engine::Timer1()
         zeroSkippedSeconds(toCalendar(now).second);
         if (m_serverRunning) showStatus();
         if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
+        m_log.flush();
     });
 }
 

@@ -1,19 +1,24 @@
-// UDP: one readiness wait, then the socket is drained without blocking. TCP: accept and hand over.
+// UDP: one readiness wait, then the socket is drained without blocking, many datagrams per system
+// call (recvmmsg), and the replies sent meanwhile leave together (sendmmsg). TCP: accept and hand
+// over.
 #include "net/asio_network.h"
 
 #include "net/asio_impl.h"
 
+#include <algorithm>
 #include <array>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace quorvane {
 
 namespace {
 
-constexpr size_t kMaxDatagram = 65536;
-constexpr int kDatagramsPerWake = 64; // leave room for timers and other sockets under load
+constexpr size_t kBatch = 32;            // datagrams per system call
+constexpr size_t kMaxDatagram = 4096;    // larger datagrams are no DNS or DHCP request: dropped
+constexpr int kBatchesPerWake = 4;       // leave room for timers and other sockets under load
 
 std::optional<asio::ip::address_v4> parseAddress(const std::string& text)
 {
@@ -24,9 +29,13 @@ std::optional<asio::ip::address_v4> parseAddress(const std::string& text)
     return address;
 }
 
-Endpoint toEndpoint(const asio::ip::udp::endpoint& e)
+sockaddr_in toSockaddr(const Endpoint& to)
 {
-    return {e.address().is_v4() ? e.address().to_v4().to_uint() : 0, e.port()};
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(to.address);
+    address.sin_port = htons(to.port);
+    return address;
 }
 
 } // namespace
@@ -34,7 +43,16 @@ Endpoint toEndpoint(const asio::ip::udp::endpoint& e)
 struct AsioNetwork::Udp {
     explicit Udp(asio::io_context& io) : socket(io) {}
     asio::ip::udp::socket socket;
-    std::array<char, kMaxDatagram> buffer{};
+    // Receiving: one buffer, address and header per datagram of a batch.
+    std::array<std::array<char, kMaxDatagram>, kBatch> buffers{};
+    std::array<sockaddr_in, kBatch> from{};
+    std::array<iovec, kBatch> iov{};
+    std::array<mmsghdr, kBatch> headers{};
+    // Sending while a batch is handled: replies wait here and leave together after it.
+    bool holdingSends = false;
+    std::vector<std::string> outData;
+    std::vector<sockaddr_in> outTo;
+    size_t outCount = 0;
 };
 
 struct AsioNetwork::Listener {
@@ -78,15 +96,52 @@ void AsioNetwork::armRead(SocketId id, Udp& udp)
 
 void AsioNetwork::drainDatagrams(SocketId id, Udp& udp)
 {
-    for (int i = 0; i < kDatagramsPerWake; ++i) {
-        asio::ip::udp::endpoint from;
-        std::error_code ec;
-        const size_t n = udp.socket.receive_from(asio::buffer(udp.buffer), from, 0, ec);
-        if (ec == asio::error::would_block) return;
-        if (ec) continue; // e.g. an ICMP error reported on this socket; the next read goes on
-        if (m_events) m_events->onDatagram(id, toEndpoint(from), std::string_view(udp.buffer.data(), n));
-        if (m_udp.count(id) == 0) return;
+    const int fd = udp.socket.native_handle();
+    for (int round = 0; round < kBatchesPerWake; ++round) {
+        for (size_t i = 0; i < kBatch; ++i) {
+            udp.iov[i] = {udp.buffers[i].data(), kMaxDatagram};
+            udp.headers[i] = {};
+            udp.headers[i].msg_hdr.msg_name = &udp.from[i];
+            udp.headers[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
+            udp.headers[i].msg_hdr.msg_iov = &udp.iov[i];
+            udp.headers[i].msg_hdr.msg_iovlen = 1;
+        }
+        const int received = ::recvmmsg(fd, udp.headers.data(), kBatch, MSG_DONTWAIT, nullptr);
+        if (received <= 0) return; // would block, or an error such as an ICMP report: wait again
+        udp.holdingSends = true;
+        for (size_t i = 0; i < static_cast<size_t>(received); ++i) {
+            if ((udp.headers[i].msg_hdr.msg_flags & MSG_TRUNC) != 0) continue;
+            const Endpoint from{ntohl(udp.from[i].sin_addr.s_addr), ntohs(udp.from[i].sin_port)};
+            if (m_events)
+                m_events->onDatagram(id, from, std::string_view(udp.buffers[i].data(), udp.headers[i].msg_len));
+            if (m_udp.count(id) == 0) return; // the handler closed this socket
+        }
+        udp.holdingSends = false;
+        flushSends(udp);
+        if (static_cast<size_t>(received) < kBatch) return;
     }
+}
+
+void AsioNetwork::flushSends(Udp& udp)
+{
+    std::array<iovec, kBatch> iov{};
+    std::array<mmsghdr, kBatch> headers{};
+    for (size_t done = 0; done < udp.outCount;) {
+        const size_t count = std::min(kBatch, udp.outCount - done);
+        for (size_t i = 0; i < count; ++i) {
+            std::string& data = udp.outData[done + i];
+            iov[i] = {data.data(), data.size()};
+            headers[i] = {};
+            headers[i].msg_hdr.msg_name = &udp.outTo[done + i];
+            headers[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
+            headers[i].msg_hdr.msg_iov = &iov[i];
+            headers[i].msg_hdr.msg_iovlen = 1;
+        }
+        const int sent = ::sendmmsg(udp.socket.native_handle(), headers.data(), static_cast<unsigned>(count), 0);
+        // Send errors are ignored: a message that failed is skipped, the rest still go.
+        done += sent > 0 ? static_cast<size_t>(sent) : 1;
+    }
+    udp.outCount = 0;
 }
 
 SocketId AsioNetwork::listenTcp(const std::string& address, uint16_t port)
@@ -127,9 +182,20 @@ void AsioNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view d
 {
     const auto it = m_udp.find(socket);
     if (it == m_udp.end()) return;
-    std::error_code ignored;
-    it->second->socket.send_to(asio::buffer(data.data(), data.size()),
-                               {asio::ip::address_v4(to.address), to.port}, 0, ignored);
+    Udp& udp = *it->second;
+    const sockaddr_in address = toSockaddr(to);
+    if (!udp.holdingSends) {
+        ::sendto(udp.socket.native_handle(), data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                 sizeof address); // errors ignored
+        return;
+    }
+    if (udp.outCount == udp.outData.size()) {
+        udp.outData.emplace_back();
+        udp.outTo.emplace_back();
+    }
+    udp.outData[udp.outCount].assign(data); // keeps the slot's capacity from batch to batch
+    udp.outTo[udp.outCount] = address;
+    ++udp.outCount;
 }
 
 uint16_t AsioNetwork::localPort(SocketId socket) const

@@ -28,6 +28,7 @@ private:
     struct Connection;
     void armRead(SocketId id, Udp& udp);
     void drainDatagrams(SocketId id, Udp& udp);
+    void flushSends(Udp& udp);
     void armAccept(SocketId id, Listener& listener);
 
     AsioLoop& m_loop;

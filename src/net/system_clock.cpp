@@ -25,10 +25,15 @@ DateTime SystemClock::now() const
     const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
     const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(sinceEpoch).count();
     const std::time_t seconds = static_cast<std::time_t>(micros / 1'000'000);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    const double utcDays = static_cast<double>(micros) / 1e6 / kSecondsPerDay;
-    return utcDays + static_cast<double>(local.tm_gmtoff) / kSecondsPerDay;
+    // The offset from UTC changes only on the hour (summer time) or when the zone is changed, so
+    // it is looked up once a minute rather than on every call of the query path.
+    if (seconds / 60 != m_offsetMinute) {
+        std::tm local{};
+        localtime_r(&seconds, &local);
+        m_offsetDays = static_cast<double>(local.tm_gmtoff) / kSecondsPerDay;
+        m_offsetMinute = seconds / 60;
+    }
+    return static_cast<double>(micros) / 1e6 / kSecondsPerDay + m_offsetDays;
 }
 
 TimerId SystemClock::startTimer(std::chrono::milliseconds interval, std::function<void()> tick)

@@ -4,6 +4,7 @@
 #include "net/asio_loop.h"
 #include "net/clock.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -23,6 +24,8 @@ private:
     AsioLoop& m_loop;
     std::map<TimerId, std::unique_ptr<Timer>> m_timers;
     TimerId m_nextId = 1;
+    mutable int64_t m_offsetMinute = -1; // the UTC minute the offset was looked up in
+    mutable double m_offsetDays = 0;
 };
 
 } // namespace quorvane

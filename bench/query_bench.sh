@@ -355,26 +355,7 @@ inside_namespace() {
 # ---------------------------------------------------------------------------------------------
 
 install_missing() {
-    local packages=(dnsperf nsd knot gcc libc6-dev iproute2 util-linux bind9-dnsutils python3 procps)
-    local missing=() p
-    for p in "${packages[@]}"; do
-        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
-    done
-    [ ${#missing[@]} -eq 0 ] && return 0
-    echo "Installing: ${missing[*]}" >&2
-    # Keep the packages' own services from starting: the benchmark runs its own copies.
-    local policy=/usr/sbin/policy-rc.d made=0 rc=0
-    if [ ! -e "$policy" ]; then
-        printf '#!/bin/sh\nexit 101\n' >"$policy"
-        chmod +x "$policy"
-        made=1
-    fi
-    {
-        apt-get update -qq &&
-            DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
-    } >&2 || rc=$?
-    [ "$made" = 1 ] && rm -f "$policy"
-    return "$rc"
+    "$(dirname "$0")/install_packages.sh" dnsperf nsd knot gcc libc6-dev iproute2 util-linux bind9-dnsutils python3 procps
 }
 
 holds_lock() {

@@ -6,6 +6,7 @@
 #   bench/store_load_vs_peer.sh [build/release] [records]
 set -euo pipefail
 
+"$(dirname "$0")/install_packages.sh" nsd python3 time
 build=${1:-build/release}
 loader=$build/bench/store_load
 count=${2:-100000}

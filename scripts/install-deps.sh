@@ -1,16 +1,24 @@
 #!/usr/bin/env bash
-# Installs what building, running and testing Quorvane need on Debian 12 (as root, or with sudo).
-# Does nothing when everything is already there.
+# Installs what Quorvane needs on Debian 12 (as root, or with sudo); does nothing when all is there.
+#   install-deps.sh build   what building and running need
+#   install-deps.sh test    that, and what the tests need
+# No package that runs a server of its own is installed, so port 53 stays free for Quorvane.
 set -euo pipefail
 
 packages=(
-    cmake ninja-build g++ clang libclang-rt-14-dev     # build, sanitizers, libFuzzer
+    cmake ninja-build g++                               # build
     libasio-dev                                         # event loop
-    libgtest-dev libgmock-dev libbenchmark-dev          # tests and benchmarks
-    iproute2 util-linux python3                         # private network namespaces for integration tests
-    bind9-dnsutils knot-dnsutils dns-root-data          # real DNS clients and root hints for tests
-    bind9 bind9-utils nsd                               # zone files, zone compiler and load peer for the store
+    libgtest-dev libgmock-dev                           # the test targets are part of every build
 )
+if [ "${1:-build}" = test ]; then
+    packages+=(
+        clang libclang-rt-14-dev                        # libFuzzer and clang's sanitizer runtime
+        libbenchmark-dev                                # micro-benchmarks
+        iproute2 util-linux python3                     # private network namespaces for integration tests
+        bind9-dnsutils knot-dnsutils                    # real DNS clients
+        dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
+    )
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh
+scripts/install-deps.sh build
 cmake --preset release >/dev/null
 cmake --build --preset release
 [ -d build/example ] || cp -r examples/home-office build/example

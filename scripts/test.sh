@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh
+scripts/install-deps.sh test
+scripts/fetch-peer-zones.sh
 for preset in dev asan fuzz; do
     echo "== $preset: build"
     cmake --preset "$preset" >/dev/null

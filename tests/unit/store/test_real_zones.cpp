@@ -26,9 +26,9 @@ struct RealZone
 };
 
 const RealZone kRealZones[] = {
-    {"/usr/share/dns/root.hints", ".", true},         {"/etc/bind/db.local", "localhost.", false},
-    {"/etc/bind/db.127", "127.in-addr.arpa.", false}, {"/etc/bind/db.0", "0.in-addr.arpa.", false},
-    {"/etc/bind/db.255", "255.in-addr.arpa.", false}, {"/etc/bind/db.empty", "empty.", false},
+    {"/usr/share/dns/root.hints", ".", true},         {QUORVANE_PEER_ZONES "/db.local", "localhost.", false},
+    {QUORVANE_PEER_ZONES "/db.127", "127.in-addr.arpa.", false}, {QUORVANE_PEER_ZONES "/db.0", "0.in-addr.arpa.", false},
+    {QUORVANE_PEER_ZONES "/db.255", "255.in-addr.arpa.", false}, {QUORVANE_PEER_ZONES "/db.empty", "empty.", false},
 };
 
 // A start of authority for BIND's compiler, which loads no zone without one; the root hints have

@@ -62,7 +62,8 @@ private:
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
     void CNAMERes(clDNSRequest& request);
-    std::vector<size_t> RoundRobin(clDNSRequest& request, Section section);
+    // The order in which a section's records are written (valid until the next call).
+    const std::vector<size_t>& RoundRobin(clDNSRequest& request, Section section);
     void writeSection(clDNSRequest& request, Section section);
     void logRecord(Section section, const clDNSRecord& record);
     void countRequest();
@@ -75,6 +76,7 @@ private:
     QuerySettings m_settings;
     clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
     Bytes m_reply;          // the reply being built, reused likewise
+    std::vector<size_t> m_order;
 };
 
 } // namespace quorvane

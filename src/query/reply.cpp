@@ -101,7 +101,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
     if (records.empty()) return;
     const DateTime now = m_clock.now();
     const bool detail = m_host.wants(1);
-    const std::vector<size_t> order = RoundRobin(request, section);
+    const std::vector<size_t>& order = RoundRobin(request, section);
     for (size_t i = 0; i < order.size() && i < kMaxSectionRecords; ++i) {
         const clDNSRecord& record = records[order[i]];
         Bytes& out = m_reply;
@@ -121,10 +121,11 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
 // The order in which a section's records are written: each run of records of one name and type
 // starts one further on than the last answer that carried it, so clients spread over the addresses
 // of a name. The rotation count lives on the first record of the run in the store.
-std::vector<size_t> DnsService::RoundRobin(clDNSRequest& request, Section section)
+const std::vector<size_t>& DnsService::RoundRobin(clDNSRequest& request, Section section)
 {
     const auto& records = request.section(section);
-    std::vector<size_t> order(records.size());
+    std::vector<size_t>& order = m_order;
+    order.resize(records.size());
     for (size_t i = 0; i < records.size(); ++i) order[i] = i;
     for (size_t first = 0; first < records.size();) {
         size_t end = first + 1;

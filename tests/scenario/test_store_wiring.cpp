@@ -1,0 +1,107 @@
+// The record store through the engine: loaded at start, reloaded on command, new zone files picked
+// up by the tick, the cache kept across a restart when asked to, and expired records swept.
+#include "host/engine.h"
+#include "support/dns_message.h"
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+#include "support/recording_events.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+namespace {
+
+struct Program {
+    FakeClock clock;
+    FakeNetwork network;
+    RecordingEvents events;
+    TempFolder folder;
+    std::unique_ptr<Engine> engine;
+
+    explicit Program(const std::string& ini)
+    {
+        std::filesystem::create_directory(folder.path() / "data");
+        folder.write("quorvane.ini", ini);
+        folder.write("data/lan.dns", "@ IN SOA ns.lan. admin.lan. 1 1 1 1 1\nhost IN A 10.0.0.1\n");
+    }
+    void start()
+    {
+        engine.reset(); // the old engine lets go of the network before the next one takes it
+        network = FakeNetwork();
+        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
+        engine->Main();
+    }
+    // The answer section of the reply to an A query, as "name A address" lines.
+    Lines ask(const std::string& name)
+    {
+        network.sent.clear();
+        network.deliver(network.findOpen(false, 53), {0x0A000005, 999}, makeQuery(1, name, 1, false));
+        if (network.sent.size() != 1) return {"no reply"};
+        return decodeReply(network.sent[0].data).section(2);
+    }
+    bool logged(const std::string& line) const
+    {
+        return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
+    }
+};
+
+} // namespace
+
+TEST(StoreWiring, ReloadCommandAndNewZoneFilesReplaceZoneData)
+{
+    Program p("CheckNew: 5\n");
+    p.start();
+    EXPECT_TRUE(p.logged("Loading Zone: lan."));
+    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.1"});
+
+    p.folder.write("data/lan.dns", "@ IN SOA ns.lan. admin.lan. 2 1 1 1 1\nhost IN A 10.0.0.2\n");
+    p.engine->execute(Command::ReloadRecords); // SIGHUP
+    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.2"});
+
+    p.clock.advance(1s); // the first tick scans at once and finds nothing new
+    EXPECT_FALSE(p.logged("New zone file discovered: lan."));
+    p.folder.write("data/lan.new", "@ IN SOA ns.lan. admin.lan. 3 1 1 1 1\nhost IN A 10.0.0.3\n");
+    p.clock.advance(4s); // not yet more than CheckNew seconds since that scan
+    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.2"});
+    p.clock.advance(2s);
+    EXPECT_TRUE(p.logged("New zone file discovered: lan."));
+    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.3"});
+    EXPECT_FALSE(std::filesystem::exists(p.folder.path() / "data/lan.new"));
+}
+
+TEST(StoreWiring, CacheKeptAcrossARestartWhenAskedTo)
+{
+    Program p("CacheReload: yes\n");
+    p.start();
+    p.engine->store().CacheAdd("learned.example.", 1, 3600, Bytes("\x0A\x09\x09\x09", 4), 0);
+    p.engine->close(CloseReason::User);
+    EXPECT_NE(p.folder.read("named.cache").find("learned.example."), std::string::npos);
+
+    p.events.lines.clear();
+    p.start();
+    const auto at = std::find(p.events.lines.begin(), p.events.lines.end(), "Loading Cache...");
+    ASSERT_NE(at, p.events.lines.end());
+    EXPECT_EQ(*(at - 1), "-> File not found!");       // no named.root, reported by the reload before it
+    EXPECT_EQ(*(at + 2), "Loading IP address blocks..."); // after the cache's own count line
+    EXPECT_EQ(p.ask("learned.example."), Lines{"learned.example. A 10.9.9.9"});
+}
+
+TEST(StoreWiring, TickSweepsExpiredLearnedRecords)
+{
+    Program p("");
+    p.start();
+    const size_t loaded = p.engine->store().recordCount();
+    p.engine->store().CacheAdd("short.example.", 1, 2, Bytes("\x0A\x00\x00\x01", 4), 0);
+    p.clock.advance(1s);
+    EXPECT_EQ(p.engine->store().recordCount(), loaded + 1);
+    p.clock.advance(8s); // expired more than 5 seconds ago; the tiny cache is visited each tick
+    EXPECT_EQ(p.engine->store().recordCount(), loaded);
+    EXPECT_EQ(p.ask("short.example."), Lines{});
+}
+
+} // namespace quorvane::test

@@ -23,6 +23,7 @@ struct CountingHost : QueryHost {
     bool wants(int) const override { return false; }
     void AddLine(int, const std::string&) override {}
     void sendDns(const Endpoint&, std::string_view message) override { bytes += message.size(); }
+    void sendDns2(const Endpoint&, std::string_view) override {}
     void DoTray(int) override {}
     void appendDailyLog(const std::string&, const std::string&) override {}
     size_t bytes = 0;

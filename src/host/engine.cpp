@@ -88,7 +88,8 @@ void Engine::configureFromSettings()
     m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
     m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL});
-    m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses});
+    m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
+                     m_settings.NS, m_settings.SPOOFSECURE});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
@@ -129,6 +130,8 @@ void Engine::close(CloseReason reason)
     saveBlocks();
     guarded("frmMain Unload", [&] {
         closeDns();
+        m_network.close(m_WSDNS2);
+        m_WSDNS2 = kNoSocket;
         m_log.closeFile();
     });
     m_events.onClosed();
@@ -199,6 +202,7 @@ void Engine::DoTray(int state)
 void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view data)
 {
     if (socket == m_WSDNS) guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
+    else if (socket == m_WSDNS2) guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
 }
 
 void Engine::onTcpAccepted(SocketId, SocketId connection, const Endpoint&)

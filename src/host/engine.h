@@ -78,11 +78,13 @@ private:
     void InitWinsock();
     void StartServices();
     bool bindDns();
+    void bindQuerySocket();
     void closeDns();
     void mnuStartStop();
     void writeSupportFileCommand();
     void configureFromSettings();
     void receiveDns(const Endpoint& from, std::string_view data);
+    void receiveDns2(const Endpoint& from, std::string_view data);
     void WriteBlockLog(const std::string& address);
     void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
@@ -96,6 +98,7 @@ private:
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
+    void sendDns2(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS2, to, message); }
     void DoTray(int state) override;
     void appendDailyLog(const std::string& suffix, const std::string& lines) override;
 
@@ -112,6 +115,7 @@ private:
     std::vector<std::string> m_localAddresses;
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
+    SocketId m_WSDNS2 = kNoSocket; // queries to other servers; bound once, kept while paused
     FloodGuard m_flood;
     RecordStore m_store;
     DnsService m_dns;

@@ -1,5 +1,5 @@
-// The one-second housekeeping tick of the main window, and the DNS socket's receive handler with
-// its block-list and flood check.
+// The one-second housekeeping tick of the main window, and the receive handlers of the DNS socket
+// (with its block-list and flood check) and of the outgoing query socket.
 #include "host/engine.h"
 
 #include <cmath>
@@ -36,6 +36,16 @@ void Engine::receiveDns(const Endpoint& from, std::string_view data)
     if (!m_flood.check(from.address, (now - std::floor(now)) * kSecondsPerDay)) return;
     const bool isAnswer = (static_cast<unsigned char>(data[2]) & 0x80) != 0;
     if (!isAnswer) guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
+    else guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
+}
+
+// Answers to our queries; this socket has no flood check, and queries that arrive on it are dropped.
+void Engine::receiveDns2(const Endpoint& from, std::string_view data)
+{
+    if (!m_serverRunning) return;
+    DoTray(1);
+    if (data.size() >= 12 && (static_cast<unsigned char>(data[2]) & 0x80) != 0)
+        guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
 }
 
 void Engine::writeDailyLog(const char* label, const std::string& suffix, const std::string& lines)
@@ -66,6 +76,7 @@ void Engine::Timer1()
     guarded("frmMain Timer1", [&] {
         const DateTime now = m_clock.now();
         m_dns.removeFinished();
+        m_dns.retryWaiting();
         m_store.sweepCache();
         if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
             m_lastNewZoneScan = now;

@@ -12,6 +12,7 @@ void Engine::StartServices()
 {
     guarded("modMain StartServices", [&] {
         if (!bindDns()) return;
+        bindQuerySocket();
         m_serverRunning = true;
         m_events.onServerState(true);
         m_events.onStatusText(0, "Uptime...");
@@ -42,6 +43,15 @@ bool Engine::bindDns()
         m_events.onMessageBox("Could not start DNS service on " + address, MessageIcon::Warning);
     }
     return false;
+}
+
+// The outgoing query socket: any local address, a port the system picks. Bound on the first start
+// and kept, so that answers to queries sent before a pause are still recognised as such.
+void Engine::bindQuerySocket()
+{
+    if (m_WSDNS2 != kNoSocket) return;
+    m_WSDNS2 = m_network.bindUdp("", 0);
+    if (m_WSDNS2 == kNoSocket) AddLine(0, "Binding the socket for queries to other DNS servers failed!");
 }
 
 void Engine::closeDns()

@@ -9,7 +9,6 @@ namespace quorvane {
 namespace {
 
 constexpr int kMaxPasses = 25;
-constexpr int kServedPastExpiry = 5; // a record is served until 5 seconds after it expired
 constexpr int kTypeAny = 255;
 
 bool sameRecord(const clDNSRecord& a, const clDNSRecord& b)
@@ -34,11 +33,12 @@ bool DnsService::recursionAllowed(const std::string& client) const
 void DnsService::Check(clDNSRequest& request)
 {
     if (request.State > clDNSRequest::kWaiting) return;
-    request.RecursionAllowed = recursionAllowed(request.ClientIP);
+    request.RecursionAllowed = request.Depth > 0 || recursionAllowed(request.ClientIP);
 
     const Lookup found = lookUp(request);
-    if (found.tooLong) return;
-    if (!request.section(kAnswer).empty() || found.knownAbsent) {
+    if (found.tooLong) {
+        if (request.Depth > 0) ReturnSub(request, false);
+    } else if (found.answered || found.knownAbsent) {
         SendAnswer(request);
     } else if (found.zoneSoa != nullptr) {
         // Our own zone and no such data. The zone's SOA goes with the reply whether the name is
@@ -47,9 +47,9 @@ void DnsService::Check(clDNSRequest& request)
         if (!found.nameExists) request.RCode = 3;
         SendAnswer(request);
     } else if (!request.RecursionDesired || !request.RecursionAllowed) {
-        SendAnswer(request);
+        SendAnswer(request); // what is known here: nothing, or the aliases that lead elsewhere
     } else {
-        giveUp(request); // resolution through other servers is not offered yet
+        resolve(request);
     }
 }
 
@@ -64,12 +64,11 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
             found.tooLong = true;
             return found;
         }
+        // What is said of the zone and the data always concerns the last name of the alias chain.
         const clDNSRecord* authority = m_store.authoritySearch(request.CurName);
-        if (authority != nullptr && authority->RecType == rtype::SOA) {
-            found.zoneSoa = authority;
-            if (request.CurName == request.QName) request.Authoritative = true;
-        }
-        found.nameExists = false;
+        found.zoneSoa = authority != nullptr && authority->RecType == rtype::SOA ? authority : nullptr;
+        if (found.zoneSoa != nullptr && request.CurName == request.QName) request.Authoritative = true;
+        found.nameExists = found.answered = false;
         const clDNSRecord* alias = nullptr;
         for (const auto& [name, record] : m_store.records(request.CurName)) {
             if (record.TTL(now) <= -kServedPastExpiry) continue;
@@ -81,6 +80,7 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
             }
             if (type == request.QType || (request.QType == kTypeAny && type < rtype::kMarkerBase)) {
                 SectionAdd(request, kAnswer, record);
+                found.answered = true;
                 if (type == rtype::MX) AddAddl(request, record.Data);
             } else if (type == rtype::kNameMarker || type == rtype::kMarkerBase + request.QType) {
                 // Learned from another server: no such name, or no records of this type.
@@ -92,19 +92,6 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
         SectionAdd(request, kAnswer, *alias);
         request.CurName = alias->Data;
     }
-}
-
-void DnsService::giveUp(clDNSRequest& request)
-{
-    request.State = clDNSRequest::kFinished;
-    const std::string now = timeOfDayText(m_clock.now());
-    m_host.appendDailyLog("fail.log", now + "   DNS Request from " + request.ClientIP + " about " +
-                                          RTypeN(request.QType) + "-record for " + request.QName + ":\r\n" + now +
-                                          "   -> Authoritative DNS servers did not respond - or did not return "
-                                          "any records.\r\n");
-    ++ReplyCount;
-    request.RCode = 2;
-    SendAnswer(request);
 }
 
 void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)

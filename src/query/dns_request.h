@@ -1,7 +1,8 @@
-// One client's question being answered: what intake read from the query, and the answer being
-// built for it.
+// One question being answered: what intake read from the query, the answer being built for it, and
+// the state of its resolution through other servers.
 #pragma once
 
+#include "net/clock.h"
 #include "net/network.h"
 #include "store/dns_record.h"
 
@@ -14,6 +15,17 @@ namespace quorvane {
 
 // Section numbers of a message; 1 is the question.
 enum Section { kAnswer = 2, kAuthority = 3, kAdditional = 4 };
+
+// The zone of a configured forwarder, which answers for every name.
+inline constexpr const char* kForwarderZone = "external";
+
+// A name server that a request may ask.
+struct clNServ {
+    std::string AuthFor; // the zone it serves, or "external" for a configured forwarder
+    std::string IP;      // dotted address; empty until known
+    std::string Name;    // its host name; empty for forwarders
+    int Retry = 0;       // queries sent to it for this request
+};
 
 struct clDNSRequest {
     // State values: new, waiting for another server, waiting for a sub-request, finished.
@@ -36,6 +48,15 @@ struct clDNSRequest {
     // Copies of the records, so that an answer never refers into a store that changes meanwhile.
     std::array<std::vector<clDNSRecord>, 3> Sections; // answer, authority, additional
 
+    // Resolution through other servers.
+    std::vector<clNServ> NSAcol;    // the servers that may still be asked
+    bool ForwardersAdded = false;   // the configured forwarders went into NSAcol (once per request)
+    clNServ Asked;                  // the server asked last (it may have left NSAcol since)
+    DateTime TimeOut = 0;           // when the wait for its answer ends
+    int32_t CurOutID = 0;           // the identifier of the query sent to it
+    int Depth = 0;                  // 0 for a client's request; sub-requests count up
+    clDNSRequest* Parent = nullptr; // the request a sub-request finds a server's address for
+
     // Back to a new request, keeping the capacity of its strings and sections.
     void reset()
     {
@@ -48,6 +69,12 @@ struct clDNSRequest {
         QType = RCode = Steps = 0;
         State = kNew;
         for (auto& records : Sections) records.clear();
+        NSAcol.clear();
+        ForwardersAdded = false;
+        Asked = {};
+        TimeOut = 0;
+        CurOutID = Depth = 0;
+        Parent = nullptr;
     }
 
     std::vector<clDNSRecord>& section(Section s) { return Sections[static_cast<size_t>(s - kAnswer)]; }

@@ -1,14 +1,17 @@
-// The DNS query path: intake of query datagrams, the pending requests and the request and
-// reply counters. Never touches a socket itself: replies go out through QueryHost.
+// The DNS query path: intake of query datagrams, answers from local data, resolution through other
+// servers, the pending requests and the request and reply counters. Never touches a socket
+// itself: replies and queries go out through QueryHost.
 #pragma once
 
 #include "net/clock.h"
 #include "query/dns_request.h"
 #include "query/query_host.h"
+#include "query/query_id.h"
 #include "store/record_store.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string_view>
 
@@ -19,7 +22,13 @@ struct QuerySettings {
     std::string recursion = "<all>"; // DNSRECURSION
     bool autoCName = false;          // AUTOCNAME
     std::vector<std::string> localAddresses;
+    bool forwarding = false;             // RECURSIONOUT
+    std::vector<std::string> forwarders; // NS
+    bool spoofSecure = false;            // SPOOFSECURE
 };
+
+// A record is still served until 5 seconds after it expired.
+inline constexpr int kServedPastExpiry = 5;
 
 class DnsService {
 public:
@@ -28,6 +37,12 @@ public:
 
     // One query datagram (QR clear) from a client that passed the flood check.
     void ProcReq(const Endpoint& from, std::string_view message);
+    // One answer datagram (QR set) from another server.
+    void ProcAns(const Endpoint& from, std::string_view message);
+    // Answers that belong to other queries of this server (the zone checks) are offered here first,
+    // by identifier; the handler gives whether it took the answer.
+    using AnswerHandler = std::function<bool(int32_t id, std::string_view message)>;
+    void setOtherAnswers(AnswerHandler handler) { m_otherAnswers = std::move(handler); }
     // Forgets every request still being answered (pausing the server); their clients get no answer.
     void clearPending() { PendingRequests.clear(); }
     // The timer's first duty: finished requests leave the list.
@@ -35,6 +50,8 @@ public:
     {
         PendingRequests.remove_if([](const clDNSRequest& r) { return r.State == clDNSRequest::kFinished; });
     }
+    // The timer's second duty: requests whose wait for a server is over ask the next one.
+    void retryWaiting();
 
     std::list<clDNSRequest> PendingRequests;
     // Counted as 64-bit so that a long-running server never wraps.
@@ -42,22 +59,39 @@ public:
     uint64_t ReplyCount = 0;
     // Requests per second of the current minute, indexed by the second (0-59).
     std::array<uint16_t, 60> RequestsPerSecond{};
+    // Identifiers of outgoing queries, shared with the zone checks and notifications.
+    QueryIdCounter NextQueryID;
 
     // Answers a request from local data, or finishes it when it cannot be answered here.
     void Check(clDNSRequest& request);
     // Builds the reply for a request and sends it to the client.
     void SendAnswer(clDNSRequest& request);
+    // Sends the question to the next server of the request's list, or gives up.
+    void AskNS(clDNSRequest& request);
 
 private:
     bool recursionAllowed(const std::string& client) const;
     struct Lookup {
         const clDNSRecord* zoneSoa = nullptr; // the SOA of our own zone that holds the name
         bool nameExists = false;              // the last name looked up has real records
+        bool answered = false;                // the last name has records of the question's type
         bool knownAbsent = false;             // the cache says the name or the type does not exist
         bool tooLong = false;                 // the alias chain ran past the limit
     };
     Lookup lookUp(clDNSRequest& request);
     void giveUp(clDNSRequest& request);
+    void WriteFailLog(const clDNSRequest& request);
+    clDNSRequest& adopt(clDNSRequest& request);
+    void resolve(clDNSRequest& request);
+    void CheckNewNS(clDNSRequest& request);
+    bool FillNSIP(clNServ& server);
+    bool keepServer(clNServ& server);
+    bool isOwnAddress(const std::string& address) const;
+    void askForAddress(clDNSRequest& request, const std::string& serverName);
+    void ReturnSub(clDNSRequest& sub, bool found);
+    void sendQuery(const clDNSRequest& request);
+    clDNSRequest* findWaiting(int32_t id, std::string_view name, int type);
+    void dropAsked(clDNSRequest& request);
     void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
@@ -76,6 +110,8 @@ private:
     QuerySettings m_settings;
     clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
     Bytes m_reply;          // the reply being built, reused likewise
+    Bytes m_query;          // the query to another server being built
+    AnswerHandler m_otherAnswers;
     std::vector<size_t> m_order;
 };
 

@@ -89,9 +89,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
         notImplemented(from, message, ip, subject);
         return;
     }
-    Check(request);
-    // A request still waiting for another server stays pending; one answered at once is done.
-    if (request.State != clDNSRequest::kFinished) PendingRequests.push_back(std::move(request));
+    Check(request); // one that has to wait for another server moves to PendingRequests
 }
 
 void DnsService::notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,

@@ -1,4 +1,4 @@
-// What the query path needs from the program around it: the log, the DNS socket and the tray.
+// What the query path needs from the program around it: the log, the DNS sockets and the tray.
 // The engine implements it; tests use a recording fake.
 #pragma once
 
@@ -17,6 +17,8 @@ public:
     virtual void AddLine(int level, const std::string& text) = 0;
     // Sends a reply from the DNS socket (UDP 53); send errors are the host's to log.
     virtual void sendDns(const Endpoint& to, std::string_view message) = 0;
+    // Sends a query to another server from the outgoing socket, whose answers come back to ProcAns.
+    virtual void sendDns2(const Endpoint& to, std::string_view message) = 0;
     virtual void DoTray(int state) = 0;
     // Appends lines to the day's side log (logs/yyyymmdd + suffix, e.g. "fail.log") when log files
     // are written; otherwise nothing.

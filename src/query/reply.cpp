@@ -65,6 +65,7 @@ void appendRdata(Bytes& out, const clDNSRecord& record)
 void DnsService::SendAnswer(clDNSRequest& request)
 {
     request.State = clDNSRequest::kFinished;
+    if (request.Depth > 0) return ReturnSub(request, true); // a sub-request's answer is for its parent
     if (m_settings.autoCName) CNAMERes(request);
     const bool recursive = request.RecursionDesired && request.RecursionAllowed;
     if (!recursive) AddAuth(request);

@@ -159,10 +159,10 @@ TEST(Answers, RecursionOfferedByPattern)
         {"<all>", 0x01020304, true},
     };
     for (const auto& c : cases) {
-        Server s(kZone, {c.rule, false, {"192.168.1.10"}});
+        Server s(kZone, {c.rule, false, {"192.168.1.10"}, false, {}, false});
         const auto r = s.ask("outside.example.", 1, true, c.client);
         EXPECT_EQ(r.ra, c.ra) << c.rule << ' ' << c.client;
-        EXPECT_EQ(r.rcode, c.ra ? 2 : 0) << c.rule; // recursion would be needed: a server failure for now
+        EXPECT_EQ(r.rcode, c.ra ? 2 : 0) << c.rule; // no server is known to ask: a server failure
     }
 }
 
@@ -187,7 +187,7 @@ TEST(Answers, AutoCnameAddsTheTargetToAnAliasQuestion)
 {
     Server plain;
     EXPECT_EQ(plain.ask("www.zone.", 5).section(2), Lines{"www.zone. CNAME host.zone."});
-    Server automatic(kZone, {"<all>", true, {}});
+    Server automatic(kZone, {"<all>", true, {}, false, {}, false});
     EXPECT_EQ(automatic.ask("www.zone.", 5).section(2), (Lines{"www.zone. CNAME host.zone.", "host.zone. A 10.0.0.80"}));
     EXPECT_EQ(automatic.ask("text.zone.", 16).section(2), Lines{"text.zone. TXT \x0bhello world"});
 }

@@ -67,6 +67,43 @@ DecodedReply decodeReply(const Bytes& message)
     return d;
 }
 
+WireRecord wireA(int section, const std::string& name, const std::string& address, uint32_t ttl)
+{
+    return {section, name, 1, ttl, IPToData(address)};
+}
+
+WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target, uint32_t ttl)
+{
+    return {section, name, type, ttl, ZipName(target, "")};
+}
+
+WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum)
+{
+    Bytes data = ZipName("ns." + zone, "") + ZipName("admin." + zone, "");
+    for (const uint32_t value : {1u, 3600u, 600u, 86400u, minimum}) data += MakeLong(value);
+    return {3, zone, 6, ttl, data};
+}
+
+Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<WireRecord>& records)
+{
+    std::string_view rest = query.substr(12);
+    ExtractName(query, rest, true);
+    Bytes m(query.substr(0, query.size() - rest.size() + 4)); // header and question
+    m[2] = static_cast<char>(0x80 | (aa ? 4 : 0) | (query[2] & 1));
+    m[3] = static_cast<char>(0x80 | rcode);
+    for (int section = 2; section <= 4; ++section) {
+        int count = 0;
+        for (const auto& r : records) count += r.section == section ? 1 : 0;
+        m.replace(static_cast<size_t>(2 + 2 * section), 2, MakeShort(count));
+    }
+    for (int section = 2; section <= 4; ++section)
+        for (const auto& r : records)
+            if (r.section == section)
+                m += ZipName(r.name, "") + MakeShort(r.type) + MakeShort(1) + MakeLong(r.ttl) +
+                     MakeShort(static_cast<int32_t>(r.rdata.size())) + r.rdata;
+    return m;
+}
+
 std::vector<std::string> DecodedReply::section(int s) const
 {
     std::vector<std::string> lines;

@@ -33,4 +33,21 @@ struct DecodedReply {
 
 DecodedReply decodeReply(const Bytes& message);
 
+// A record as another server sends it, uncompressed.
+struct WireRecord {
+    int section = 2; // 2 answer, 3 authority, 4 additional
+    std::string name;
+    uint16_t type = 1;
+    uint32_t ttl = 3600;
+    Bytes rdata;
+};
+WireRecord wireA(int section, const std::string& name, const std::string& address, uint32_t ttl = 3600);
+// NS, CNAME or PTR: a record whose data is one name.
+WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target, uint32_t ttl = 3600);
+WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum);
+
+// Another server's answer to a query: its identifier and question, QR and RA set, AA as given,
+// the response code, then the records by section.
+Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<WireRecord>& records);
+
 } // namespace quorvane::test

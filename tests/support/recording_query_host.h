@@ -22,12 +22,14 @@ struct RecordingQueryHost : QueryHost {
         lines.push_back(text);
     }
     void sendDns(const Endpoint& to, std::string_view message) override { replies.push_back({to, Bytes(message)}); }
+    void sendDns2(const Endpoint& to, std::string_view message) override { queries.push_back({to, Bytes(message)}); }
     void DoTray(int state) override { tray = state; }
     void appendDailyLog(const std::string& suffix, const std::string& text) override { dailyLogs.push_back(suffix + ": " + text); }
 
     int maxLevel = 3; // -1: logging off
     std::vector<std::string> lines;
     std::vector<Reply> replies;
+    std::vector<Reply> queries; // sent to other servers
     int tray = 0;
     std::vector<std::string> dailyLogs;
 };

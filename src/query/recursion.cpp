@@ -1,0 +1,252 @@
+// Resolution through other servers: which servers a request asks, in what order and how long it
+// waits for each, sub-requests for servers whose address is not known yet, and giving up.
+#include "query/dns_service.h"
+
+#include "wire/addresses.h"
+#include "wire/names.h"
+#include "wire/numbers.h"
+#include "wire/type_names.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kTriesPerServer = 5;
+constexpr int kMaxSubDepth = 9; // a request of this depth or less may start a sub-request
+constexpr uint16_t kDnsPort = 53;
+// The timer ticks once a second and waits are set on ticks: a wait that ends within a tenth of a
+// second of a tick counts as over, or a one-second wait would end just after the next tick and
+// last two.
+constexpr double kTickSlackDays = 0.1 / kSecondsPerDay;
+
+double waitSeconds(size_t servers)
+{
+    return servers == 1 ? 2.0 : servers == 2 ? 1.0 : 0.75;
+}
+
+uint32_t addressValue(const std::string& text)
+{
+    const Bytes data = IPToData(text);
+    uint32_t value = 0;
+    for (const char byte : data) value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+}
+
+// The name one label up ("b.c." for "a.b.c."); the root for a top-level name and for the root.
+std::string_view parentName(std::string_view name)
+{
+    const auto dot = name.find('.');
+    if (dot == std::string_view::npos || dot + 1 >= name.size()) return ".";
+    return name.substr(dot + 1);
+}
+
+// The server with the fewest queries so far, the first in list order on a tie; among those that
+// match only. npos when none matches.
+template <typename Match> size_t fewestTries(const std::vector<clNServ>& servers, Match match)
+{
+    size_t chosen = std::string::npos;
+    for (size_t i = 0; i < servers.size(); ++i)
+        if (match(servers[i]) && (chosen == std::string::npos || servers[i].Retry < servers[chosen].Retry)) chosen = i;
+    return chosen;
+}
+
+} // namespace
+
+// A request that has to wait lives in PendingRequests; intake's reused request moves there.
+clDNSRequest& DnsService::adopt(clDNSRequest& request)
+{
+    if (&request != &m_request) return request;
+    PendingRequests.push_back(std::move(request));
+    return PendingRequests.back();
+}
+
+void DnsService::resolve(clDNSRequest& request)
+{
+    clDNSRequest& pending = adopt(request);
+    if (!m_settings.forwarding) {
+        CheckNewNS(pending);
+    } else if (!pending.ForwardersAdded) {
+        // Once per request: a forwarder that failed it or was tried five times stays out, also
+        // when an alias sends the request on to another name.
+        pending.ForwardersAdded = true;
+        for (const auto& address : m_settings.forwarders) pending.NSAcol.push_back({kForwarderZone, address, "", 0});
+    }
+    AskNS(pending);
+}
+
+// The closest enclosing zone whose name servers are known here (delegations in our zones, learned
+// records, the root servers): from the name itself up to the root, the first name with live NS
+// records. A list that already serves that zone is kept, with the tries counted against its
+// servers and without those that dropped out; otherwise the zone's servers replace it.
+void DnsService::CheckNewNS(clDNSRequest& request)
+{
+    const DateTime now = m_clock.now();
+    auto liveNS = [&](const clDNSRecord& r) { return r.RecType == rtype::NS && r.TTL(now) > -kServedPastExpiry; };
+    std::string_view zone = request.CurName;
+    for (;;) {
+        const auto run = m_store.records(zone);
+        if (std::any_of(run.begin(), run.end(), [&](const auto& entry) { return liveNS(entry.second); })) break;
+        if (zone == ".") {
+            request.NSAcol.clear(); // not even the root servers are known
+            return;
+        }
+        zone = parentName(zone);
+    }
+    if (!request.NSAcol.empty() && request.NSAcol.front().AuthFor == zone) return;
+    request.NSAcol.clear();
+    for (const auto& [name, record] : m_store.records(zone))
+        if (liveNS(record)) request.NSAcol.push_back({std::string(zone), "", record.Data, 0});
+}
+
+// The server's address from the live A records of its host name. Of several addresses the first
+// in store order that is not this machine's own is taken, and kept: the tries are counted per
+// server, so its retries go to that same address.
+bool DnsService::FillNSIP(clNServ& server)
+{
+    if (!server.IP.empty()) return true;
+    const DateTime now = m_clock.now();
+    for (const auto& [name, record] : m_store.records(server.Name)) {
+        if (record.RecType != rtype::A || record.TTL(now) <= -kServedPastExpiry) continue;
+        std::string address = DataToIP(record.Data);
+        if (isOwnAddress(address)) continue;
+        server.IP = std::move(address);
+        return true;
+    }
+    return false;
+}
+
+// Whether a server stays in the list. A server at this machine's own address is dropped: the
+// server never queries itself. A server without a known address stays while a sub-request may
+// still find one, and is dropped when local data already says there is none: its name does not
+// exist, has no A records, or has only this machine's addresses.
+bool DnsService::keepServer(clNServ& server)
+{
+    if (FillNSIP(server)) return !isOwnAddress(server.IP);
+    const DateTime now = m_clock.now();
+    for (const auto& [name, record] : m_store.records(server.Name)) {
+        if (record.TTL(now) <= -kServedPastExpiry) continue;
+        if (record.RecType == rtype::A || record.RecType == rtype::kNameMarker ||
+            record.RecType == rtype::kMarkerBase + rtype::A)
+            return false;
+    }
+    return true;
+}
+
+bool DnsService::isOwnAddress(const std::string& address) const
+{
+    if (address == "127.0.0.1") return true;
+    const auto& own = m_settings.localAddresses;
+    return std::find(own.begin(), own.end(), address) != own.end();
+}
+
+void DnsService::AskNS(clDNSRequest& request)
+{
+    auto& servers = request.NSAcol;
+    std::erase_if(servers, [&](clNServ& server) { return !keepServer(server); });
+    if (servers.empty()) return giveUp(request);
+
+    size_t chosen = fewestTries(servers, [](const clNServ&) { return true; });
+    if (servers[chosen].IP.empty()) {
+        const size_t withAddress = fewestTries(servers, [](const clNServ& s) { return !s.IP.empty(); });
+        if (withAddress == std::string::npos) return askForAddress(request, servers[chosen].Name);
+        chosen = withAddress;
+    }
+
+    const size_t listed = servers.size();
+    ++servers[chosen].Retry;
+    request.Asked = servers[chosen];
+    if (request.Asked.Retry >= kTriesPerServer) servers.erase(servers.begin() + static_cast<long>(chosen));
+    request.State = clDNSRequest::kWaiting;
+    request.TimeOut = m_clock.now() + waitSeconds(listed) / kSecondsPerDay;
+    request.CurOutID = NextQueryID.next();
+    sendQuery(request);
+}
+
+// No server of the list has a known address: a sub-request looks up the address of one.
+void DnsService::askForAddress(clDNSRequest& request, const std::string& serverName)
+{
+    if (request.Depth > kMaxSubDepth) return giveUp(request);
+    request.State = clDNSRequest::kWaitingSub;
+    clDNSRequest& sub = PendingRequests.emplace_back();
+    sub.Depth = request.Depth + 1;
+    sub.Parent = &request;
+    sub.QType = rtype::A;
+    sub.QName = sub.CurName = serverName;
+    sub.RecursionDesired = true;
+    Check(sub);
+}
+
+// A sub-request has finished. Its answer's first address, if any, becomes the server's address;
+// a server whose address could not be found leaves the list. The parent then asks again.
+void DnsService::ReturnSub(clDNSRequest& sub, bool found)
+{
+    clDNSRequest* parent = sub.Parent;
+    sub.Parent = nullptr;
+    if (parent == nullptr || parent->State != clDNSRequest::kWaitingSub) return;
+    std::string address;
+    if (found) {
+        for (const auto& record : sub.section(kAnswer)) {
+            if (record.RecType != rtype::A) continue;
+            address = DataToIP(record.Data);
+            break;
+        }
+    }
+    auto& servers = parent->NSAcol;
+    for (auto& server : servers)
+        if (server.Name == sub.QName && server.IP.empty()) server.IP = address;
+    std::erase_if(servers, [&](const clNServ& s) { return s.Name == sub.QName && s.IP.empty(); });
+    AskNS(*parent);
+}
+
+void DnsService::sendQuery(const clDNSRequest& request)
+{
+    Bytes& out = m_query;
+    out.clear();
+    out += MakeShort(request.CurOutID);
+    out += static_cast<char>(m_settings.forwarding ? 1 : 0); // forwarders are asked to recurse
+    out += '\0';
+    out += MakeShort(1);
+    out.append(6, '\0');
+    out += ZipName(request.CurName, out);
+    out += MakeShort(request.QType);
+    out += MakeShort(1);
+    const clNServ& server = request.Asked;
+    if (m_host.wants(2))
+        m_host.AddLine(2, "Sending request to " + server.IP + " (" + server.AuthFor + ") for " + RTypeN(request.QType) +
+                              "-record for " + request.CurName);
+    m_host.sendDns2({addressValue(server.IP), kDnsPort}, out);
+    m_host.DoTray(1);
+}
+
+void DnsService::retryWaiting()
+{
+    const DateTime due = m_clock.now() + kTickSlackDays;
+    // AskNS may add sub-requests at the end of the list while it is walked; a std::list allows it.
+    for (auto& request : PendingRequests)
+        if (request.State == clDNSRequest::kWaiting && request.TimeOut < due) AskNS(request);
+}
+
+// No server is left to ask. A client gets a server failure, noted in the day's fail log; a
+// sub-request tells its parent.
+void DnsService::giveUp(clDNSRequest& request)
+{
+    request.State = clDNSRequest::kFinished;
+    if (request.Depth > 0) return ReturnSub(request, false);
+    WriteFailLog(request);
+    ++ReplyCount;
+    request.RCode = 2;
+    SendAnswer(request);
+}
+
+void DnsService::WriteFailLog(const clDNSRequest& request)
+{
+    const std::string now = timeOfDayText(m_clock.now());
+    m_host.appendDailyLog("fail.log", now + "   DNS Request from " + request.ClientIP + " about " +
+                                          RTypeN(request.QType) + "-record for " + request.QName + ":\r\n" + now +
+                                          "   -> Authoritative DNS servers did not respond - or did not return "
+                                          "any records.\r\n");
+}
+
+} // namespace quorvane

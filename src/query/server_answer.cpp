@@ -1,0 +1,226 @@
+// Answers from other servers: matched to the request that asked, their records learned into the
+// cache, and the request taken a step further: answered, sent down a referral, or on to the next
+// server when the answer was of no use.
+#include "query/dns_service.h"
+
+#include "store/record_data.h"
+#include "wire/type_names.h"
+#include "wire/wire_reader.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kTypeAny = 255;
+constexpr int kClassIN = 1;
+constexpr int kNameError = 3;
+
+unsigned byteAt(std::string_view message, size_t i)
+{
+    return static_cast<unsigned char>(message[i]);
+}
+
+int shortAt(std::string_view message, size_t i)
+{
+    return static_cast<int>(byteAt(message, i) << 8 | byteAt(message, i + 1));
+}
+
+uint32_t takeLong(std::string_view& bytes)
+{
+    uint32_t value = 0;
+    for (size_t i = 0; i < 4; ++i) value = value << 8 | byteAt(bytes, i);
+    bytes.remove_prefix(4);
+    return value;
+}
+
+// True when name is zone or lies below it.
+bool inZone(std::string_view name, std::string_view zone)
+{
+    if (zone == "." || name == zone) return true;
+    return name.size() > zone.size() && name.ends_with(zone) && name[name.size() - zone.size() - 1] == '.';
+}
+
+// One record of an answer, its data in the store's form.
+struct Received {
+    Section section;
+    clDNSRecord record; // Name, RecType, Data and Pref
+    int32_t ttl;
+};
+
+// The record's data as the store keeps it; false for data that cannot be kept: cut short, or a
+// name in it that cannot be read. Names inside the data may point anywhere into the message.
+bool storeData(std::string_view message, std::string_view rdata, clDNSRecord& record)
+{
+    switch (record.RecType) {
+    case rtype::A:
+        record.Data = rdata;
+        return rdata.size() == 4;
+    case rtype::NS:
+    case rtype::CNAME:
+    case rtype::PTR:
+        record.Data = ExtractName(message, rdata, true);
+        return !endsIncomplete(record.Data);
+    case rtype::MX:
+        if (rdata.size() < 3) return false;
+        record.Pref = ExtractShort(rdata, true);
+        record.Data = ExtractName(message, rdata, true);
+        return !endsIncomplete(record.Data);
+    case rtype::SOA: {
+        SoaFields soa;
+        soa.primary = ExtractName(message, rdata, true);
+        soa.mailbox = ExtractName(message, rdata, true);
+        if (endsIncomplete(soa.primary) || endsIncomplete(soa.mailbox) || rdata.size() < 20) return false;
+        for (uint32_t* field : {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum})
+            *field = takeLong(rdata);
+        record.Data = makeSoaData(soa);
+        return true;
+    }
+    default: record.Data = rdata; return true;
+    }
+}
+
+// The records of the three sections. Records of other classes, and of types from the cache's own
+// marker range, are passed over; a message cut short keeps the records before the cut.
+std::vector<Received> readRecords(std::string_view message, WireReader& reader)
+{
+    std::vector<Received> records;
+    for (const Section section : {kAnswer, kAuthority, kAdditional}) {
+        const int count = shortAt(message, 6 + 2 * static_cast<size_t>(section - kAnswer));
+        for (int i = 0; i < count; ++i) {
+            Received received{section, {}, 0};
+            received.record.Name = reader.name();
+            const int type = reader.shortValue();
+            const int dnsClass = reader.shortValue();
+            received.ttl = static_cast<int32_t>(reader.longValue());
+            const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
+            if (!reader.ok()) return records;
+            if (dnsClass != kClassIN || type == 0 || type >= rtype::kMarkerBase) continue;
+            received.record.RecType = static_cast<int16_t>(type);
+            if (storeData(message, rdata, received.record)) records.push_back(std::move(received));
+        }
+    }
+    return records;
+}
+
+// The deepest zone below the asked server's own that the authority section delegates the name to;
+// empty when the answer is no such referral. Forwarders are expected to answer, not to refer.
+std::string referralZone(const std::vector<Received>& records, const clDNSRequest& request)
+{
+    const std::string& asked = request.Asked.AuthFor;
+    std::string zone;
+    if (asked == kForwarderZone) return zone;
+    for (const auto& [section, record, ttl] : records) {
+        if (section != kAuthority || record.RecType != rtype::NS || record.Name == asked) continue;
+        if (inZone(request.CurName, record.Name) && inZone(record.Name, asked) && record.Name.size() > zone.size())
+            zone = record.Name;
+    }
+    return zone;
+}
+
+} // namespace
+
+void DnsService::ProcAns(const Endpoint& from, std::string_view message)
+{
+    if (message.size() < 12) return;
+    const int32_t id = shortAt(message, 0);
+    if (m_otherAnswers && m_otherAnswers(id, message)) return;
+    const std::string ip = addressText(from.address);
+    WireReader reader(message, 12);
+    const std::string name = reader.name();
+    const int type = reader.shortValue();
+    reader.shortValue(); // class
+    clDNSRequest* request = reader.ok() && shortAt(message, 4) == 1 ? findWaiting(id, name, type) : nullptr;
+    if (request == nullptr) {
+        if (m_host.wants(0)) m_host.AddLine(0, "Reply from " + ip + ": Ignored - No matching requests.");
+        return;
+    }
+
+    std::vector<Received> records = readRecords(message, reader);
+    // With SPOOFSECURE a server found through referrals is believed about its own zone only. A
+    // forwarder was chosen by the operator and answers for every name.
+    const std::string& zone = request->Asked.AuthFor;
+    const bool checkZone = m_settings.spoofSecure && zone != kForwarderZone;
+    size_t refused = 0;
+    if (checkZone) refused = std::erase_if(records, [&](const Received& r) { return !inZone(r.record.Name, zone); });
+    if (m_host.wants(0)) m_host.AddLine(0, "Reply from " + ip + (refused > 0 ? ": Ignored - Not authority!" : ""));
+
+    const int rcode = static_cast<int>(byteAt(message, 3) & 15);
+    if (rcode != 0 && rcode != kNameError) {
+        if (m_host.wants(1)) m_host.AddLine(1, "-> Header: " + RCodeN(rcode));
+        return dropAsked(*request);
+    }
+    const bool detail = m_host.wants(1);
+    for (const auto& [section, record, ttl] : records) {
+        m_store.CacheAdd(record.Name, record.RecType, ttl, record.Data, record.Pref);
+        if (detail) logRecord(section, record);
+    }
+
+    clDNSRequest& r = *request;
+    // Where the aliases of the answer lead from the name asked, and whether that last name got
+    // records of the type asked.
+    std::string last = r.CurName;
+    for (size_t hop = 0; hop < records.size() && r.QType != rtype::CNAME; ++hop) {
+        const auto alias = std::find_if(records.begin(), records.end(), [&](const Received& x) {
+            return x.section == kAnswer && x.record.RecType == rtype::CNAME && x.record.Name == last;
+        });
+        if (alias == records.end()) break;
+        last = alias->record.Data;
+    }
+    const bool answered = std::any_of(records.begin(), records.end(), [&](const Received& x) {
+        return x.section == kAnswer && x.record.Name == last && (x.record.RecType == r.QType || r.QType == kTypeAny);
+    });
+    // A negative answer is kept as long as its zone's SOA says (the lower of the SOA's TTL and its
+    // minimum); without an SOA it is kept for no time, which still answers this request.
+    const auto soa = std::find_if(records.begin(), records.end(), [](const Received& x) {
+        return x.section == kAuthority && x.record.RecType == rtype::SOA;
+    });
+    int32_t negativeTTL = 0;
+    if (soa != records.end()) {
+        if (const auto fields = readSoa(soa->record.Data))
+            negativeTTL = static_cast<int32_t>(std::min<int64_t>(soa->ttl, fields->minimum));
+    }
+    auto learnAbsent = [&](const std::string& owner, int markerType) {
+        if (!checkZone || inZone(owner, zone))
+            m_store.CacheAdd(owner, static_cast<int16_t>(markerType), negativeTTL, {}, 0);
+    };
+    const bool authoritative = (byteAt(message, 2) & 4) != 0;
+
+    if (rcode == kNameError) {
+        learnAbsent(last, rtype::kNameMarker);
+    } else if (answered || last != r.CurName) {
+        if (!answered && soa != records.end()) learnAbsent(last, rtype::kMarkerBase + r.QType);
+    } else if (const std::string delegated = referralZone(records, r); !delegated.empty()) {
+        r.NSAcol.clear();
+        for (const auto& [section, record, ttl] : records)
+            if (section == kAuthority && record.RecType == rtype::NS && record.Name == delegated)
+                r.NSAcol.push_back({delegated, "", record.Data, 0});
+    } else if (soa != records.end() || authoritative) {
+        learnAbsent(r.CurName, rtype::kMarkerBase + r.QType);
+    } else {
+        return dropAsked(r); // nothing to go on: a server that does not serve the name
+    }
+    Check(r);
+}
+
+clDNSRequest* DnsService::findWaiting(int32_t id, std::string_view name, int type)
+{
+    for (auto& request : PendingRequests)
+        if (request.State == clDNSRequest::kWaiting && request.CurOutID == id && request.QType == type &&
+            request.CurName == name)
+            return &request;
+    return nullptr;
+}
+
+// The server that gave an answer of no use leaves the list, and the next one is asked.
+void DnsService::dropAsked(clDNSRequest& request)
+{
+    const clNServ& asked = request.Asked;
+    std::erase_if(request.NSAcol, [&](const clNServ& s) {
+        return s.IP == asked.IP && s.Name == asked.Name && s.AuthFor == asked.AuthFor;
+    });
+    AskNS(request);
+}
+
+} // namespace quorvane

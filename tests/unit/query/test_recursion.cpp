@@ -1,0 +1,271 @@
+// Resolution through other servers: forwarders that fail or answer, referrals from the root down,
+// sub-requests for name servers without glue, SPOOFSECURE and the outgoing identifiers.
+#include "query/dns_service.h"
+#include "support/dns_message.h"
+#include "support/fake_clock.h"
+#include "support/recording_query_host.h"
+#include "support/temp_folder.h"
+#include "wire/addresses.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+namespace {
+
+constexpr Endpoint kClient{0x0A000005, 40000}; // 10.0.0.5
+
+uint32_t ip(const std::string& text)
+{
+    uint32_t value = 0;
+    for (const char byte : IPToData(text)) value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+}
+
+struct Resolver {
+    FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 0})};
+    TempFolder folder;
+    RecordingQueryHost host;
+    RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
+    DnsService dns{host, clock, store};
+
+    explicit Resolver(QuerySettings settings, const std::string& rootHints = "")
+    {
+        folder.write("named.root", rootHints);
+        store.LoadPerm();
+        settings.localAddresses = {"192.168.1.10"};
+        dns.configure(std::move(settings));
+    }
+    void ask(const std::string& name, uint16_t type = 1) { dns.ProcReq(kClient, makeQuery(7, name, type, true)); }
+    // The timer's work on the tick at the given whole second after the start.
+    void tickAt(int second)
+    {
+        clock.set(fromCalendar({2026, 11, 22, 10, 0, second}));
+        dns.removeFinished();
+        dns.retryWaiting();
+    }
+    // "address (id) NAME TYPE RD" of each query sent to another server.
+    Lines queries() const
+    {
+        Lines out;
+        for (const auto& q : host.queries) {
+            const auto d = decodeReply(q.message);
+            out.push_back(addressText(q.to.address) + ' ' + d.qname + ' ' + std::to_string(d.qtype) +
+                          (d.rd ? " rd" : ""));
+        }
+        return out;
+    }
+    // The server at that address answers the last query sent to it.
+    void answer(const std::string& from, int rcode, bool aa, const std::vector<WireRecord>& records)
+    {
+        const auto& q = host.queries.back();
+        ASSERT_EQ(addressText(q.to.address), from);
+        ASSERT_EQ(q.to.port, 53);
+        dns.ProcAns({ip(from), 53}, makeAnswer(q.message, rcode, aa, records));
+    }
+    DecodedReply reply() const { return host.replies.empty() ? DecodedReply{} : decodeReply(host.replies.back().message); }
+};
+
+QuerySettings forwarding(std::vector<std::string> forwarders)
+{
+    QuerySettings s;
+    s.forwarding = true;
+    s.forwarders = std::move(forwarders);
+    return s;
+}
+
+const std::string kRootHints = ".  3600000 IN NS a.root.\n"
+                               "a.root. 3600000 IN A 127.0.0.2\n";
+
+} // namespace
+
+TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
+{
+    Resolver r(forwarding({"127.0.0.2", "127.0.0.3"}));
+    r.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
+    r.ask("www.example.org.");
+    std::vector<std::pair<int, std::string>> sent{{0, "127.0.0.2"}};
+    for (int second = 1; second <= 14; ++second) {
+        const size_t before = r.host.queries.size();
+        r.tickAt(second);
+        for (size_t i = before; i < r.host.queries.size(); ++i)
+            sent.emplace_back(second, addressText(r.host.queries[i].to.address));
+    }
+    // One-second waits while both are listed, alternating; each drops out after its fifth query,
+    // and the last one left waits two seconds.
+    const std::vector<std::pair<int, std::string>> expected{
+        {0, "127.0.0.2"}, {2, "127.0.0.3"}, {3, "127.0.0.2"}, {4, "127.0.0.3"}, {5, "127.0.0.2"},
+        {6, "127.0.0.3"}, {7, "127.0.0.2"}, {8, "127.0.0.3"}, {9, "127.0.0.2"}, {10, "127.0.0.3"}};
+    EXPECT_EQ(sent, expected);
+    EXPECT_EQ(r.queries().front(), "127.0.0.2 www.example.org. 1 rd"); // forwarders are asked to recurse
+
+    ASSERT_EQ(r.host.replies.size(), 1u);
+    EXPECT_EQ(r.reply().rcode, 2);
+    EXPECT_TRUE(r.reply().ra);
+    EXPECT_EQ(r.dns.ReplyCount, 1u);
+    EXPECT_EQ(r.host.dailyLogs, Lines{"fail.log: 10:00:12   DNS Request from 10.0.0.5 about A-record for "
+                                      "www.example.org.:\r\n10:00:12   -> Authoritative DNS servers did not "
+                                      "respond - or did not return any records.\r\n"});
+    EXPECT_EQ(r.host.lines[1], "Sending request to 127.0.0.2 (external) for A-record for www.example.org.");
+    r.tickAt(15);
+    EXPECT_TRUE(r.dns.PendingRequests.empty());
+
+    // Each query has an identifier of its own, counted up.
+    std::vector<int> ids;
+    for (const auto& q : r.host.queries) ids.push_back(decodeReply(q.message).id);
+    EXPECT_EQ(ids, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+
+    // One forwarder: two-second waits.
+    Resolver one(forwarding({"127.0.0.2"}));
+    one.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
+    one.ask("www.example.org.");
+    one.tickAt(1);
+    EXPECT_EQ(one.host.queries.size(), 1u);
+    one.tickAt(2);
+    one.tickAt(3);
+    EXPECT_EQ(one.host.queries.size(), 2u);
+    one.tickAt(4);
+    EXPECT_EQ(one.host.queries.size(), 2u);
+    one.tickAt(5);
+    EXPECT_EQ(one.host.queries.size(), 3u);
+
+    // The server never asks itself: no forwarder left means a server failure at once.
+    Resolver self(forwarding({"127.0.0.1", "192.168.1.10"}));
+    self.ask("www.example.org.");
+    EXPECT_TRUE(self.host.queries.empty());
+    EXPECT_EQ(self.reply().rcode, 2);
+}
+
+TEST(Recursion, ForwardedAnswersAreCachedAndServeTheNextQuestion)
+{
+    Resolver r(forwarding({"127.0.0.2", "127.0.0.3"}));
+    r.ask("www.example.org.");
+    // A server failure from the first forwarder sends the question on to the second at once.
+    r.answer("127.0.0.2", 2, false, {});
+    EXPECT_EQ(r.queries(), (Lines{"127.0.0.2 www.example.org. 1 rd", "127.0.0.3 www.example.org. 1 rd"}));
+    r.answer("127.0.0.3", 0, false,
+             {wireName(2, "www.example.org.", 5, "web.example.org.", 300), wireA(2, "web.example.org.", "192.0.2.8", 300)});
+    auto reply = r.reply();
+    EXPECT_EQ(reply.rcode, 0);
+    EXPECT_FALSE(reply.aa);
+    EXPECT_EQ(reply.section(2), (Lines{"www.example.org. CNAME web.example.org.", "web.example.org. A 192.0.2.8"}));
+    EXPECT_EQ(reply.records[1].ttl, 300);
+
+    // Asked again a minute later: from the cache, with the TTL counted down, and nothing sent.
+    r.clock.advance(60s);
+    r.ask("www.example.org.");
+    EXPECT_EQ(r.host.queries.size(), 2u);
+    EXPECT_EQ(r.reply().records[1].ttl, 240);
+
+    // A name error is kept for the SOA's minimum and answered from the cache.
+    r.ask("gone.example.org.");
+    r.answer("127.0.0.2", 3, true, {wireSoa("example.org.", 3600, 900)});
+    EXPECT_EQ(r.reply().rcode, 3);
+    r.clock.advance(800s);
+    r.ask("gone.example.org.");
+    EXPECT_EQ(r.host.queries.size(), 3u);
+    EXPECT_EQ(r.reply().rcode, 3);
+
+    // No records of the type: kept likewise, with an empty answer.
+    r.ask("www.example.org.", 15);
+    r.answer("127.0.0.2", 0, true, {wireSoa("example.org.", 60, 900)});
+    r.ask("www.example.org.", 15);
+    EXPECT_EQ(r.host.queries.size(), 4u);
+    EXPECT_EQ(r.reply().rcode, 0);
+    EXPECT_TRUE(r.reply().section(2).empty());
+
+    // Answers that match no waiting request, by identifier, name or type, are ignored.
+    const auto& last = r.host.queries.back().message;
+    r.host.lines.clear();
+    r.dns.ProcAns({ip("127.0.0.2"), 53}, makeAnswer(last, 0, true, {wireA(2, "www.example.org.", "6.6.6.6")}));
+    r.dns.ProcAns({ip("127.0.0.2"), 53}, makeAnswer(makeQuery(4, "www.example.org.", 1, true), 0, true, {}));
+    EXPECT_EQ(r.host.lines, (Lines{"Reply from 127.0.0.2: Ignored - No matching requests.",
+                                   "Reply from 127.0.0.2: Ignored - No matching requests."}));
+    EXPECT_EQ(r.store.records("www.example.org.").size(), 2u); // the CNAME and the entry for no MX
+}
+
+TEST(Recursion, ResolvesFromTheRootThroughReferralsAndGluelessServers)
+{
+    Resolver r({}, kRootHints);
+    r.ask("www.example.test.");
+    // From the root down: a referral with glue, then one whose server has no glue, whose address
+    // a sub-request looks up first.
+    r.answer("127.0.0.2", 0, false, {wireName(3, "test.", 2, "ns.test."), wireA(4, "ns.test.", "127.0.0.3")});
+    r.answer("127.0.0.3", 0, false, {wireName(3, "example.test.", 2, "ns.elsewhere.test.")});
+    r.answer("127.0.0.3", 0, true, {wireA(2, "ns.elsewhere.test.", "127.0.0.4")});
+    r.answer("127.0.0.4", 0, true,
+             {wireName(2, "www.example.test.", 5, "host.example.test."), wireA(2, "host.example.test.", "192.0.2.80")});
+    EXPECT_EQ(r.queries(), (Lines{"127.0.0.2 www.example.test. 1", "127.0.0.3 www.example.test. 1",
+                                  "127.0.0.3 ns.elsewhere.test. 1", "127.0.0.4 www.example.test. 1"}));
+    ASSERT_EQ(r.host.replies.size(), 1u); // the sub-request answered its parent, not a client
+    EXPECT_EQ(r.reply().section(2),
+              (Lines{"www.example.test. CNAME host.example.test.", "host.example.test. A 192.0.2.80"}));
+    const Lines sending{"Sending request to 127.0.0.2 (.) for A-record for www.example.test.",
+                        "Sending request to 127.0.0.3 (test.) for A-record for www.example.test.",
+                        "Sending request to 127.0.0.3 (test.) for A-record for ns.elsewhere.test.",
+                        "Sending request to 127.0.0.4 (example.test.) for A-record for www.example.test."};
+    Lines logged;
+    for (const auto& line : r.host.lines)
+        if (line.starts_with("Sending request")) logged.push_back(line);
+    EXPECT_EQ(logged, sending);
+
+    // The next name of that zone goes straight to its server.
+    r.ask("mail.example.test.");
+    EXPECT_EQ(r.queries().back(), "127.0.0.4 mail.example.test. 1");
+
+    // A server that answers with nothing of use (no records, no referral) is dropped for the next.
+    r.ask("other.test.");
+    r.answer("127.0.0.3", 0, false, {});
+    EXPECT_EQ(r.reply().rcode, 2); // the zone's only server is gone
+}
+
+TEST(Recursion, SpoofSecureKeepsOnlyRecordsOfTheAskedServersZone)
+{
+    QuerySettings settings;
+    settings.spoofSecure = true;
+    Resolver r(settings, kRootHints);
+    r.ask("www.example.test.");
+    r.answer("127.0.0.2", 0, false, {wireName(3, "example.test.", 2, "ns.example.test."), wireA(4, "ns.example.test.", "127.0.0.4")});
+    r.answer("127.0.0.4", 0, true,
+             {wireA(2, "www.example.test.", "192.0.2.80"), wireA(4, "bank.other.", "6.6.6.6"),
+              wireName(3, "other.", 2, "ns.example.test.")});
+    EXPECT_NE(std::find(r.host.lines.begin(), r.host.lines.end(), "Reply from 127.0.0.4: Ignored - Not authority!"),
+              r.host.lines.end());
+    EXPECT_EQ(r.reply().section(2), Lines{"www.example.test. A 192.0.2.80"});
+    EXPECT_TRUE(r.store.records("bank.other.").empty());
+    EXPECT_TRUE(r.store.records("other.").empty());
+
+    // Without SPOOFSECURE the same answer is believed whole.
+    Resolver trusting({}, kRootHints);
+    trusting.ask("www.example.test.");
+    trusting.answer("127.0.0.2", 0, false, {wireName(3, "example.test.", 2, "ns.example.test."), wireA(4, "ns.example.test.", "127.0.0.4")});
+    trusting.answer("127.0.0.4", 0, true, {wireA(2, "www.example.test.", "192.0.2.80"), wireA(4, "bank.other.", "6.6.6.6")});
+    EXPECT_EQ(trusting.store.records("bank.other.").size(), 1u);
+}
+
+TEST(Recursion, SubRequestsStopAtTheirDepthLimit)
+{
+    // The zone's only server lies inside the zone and no glue is known: each sub-request for its
+    // address needs another one, until the tenth level gives up and the client gets a failure.
+    Resolver r({}, kRootHints + "loop.test. 3600 IN NS ns.loop.test.\n");
+    r.ask("www.loop.test.");
+    EXPECT_TRUE(r.host.queries.empty());
+    EXPECT_EQ(r.reply().rcode, 2);
+    EXPECT_EQ(r.dns.PendingRequests.size(), 11u); // the client's request and ten sub-requests, all finished
+    r.tickAt(1);
+    EXPECT_TRUE(r.dns.PendingRequests.empty());
+}
+
+TEST(Recursion, QueryIdentifiersWrapToOne)
+{
+    QueryIdCounter ids;
+    EXPECT_EQ(ids.next(), 1);
+    for (int i = 2; i < 65535; ++i) ids.next();
+    EXPECT_EQ(ids.next(), 65535);
+    EXPECT_EQ(ids.next(), 1);
+}
+
+} // namespace quorvane::test

@@ -1,5 +1,6 @@
 // The one-second tick and the DNS socket's flood check, driven through the engine.
 #include "host/engine.h"
+#include "support/dns_message.h"
 #include "support/fake_clock.h"
 #include "support/fake_network.h"
 #include "support/recording_events.h"
@@ -99,6 +100,37 @@ TEST(Housekeeping, FloodBlocksAndTheBlockSurvivesARestart)
     const auto lines = r.events.lines.size();
     r.query(0x0A000009);
     EXPECT_EQ(r.events.lines.size(), lines);
+}
+
+TEST(Housekeeping, QueriesToForwardersLeaveAndReturnOnTheirOwnSocket)
+{
+    Running r("RecursionOut: YES\nNS: 127.0.0.2\nLogDetail: YES\n");
+    const SocketId dns = r.network.findOpen(false, 53);
+    r.network.deliver(dns, {0x0A000005, 5353}, makeQuery(9, "www.example.org.", 1, true));
+    ASSERT_EQ(r.network.sent.size(), 1u);
+    const auto query = r.network.sent[0];
+    EXPECT_NE(query.socket, dns);
+    EXPECT_EQ(query.to, (Endpoint{0x7F000002, 53}));
+    EXPECT_EQ(r.events.lines.back(), "Sending request to 127.0.0.2 (external) for A-record for www.example.org.");
+
+    // The timer asks again once the two-second wait for a lone forwarder is over.
+    r.clock.advance(2000ms);
+    ASSERT_EQ(r.network.sent.size(), 2u);
+    EXPECT_EQ(r.network.sent[1].socket, query.socket);
+
+    // Queries on the outgoing socket are dropped; an answer there reaches the client from port 53.
+    const auto lines = r.events.lines.size();
+    r.network.deliver(query.socket, {0x0A000006, 5353}, makeQuery(1, "x.", 1, true));
+    EXPECT_EQ(r.events.lines.size(), lines);
+    const Bytes answer = makeAnswer(r.network.sent[1].data, 0, false, {wireA(2, "www.example.org.", "192.0.2.1")});
+    r.network.deliver(query.socket, {0x7F000002, 53}, answer);
+    ASSERT_EQ(r.network.sent.size(), 3u);
+    EXPECT_EQ(r.network.sent[2].socket, dns);
+    EXPECT_EQ(decodeReply(r.network.sent[2].data).section(2), std::vector<std::string>{"www.example.org. A 192.0.2.1"});
+
+    // An answer that comes to port 53 is taken as one too.
+    r.network.deliver(dns, {0x7F000002, 53}, answer);
+    EXPECT_EQ(r.events.lines.back(), "Reply from 127.0.0.2: Ignored - No matching requests.");
 }
 
 } // namespace quorvane::test

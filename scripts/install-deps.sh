@@ -2,7 +2,8 @@
 # Installs what Quorvane needs on Debian 12 (as root, or with sudo); does nothing when all is there.
 #   install-deps.sh build   what building and running need
 #   install-deps.sh test    that, and what the tests need
-# No package that runs a server of its own is installed, so port 53 stays free for Quorvane.
+# Name servers that the integration tests run as peers (NSD) are installed without starting their
+# services, and their services are left disabled, so port 53 stays free for Quorvane.
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
     libasio-dev                                         # event loop
     libgtest-dev libgmock-dev                           # the test targets are part of every build
 )
+servers=()
 if [ "${1:-build}" = test ]; then
     packages+=(
         clang libclang-rt-14-dev                        # libFuzzer and clang's sanitizer runtime
@@ -18,16 +20,41 @@ if [ "${1:-build}" = test ]; then
         bind9-dnsutils knot-dnsutils                    # real DNS clients
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
     )
+    servers=(nsd)                                       # authoritative peers of the recursion tests
 fi
 
-missing=()
-for p in "${packages[@]}"; do
-    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
+missing_of() {
+    local p
+    for p in "$@"; do
+        dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || echo "$p"
+    done
+}
+mapfile -t missing < <(missing_of "${packages[@]}")
+mapfile -t missing_servers < <(missing_of "${servers[@]}")
+[ ${#missing[@]} -eq 0 ] && [ ${#missing_servers[@]} -eq 0 ] && exit 0
 
 sudo=""
 [ "$(id -u)" -eq 0 ] || sudo="sudo"
-echo "Installing: ${missing[*]}"
+install() {
+    echo "Installing: $*"
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "$@"
+}
 $sudo apt-get update -qq
-DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+[ ${#missing[@]} -eq 0 ] || install "${missing[@]}"
+if [ ${#missing_servers[@]} -gt 0 ]; then
+    # policy-rc.d answering 101 keeps the packages' services from starting while they install.
+    policy=/usr/sbin/policy-rc.d
+    made=0
+    if [ ! -e "$policy" ]; then
+        printf '#!/bin/sh\nexit 101\n' | $sudo tee "$policy" >/dev/null
+        $sudo chmod +x "$policy"
+        made=1
+    fi
+    rc=0
+    install "${missing_servers[@]}" || rc=$?
+    [ "$made" = 1 ] && $sudo rm -f "$policy"
+    [ "$rc" -eq 0 ] || exit "$rc"
+    if command -v systemctl >/dev/null; then
+        $sudo systemctl disable "${missing_servers[@]}" >/dev/null 2>&1 || true
+    fi
+fi

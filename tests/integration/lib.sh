@@ -63,3 +63,52 @@ stop_server() {
     wait "$SERVER_PID" || rc=$?
     [ "$rc" -eq 0 ] || fail "exit code $rc after SIGTERM"
 }
+
+# Starts an NSD on address $1, port 53, serving zone $2 from file $3 (more zone/file pairs may
+# follow); waits until it answers the first zone's SOA.
+start_nsd() {
+    local address=$1 dir="$WORK/nsd-$1"
+    shift
+    mkdir -p "$dir"
+    {
+        cat <<CONF
+server:
+    ip-address: $address
+    port: 53
+    server-count: 1
+    do-ip6: no
+    username: ""
+    chroot: ""
+    zonesdir: "$dir"
+    database: ""
+    pidfile: "$dir/nsd.pid"
+    zonelistfile: "$dir/zone.list"
+    xfrdfile: "$dir/xfrd.state"
+    xfrdir: "$dir"
+    logfile: "$dir/nsd.log"
+    rrl-ratelimit: 0
+remote-control:
+    control-enable: no
+CONF
+        while [ $# -ge 2 ]; do
+            printf 'zone:\n    name: "%s"\n    zonefile: "%s"\n' "$1" "$2"
+            shift 2
+        done
+    } >"$dir/nsd.conf"
+    nsd-checkconf "$dir/nsd.conf" || fail "nsd configuration for $address"
+    nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
+    started $!
+    local zone
+    zone=$(sed -n 's/^    name: "\(.*\)"$/\1/p' "$dir/nsd.conf" | head -1)
+    for _ in $(seq 100); do
+        dig @"$address" +tries=1 +time=1 +norec "$zone" SOA 2>/dev/null | grep -q 'status: NOERROR' && return 0
+        sleep 0.1
+    done
+    fail "nsd on $address did not answer: $(cat "$dir/nsd.log" "$dir/stdout" 2>/dev/null)"
+}
+
+# UDP datagrams delivered to sockets in this namespace so far: every one that the server, its
+# clients and its peers received.
+udp_in() {
+    awk '/^Udp: [0-9]/ { print $2 }' /proc/net/snmp
+}

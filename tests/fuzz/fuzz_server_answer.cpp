@@ -1,0 +1,81 @@
+// Feeds arbitrary bytes to the handling of answers from other servers, as the answer to a question
+// that is waiting for one: the input is the answer's flags, its three record counts and its records,
+// after the identifier and question that the server expects. The first input byte also picks
+// forwarding or resolution from the root, so that referrals and sub-requests are reached. The raw
+// input is offered as a whole message too. Any crash, sanitizer report or hang is a finding.
+#include "query/dns_service.h"
+#include "wire/names.h"
+#include "wire/numbers.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace quorvane;
+
+class StillClock : public Clock {
+public:
+    DateTime now() const override { return 20000.5; }
+    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
+    void stopTimer(TimerId) override {}
+};
+
+class QuietHost : public QueryHost {
+public:
+    bool wants(int) const override { return true; } // every log line is built, to reach its code
+    void AddLine(int, const std::string&) override {}
+    void sendDns(const Endpoint&, std::string_view) override {}
+    void sendDns2(const Endpoint&, std::string_view) override {}
+    void DoTray(int) override {}
+    void appendDailyLog(const std::string&, const std::string&) override {}
+};
+
+struct Resolver {
+    StillClock clock;
+    QuietHost host;
+    RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
+    DnsService dns{host, clock, store};
+
+    Resolver()
+    {
+        store.CacheAddF(".", rtype::NS, 3600000, "a.root.", 0, true);
+        store.CacheAddF("a.root.", rtype::A, 3600000, std::string("\x7f\x00\x00\x02", 4), 0, true);
+    }
+};
+
+const std::string kName = "www.example.test.";
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static Resolver r;
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    if (input.size() < 8) return 0;
+
+    QuerySettings settings;
+    settings.forwarding = (input[0] & 1) != 0;
+    settings.forwarders = {"127.0.0.3"};
+    settings.spoofSecure = (input[0] & 2) != 0;
+    r.dns.configure(settings);
+    r.dns.clearPending();
+    r.store.clearCache();
+
+    Bytes query = MakeShort(1) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + ZipName(kName, "") + MakeShort(1) +
+                  MakeShort(1);
+    r.dns.ProcReq({0x0A000005, 4000}, query);
+    if (r.dns.PendingRequests.empty()) return 0;
+
+    // The answer to the query just sent: its identifier and question, then the input.
+    const int32_t id = r.dns.PendingRequests.front().CurOutID;
+    Bytes answer = MakeShort(id) + std::string(input.substr(0, 2)) + MakeShort(1) + std::string(input.substr(2, 6)) +
+                   ZipName(kName, "") + MakeShort(1) + MakeShort(1) + std::string(input.substr(8));
+    answer[2] = static_cast<char>(answer[2] | 0x80);
+    r.dns.ProcAns({0x7F000002, 53}, answer);
+    r.dns.ProcAns({0x7F000002, 53}, input);
+    r.dns.retryWaiting();
+    return 0;
+}

@@ -1,0 +1,137 @@
+# Quorvane resolves names through a small hierarchy of real NSD servers on loopback addresses:
+#   127.0.0.2  the root zone, delegating test.
+#   127.0.0.3  test., delegating example.test. (with glue) and glueless.test. (without)
+#   127.0.0.4  example.test.: an alias, a mail exchanger, sub.example.test. delegated with glue
+#   127.0.0.5  glueless.test., whose server's address only example.test. knows
+#   127.0.0.6  sub.example.test.
+# First from the root (with SPOOFSECURE on), then forwarding to one of them, then forwarding to two
+# addresses where nothing answers.
+zones="$WORK/zones"
+mkdir -p "$zones"
+soa() { echo "@ 3600 IN SOA ns.$1 admin.$1 1 3600 600 86400 300"; }
+{
+    soa root.
+    echo "@ IN NS ns.root."
+    echo "ns.root. IN A 127.0.0.2"
+    echo "test. IN NS ns.test."
+    echo "ns.test. IN A 127.0.0.3"
+} >"$zones/root.zone"
+{
+    echo '$ORIGIN test.'
+    soa test.
+    echo "@ IN NS ns"
+    echo "ns IN A 127.0.0.3"
+    echo "example IN NS ns1.example"
+    echo "ns1.example IN A 127.0.0.4"
+    echo "glueless IN NS ns.provider.example.test."
+} >"$zones/test.zone"
+{
+    echo '$ORIGIN example.test.'
+    soa example.test.
+    echo "@ IN NS ns1"
+    echo "@ IN MX 10 mail"
+    echo "ns1 IN A 127.0.0.4"
+    echo "www IN CNAME web"
+    echo "web IN CNAME host.example.test."
+    echo "host IN A 192.0.2.80"
+    echo "mail IN A 192.0.2.25"
+    echo "ns.provider IN A 127.0.0.5"
+    echo "sub IN NS ns.sub"
+    echo "ns.sub IN A 127.0.0.6"
+} >"$zones/example.zone"
+{
+    echo '$ORIGIN glueless.test.'
+    soa glueless.test.
+    echo "@ IN NS ns.provider.example.test."
+    echo "www IN A 192.0.2.55"
+} >"$zones/glueless.zone"
+{
+    echo '$ORIGIN sub.example.test.'
+    soa sub.example.test.
+    echo "@ IN NS ns"
+    echo "ns IN A 127.0.0.6"
+    echo "deep IN A 192.0.2.66"
+} >"$zones/sub.zone"
+
+start_nsd 127.0.0.2 . "$zones/root.zone"
+start_nsd 127.0.0.3 test. "$zones/test.zone"
+start_nsd 127.0.0.4 example.test. "$zones/example.zone"
+start_nsd 127.0.0.5 glueless.test. "$zones/glueless.zone"
+start_nsd 127.0.0.6 sub.example.test. "$zones/sub.zone"
+
+folder="$WORK/folder"
+mkdir -p "$folder/data" "$folder/logs"
+printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
+run_quorvane() {
+    printf 'Name: resolver.test\nDNSBind: 127.0.0.1\nWriteLog: YES\n%s' "$1" >"$folder/quorvane.ini"
+    start_server "$folder"
+    wait_for "DNS service started on 127.0.0.1"
+}
+q() { dig @127.0.0.1 +tries=1 +time=3 +nocookie "$@"; }
+answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) out = out " " $i; print out }' | paste -sd'|'; }
+sent_to() { grep -c "Sending request to $1 " "$WORK/stdout" || true; }
+
+# --- From the root --------------------------------------------------------------------------
+run_quorvane "SpoofSecure: YES
+"
+q www.example.test A >"$WORK/www"
+grep -q 'status: NOERROR' "$WORK/www" || fail "www: $(cat "$WORK/www")"
+grep -qE 'flags: qr rd ra;' "$WORK/www" || fail "www flags: $(grep flags "$WORK/www")"
+[ "$(answer www.example.test A)" = "www.example.test. CNAME web.example.test.|web.example.test. CNAME host.example.test.|host.example.test. A 192.0.2.80" ] ||
+    fail "www chain: $(answer www.example.test A)"
+for line in "127.0.0.2 (.) for A-record for www.example.test." \
+    "127.0.0.3 (test.) for A-record for www.example.test." \
+    "127.0.0.4 (example.test.) for A-record for www.example.test."; do
+    grep -qF "Sending request to $line" "$WORK/stdout" || fail "no request: $line"
+done
+grep -qF "Reply from 127.0.0.4" "$WORK/stdout" || fail "no reply line"
+
+[ "$(answer deep.sub.example.test A)" = "deep.sub.example.test. A 192.0.2.66" ] || fail "delegated subdomain"
+grep -qF "Sending request to 127.0.0.6 (sub.example.test.)" "$WORK/stdout" || fail "not asked: sub.example.test. server"
+[ "$(answer www.glueless.test A)" = "www.glueless.test. A 192.0.2.55" ] || fail "glueless: $(answer www.glueless.test A)"
+grep -qF "Sending request to 127.0.0.4 (example.test.) for A-record for ns.provider.example.test." "$WORK/stdout" ||
+    fail "no sub-request for the address of the glueless server"
+grep -qF "Sending request to 127.0.0.5 (glueless.test.) for A-record for www.glueless.test." "$WORK/stdout" ||
+    fail "glueless.test. server not asked"
+[ "$(answer example.test MX)" = "example.test. MX 10 mail.example.test." ] || fail "MX"
+q nothing.example.test A >"$WORK/nx"
+grep -q 'status: NXDOMAIN' "$WORK/nx" || fail "NXDOMAIN: $(cat "$WORK/nx")"
+
+# Asked again: the cache answers, and no datagram goes to a peer (the namespace counts exactly
+# the query and the reply).
+before=$(udp_in)
+requests=$(sent_to 127.0.0.4)
+[ "$(answer www.example.test A | cut -d'|' -f3)" = "host.example.test. A 192.0.2.80" ] || fail "cached answer"
+q nothing.example.test A | grep -q 'status: NXDOMAIN' || fail "cached NXDOMAIN"
+[ $(($(udp_in) - before)) -eq 4 ] || fail "cached answers caused $(($(udp_in) - before)) datagrams, not 4"
+[ "$(sent_to 127.0.0.4)" = "$requests" ] || fail "a cached name was asked again"
+stop_server
+
+# --- Forwarding to the example.test. server ------------------------------------------------------
+rm -f "$folder/named.cache" # every answer below must come from the forwarder
+run_quorvane "RecursionOut: YES
+NS: 127.0.0.4
+"
+[ "$(answer mail.example.test A)" = "mail.example.test. A 192.0.2.25" ] || fail "forwarded: $(answer mail.example.test A)"
+grep -qF "Sending request to 127.0.0.4 (external) for A-record for mail.example.test." "$WORK/stdout" ||
+    fail "forwarder not asked"
+[ "$(sent_to 127.0.0.2)" = 0 ] || fail "the root was asked while forwarding"
+stop_server
+
+# --- Two forwarders that never answer --------------------------------------------------------
+run_quorvane "RecursionOut: YES
+NS: 127.0.0.7
+NS: 127.0.0.8
+"
+start=$SECONDS
+q +time=20 lost.example.test A >"$WORK/lost"
+took=$((SECONDS - start))
+grep -q 'status: SERVFAIL' "$WORK/lost" || fail "no server failure: $(cat "$WORK/lost")"
+[ "$took" -ge 10 ] && [ "$took" -le 14 ] || fail "server failure after $took s, expected 11-13"
+order=$(grep -oE "Sending request to 127\.0\.0\.[78] " "$WORK/stdout" | awk '{print $4}' | paste -sd' ')
+[ "$order" = "127.0.0.7 127.0.0.8 127.0.0.7 127.0.0.8 127.0.0.7 127.0.0.8 127.0.0.7 127.0.0.8 127.0.0.7 127.0.0.8" ] ||
+    fail "order of tries: $order"
+failLog="$folder/logs/$(date +%Y%m%d)fail.log"
+grep -q "DNS Request from 127.0.0.1 about A-record for lost.example.test.:" "$failLog" || fail "fail.log: $(cat "$failLog" 2>/dev/null)"
+grep -q -- "-> Authoritative DNS servers did not respond - or did not return any records." "$failLog" || fail "fail.log line 2"
+stop_server

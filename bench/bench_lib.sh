@@ -48,11 +48,12 @@ dnsperf_figures() {
         /Queries lost:/       { print p "lost=" $3 }
         /Queries per second:/ { print p "qps=" $4 }
         /Average Latency/     { print p "latency_s=" $4 }
+        /Average packet size:/ { print p "response_bytes=" $NF }
         /Response codes:/     { sub(/^.*Response codes: */, ""); gsub(/ /, "_"); print p "rcodes=" $0 }
     ' "$report"
 }
 
-# One figure ($2: sent, completed, lost, qps, latency_s, rcodes) of the dnsperf report $1.
+# One figure ($2: sent, completed, lost, qps, latency_s, response_bytes, rcodes) of the dnsperf report $1.
 figure() { dnsperf_figures "$1" "" | sed -n "s/^$2=//p"; }
 
 # Whether this shell holds the build lock $LOCK open, i.e. already runs under flock.

@@ -417,7 +417,8 @@ main() {
     # Own network (only lo) and process namespaces: when the script ends, nothing it started
     # outlives it, and no packet leaves loopback.
     unshare --net --pid --fork --mount-proc --kill-child bash "$0" --inside-namespace "$WORK"
-    python3 "$here/cache_table.py" "$WORK/results" $RESOLVERS \
+    # -B: bench_table is imported; leave no byte code in the source tree.
+    python3 -B "$here/cache_table.py" "$WORK/results" $RESOLVERS \
         --seconds "$PHASE_SECONDS" --names "$NAMES" --zone "$ZONE"
 }
 

@@ -59,6 +59,17 @@ def show(value, form):
     return form.format(value) if value is not None else "-"
 
 
+def print_table(table, text_columns):
+    """Prints rows of cells under the first row as header; the first text_columns columns are
+    aligned left, the figures after them right."""
+    widths = [max(len(str(line[i])) for line in table) for i in range(len(table[0]))]
+    for i, line in enumerate(table):
+        print("  ".join(str(cell).ljust(w) if c < text_columns else str(cell).rjust(w)
+                        for c, (cell, w) in enumerate(zip(line, widths))))
+        if i == 0:
+            print("  ".join("-" * w for w in widths))
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("results")
@@ -90,15 +101,10 @@ def main():
             show(row["latency_ms"], "{:.3f}"), ratio(row["latency_ms"], peer_latency),
             show(row["fixed_qps"], "{:.0f}"), show(row["fixed_lost"], "{:.0f}"),
         ))
-    widths = [max(len(str(line[i])) for line in table) for i in range(len(header))]
     print()
     print(f"Query benchmark: {args.type} queries, runs of {args.seconds} s; saturation, then "
           f"{args.fixed_qps} q/s fixed load")
-    for i, line in enumerate(table):
-        print("  ".join(str(cell).ljust(w) if c < 2 else str(cell).rjust(w)
-                        for c, (cell, w) in enumerate(zip(line, widths))))
-        if i == 0:
-            print("  ".join("-" * w for w in widths))
+    print_table(table, 2)
     print()
     print("answers: ok = NOERROR (and for A the right address) for an existing name, NXDOMAIN for a")
     print("         missing one; otherwise the status dig saw for each (echo: it only echoes)")

@@ -2,26 +2,25 @@
 """Writes the benchmark zone and the dnsperf query list; touches nothing else.
 
     make_zone.py ZONE_FILE QUERY_FILE [--names 10000] [--queries 100000] [--missing 0.10]
-                 [--type A]
+                 [--type A] [--zone bench.test.] [--ttl 3600] [--ns-address 127.0.0.1]
+                 [--every-name-once]
 
-The zone is bench.test. with an SOA, one NS with its glue address and NAMES host names
-h00000.bench.test. ... each with one A record in 198.18.0.0/15 (the range set aside for
+The zone (bench.test. unless --zone) has an SOA, one NS with its glue address and NAMES host
+names h00000.ZONE ... each with one A record in 198.18.0.0/15 (the range set aside for
 benchmarks). Every line is "owner ttl IN type data" with absolute names and no $-directives,
 so Quorvane, NSD and Knot all read the same file.
 
 The query list holds QUERIES "name TYPE" lines: a share of MISSING asks for names that do not
-exist (x00000.bench.test. ...), the rest for names drawn from the zone, all shuffled. The
-shuffle is fixed, so every run sends the same list in the same order.
+exist (x00000.ZONE ...), the rest for names drawn from the zone, all shuffled. With
+--every-name-once it holds instead every host name exactly once, shuffled, and nothing else.
+The shuffle is fixed, so every run sends the same list in the same order.
 """
 import argparse
 import random
 
-ZONE = "bench.test."
-TTL = 3600
 
-
-def host_name(i):
-    return f"h{i:05d}.{ZONE}"
+def host_name(i, zone):
+    return f"h{i:05d}.{zone}"
 
 
 def host_address(i):
@@ -30,21 +29,24 @@ def host_address(i):
     return f"198.{18 + (n >> 16)}.{(n >> 8) & 255}.{n & 255}"
 
 
-def write_zone(path, names):
+def write_zone(path, zone, names, ttl, ns_address):
     with open(path, "w") as out:
-        out.write(f"; Benchmark zone {ZONE}: {names} hosts, written by bench/make_zone.py\n")
-        out.write(f"{ZONE} {TTL} IN SOA ns1.{ZONE} hostmaster.{ZONE} 2026112201 3600 600 604800 {TTL}\n")
-        out.write(f"{ZONE} {TTL} IN NS ns1.{ZONE}\n")
-        out.write(f"ns1.{ZONE} {TTL} IN A 127.0.0.1\n")
+        out.write(f"; Benchmark zone {zone}: {names} hosts, written by bench/make_zone.py\n")
+        out.write(f"{zone} {ttl} IN SOA ns1.{zone} hostmaster.{zone} 2026112201 3600 600 604800 {ttl}\n")
+        out.write(f"{zone} {ttl} IN NS ns1.{zone}\n")
+        out.write(f"ns1.{zone} {ttl} IN A {ns_address}\n")
         for i in range(names):
-            out.write(f"{host_name(i)} {TTL} IN A {host_address(i)}\n")
+            out.write(f"{host_name(i, zone)} {ttl} IN A {host_address(i)}\n")
 
 
-def write_queries(path, names, queries, missing_share, qtype):
+def write_queries(path, zone, names, queries, missing_share, qtype, every_name_once):
     order = random.Random(6)  # fixed, so every run asks the same questions in the same order
-    missing = round(queries * missing_share)
-    lines = [f"x{i:05d}.{ZONE} {qtype}" for i in range(missing)]
-    lines += [f"{host_name(order.randrange(names))} {qtype}" for _ in range(queries - missing)]
+    if every_name_once:
+        lines = [f"{host_name(i, zone)} {qtype}" for i in range(names)]
+    else:
+        missing = round(queries * missing_share)
+        lines = [f"x{i:05d}.{zone} {qtype}" for i in range(missing)]
+        lines += [f"{host_name(order.randrange(names), zone)} {qtype}" for _ in range(queries - missing)]
     order.shuffle(lines)
     with open(path, "w") as out:
         out.write("\n".join(lines) + "\n")
@@ -58,9 +60,16 @@ def main():
     parser.add_argument("--queries", type=int, default=100000)
     parser.add_argument("--missing", type=float, default=0.10)
     parser.add_argument("--type", default="A", help="query type written into the list")
+    parser.add_argument("--zone", default="bench.test.", help="the zone's name, absolute")
+    parser.add_argument("--ttl", type=int, default=3600, help="TTL of every record, seconds")
+    parser.add_argument("--ns-address", default="127.0.0.1", help="glue address of ns1.ZONE")
+    parser.add_argument("--every-name-once", action="store_true",
+                        help="ask for every host name once instead of --queries drawn names")
     args = parser.parse_args()
-    write_zone(args.zone_file, args.names)
-    write_queries(args.query_file, args.names, args.queries, args.missing, args.type)
+    zone = args.zone if args.zone.endswith(".") else args.zone + "."
+    write_zone(args.zone_file, zone, args.names, args.ttl, args.ns_address)
+    write_queries(args.query_file, zone, args.names, args.queries, args.missing, args.type,
+                  args.every_name_once)
 
 
 if __name__ == "__main__":

@@ -45,6 +45,7 @@ set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/.." && pwd)
+source "$here/bench_lib.sh"
 
 PHASE_SECONDS=10
 FIXED_QPS=50000
@@ -66,37 +67,6 @@ usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "
 
 STARTED=""
 SERVER_PID=""
-
-stop_started() {
-    for pid in $STARTED; do kill -KILL "$pid" 2>/dev/null || true; done
-}
-
-# user+system clock ticks of process $1 and all its descendants (NSD serves from a child).
-cpu_ticks() {
-    local root=$1 stat rest pid fields
-    local -A parent ticks
-    for f in /proc/[0-9]*/stat; do
-        { read -r stat <"$f"; } 2>/dev/null || continue
-        pid=${stat%% *}
-        rest=${stat##*) }            # fields from the state on; the command name may hold blanks
-        read -r -a fields <<<"$rest"
-        parent[$pid]=${fields[1]}
-        ticks[$pid]=$((fields[11] + fields[12]))
-    done
-    local total=0 changed=1
-    local -A inside=([$root]=1)
-    while [ $changed = 1 ]; do
-        changed=0
-        for pid in "${!parent[@]}"; do
-            if [ -z "${inside[$pid]:-}" ] && [ -n "${inside[${parent[$pid]}]:-}" ]; then
-                inside[$pid]=1
-                changed=1
-            fi
-        done
-    done
-    for pid in "${!inside[@]}"; do total=$((total + ${ticks[$pid]:-0})); done
-    echo "$total"
-}
 
 udp53_bound() { ss -Hlun 'sport = :53' | grep -q .; }
 
@@ -217,27 +187,6 @@ check_answers() {
     fi
 }
 
-reply_status() {
-    local status
-    status=$(sed -n 's/.*status: \([A-Z]*\),.*/\1/p' "$1")
-    echo "${status:-no-reply}"
-}
-
-# Pulls the figures out of one dnsperf report as key=value lines with the prefix $2.
-dnsperf_figures() {
-    local report=$1 prefix=$2
-    awk -v p="$prefix" '
-        /Queries sent:/       { print p "sent=" $3 }
-        /Queries completed:/  { print p "completed=" $3 }
-        /Queries lost:/       { print p "lost=" $3 }
-        /Queries per second:/ { print p "qps=" $4 }
-        /Average Latency/     { print p "latency_s=" $4 }
-        /Response codes:/     { sub(/^.*Response codes: */, ""); gsub(/ /, "_"); print p "rcodes=" $0 }
-    ' "$report"
-}
-
-figure() { dnsperf_figures "$1" "" | sed -n "s/^$2=//p"; }
-
 dnsperf_on_core1() {
     taskset -c 1 dnsperf -s 127.0.0.1 -p 53 -d "$WORK/queries.txt" -t 1 -c "$CLIENTS" \
         -q "$OUTSTANDING" -O suppress=timeouts "$@"
@@ -356,15 +305,6 @@ inside_namespace() {
 
 install_missing() {
     "$(dirname "$0")/install_packages.sh" dnsperf nsd knot gcc libc6-dev iproute2 util-linux bind9-dnsutils python3 procps
-}
-
-holds_lock() {
-    local fd target
-    target=$(readlink -f "$LOCK")
-    for fd in /proc/$$/fd/*; do
-        [ "$(readlink "$fd" 2>/dev/null)" = "$target" ] && return 0
-    done
-    return 1
 }
 
 main() {

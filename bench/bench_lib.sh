@@ -1,0 +1,67 @@
+# Shell helpers the load benchmarks share (query_bench.sh, cache_bench.sh); sourced, not run.
+
+# Ends every process named in $STARTED (ids, blank-separated).
+stop_started() {
+    for pid in $STARTED; do kill -KILL "$pid" 2>/dev/null || true; done
+}
+
+# user+system clock ticks of process $1 and all its descendants (NSD serves from a child).
+cpu_ticks() {
+    local root=$1 stat rest pid fields
+    local -A parent ticks
+    for f in /proc/[0-9]*/stat; do
+        { read -r stat <"$f"; } 2>/dev/null || continue
+        pid=${stat%% *}
+        rest=${stat##*) }            # fields from the state on; the command name may hold blanks
+        read -r -a fields <<<"$rest"
+        parent[$pid]=${fields[1]}
+        ticks[$pid]=$((fields[11] + fields[12]))
+    done
+    local total=0 changed=1
+    local -A inside=([$root]=1)
+    while [ $changed = 1 ]; do
+        changed=0
+        for pid in "${!parent[@]}"; do
+            if [ -z "${inside[$pid]:-}" ] && [ -n "${inside[${parent[$pid]}]:-}" ]; then
+                inside[$pid]=1
+                changed=1
+            fi
+        done
+    done
+    for pid in "${!inside[@]}"; do total=$((total + ${ticks[$pid]:-0})); done
+    echo "$total"
+}
+
+# The status of the reply in dig's output file $1, or no-reply.
+reply_status() {
+    local status
+    status=$(sed -n 's/.*status: \([A-Z]*\),.*/\1/p' "$1")
+    echo "${status:-no-reply}"
+}
+
+# Pulls the figures out of one dnsperf report as key=value lines with the prefix $2.
+dnsperf_figures() {
+    local report=$1 prefix=$2
+    awk -v p="$prefix" '
+        /Queries sent:/       { print p "sent=" $3 }
+        /Queries completed:/  { print p "completed=" $3 }
+        /Queries lost:/       { print p "lost=" $3 }
+        /Queries per second:/ { print p "qps=" $4 }
+        /Average Latency/     { print p "latency_s=" $4 }
+        /Average packet size:/ { print p "response_bytes=" $NF }
+        /Response codes:/     { sub(/^.*Response codes: */, ""); gsub(/ /, "_"); print p "rcodes=" $0 }
+    ' "$report"
+}
+
+# One figure ($2: sent, completed, lost, qps, latency_s, response_bytes, rcodes) of the dnsperf report $1.
+figure() { dnsperf_figures "$1" "" | sed -n "s/^$2=//p"; }
+
+# Whether this shell holds the build lock $LOCK open, i.e. already runs under flock.
+holds_lock() {
+    local fd target
+    target=$(readlink -f "$LOCK")
+    for fd in /proc/$$/fd/*; do
+        [ "$(readlink "$fd" 2>/dev/null)" = "$target" ] && return 0
+    done
+    return 1
+}

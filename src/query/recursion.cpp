@@ -134,9 +134,10 @@ bool DnsService::keepServer(clNServ& server)
     return true;
 }
 
+// 0.0.0.0 counts too: sent to, it reaches this machine.
 bool DnsService::isOwnAddress(const std::string& address) const
 {
-    if (address == "127.0.0.1") return true;
+    if (address == "127.0.0.1" || address == "0.0.0.0") return true;
     const auto& own = m_settings.localAddresses;
     return std::find(own.begin(), own.end(), address) != own.end();
 }

@@ -186,6 +186,7 @@ void DnsService::ProcAns(const Endpoint& from, std::string_view message)
             m_store.CacheAdd(owner, static_cast<int16_t>(markerType), negativeTTL, {}, 0);
     };
     const bool authoritative = (byteAt(message, 2) & 4) != 0;
+    const bool truncated = (byteAt(message, 2) & 2) != 0; // an empty answer then says nothing
 
     if (rcode == kNameError) {
         learnAbsent(last, rtype::kNameMarker);
@@ -196,7 +197,7 @@ void DnsService::ProcAns(const Endpoint& from, std::string_view message)
         for (const auto& [section, record, ttl] : records)
             if (section == kAuthority && record.RecType == rtype::NS && record.Name == delegated)
                 r.NSAcol.push_back({delegated, "", record.Data, 0});
-    } else if (soa != records.end() || authoritative) {
+    } else if (!truncated && (soa != records.end() || authoritative)) {
         learnAbsent(r.CurName, rtype::kMarkerBase + r.QType);
     } else {
         return dropAsked(r); // nothing to go on: a server that does not serve the name

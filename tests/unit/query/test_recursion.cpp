@@ -133,7 +133,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
     EXPECT_EQ(one.host.queries.size(), 3u);
 
     // The server never asks itself: no forwarder left means a server failure at once.
-    Resolver self(forwarding({"127.0.0.1", "192.168.1.10"}));
+    Resolver self(forwarding({"127.0.0.1", "192.168.1.10", "0.0.0.0"}));
     self.ask("www.example.org.");
     EXPECT_TRUE(self.host.queries.empty());
     EXPECT_EQ(self.reply().rcode, 2);

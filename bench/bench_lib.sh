@@ -65,3 +65,36 @@ holds_lock() {
     done
     return 1
 }
+
+# Writes $1/nsd.conf for one NSD process on address $2, port 53, serving zone $3 from file $4.
+write_nsd_conf() {
+    local dir=$1 address=$2 zone=$3 file=$4
+    mkdir -p "$dir/xfr"
+    cat >"$dir/nsd.conf" <<EOF
+server:
+    server-count: 1
+    ip-address: $address
+    port: 53
+    do-ip6: no
+    username: ""
+    chroot: ""
+    zonesdir: "$dir"
+    database: ""
+    pidfile: "$dir/nsd.pid"
+    zonelistfile: "$dir/zone.list"
+    xfrdfile: "$dir/xfrd.state"
+    xfrdir: "$dir/xfr"
+    logfile: "$dir/nsd.log"
+    verbosity: 0
+    # Debian turns response-rate limiting on; it would drop most of the load.
+    rrl-ratelimit: 0
+    rrl-whitelist-ratelimit: 0
+    rrl-slip: 0
+remote-control:
+    control-enable: no
+zone:
+    name: $zone
+    zonefile: "$file"
+EOF
+    nsd-checkconf "$dir/nsd.conf"
+}

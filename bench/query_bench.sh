@@ -85,34 +85,7 @@ start_echo() {
 
 start_nsd() {
     local dir=$1
-    mkdir -p "$dir/xfr"
-    cat >"$dir/nsd.conf" <<EOF
-server:
-    server-count: 1
-    ip-address: 127.0.0.1
-    port: 53
-    do-ip6: no
-    username: ""
-    chroot: ""
-    zonesdir: "$dir"
-    database: ""
-    pidfile: "$dir/nsd.pid"
-    zonelistfile: "$dir/zone.list"
-    xfrdfile: "$dir/xfrd.state"
-    xfrdir: "$dir/xfr"
-    logfile: "$dir/nsd.log"
-    verbosity: 0
-    # Debian turns response-rate limiting on; it would drop most of the load.
-    rrl-ratelimit: 0
-    rrl-whitelist-ratelimit: 0
-    rrl-slip: 0
-remote-control:
-    control-enable: no
-zone:
-    name: $ZONE
-    zonefile: "$WORK/$ZONE.dns"
-EOF
-    nsd-checkconf "$dir/nsd.conf"
+    write_nsd_conf "$dir" 127.0.0.1 "$ZONE" "$WORK/$ZONE.dns"
     launch "$dir" nsd -d -c "$dir/nsd.conf"
 }
 

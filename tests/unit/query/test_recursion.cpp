@@ -39,6 +39,12 @@ struct Resolver {
         settings.localAddresses = {"192.168.1.10"};
         dns.configure(std::move(settings));
     }
+    void addZone(const std::string& name, const std::string& text)
+    {
+        std::filesystem::create_directories(folder.path() / "data");
+        folder.write("data/" + name + "dns", text);
+        store.LoadPerm();
+    }
     void ask(const std::string& name, uint16_t type = 1) { dns.ProcReq(kClient, makeQuery(7, name, type, true)); }
     // The timer's work on the tick at the given whole second after the start.
     void tickAt(int second)
@@ -185,6 +191,19 @@ TEST(Recursion, ForwardedAnswersAreCachedAndServeTheNextQuestion)
     EXPECT_EQ(r.host.lines, (Lines{"Reply from 127.0.0.2: Ignored - No matching requests.",
                                    "Reply from 127.0.0.2: Ignored - No matching requests."}));
     EXPECT_EQ(r.store.records("www.example.org.").size(), 2u); // the CNAME and the entry for no MX
+}
+
+TEST(Recursion, AnAliasInOurZoneIsFollowedOutsideIt)
+{
+    Resolver r(forwarding({"127.0.0.2"}));
+    r.addZone("home.lan.", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\n"
+                           "mail IN CNAME mail.provider.example.\n");
+    r.ask("mail.home.lan.");
+    EXPECT_EQ(r.queries(), Lines{"127.0.0.2 mail.provider.example. 1 rd"});
+    r.answer("127.0.0.2", 0, false, {wireA(2, "mail.provider.example.", "192.0.2.25")});
+    EXPECT_EQ(r.reply().section(2), (Lines{"mail.home.lan. CNAME mail.provider.example.",
+                                           "mail.provider.example. A 192.0.2.25"}));
+    EXPECT_TRUE(r.reply().aa);
 }
 
 TEST(Recursion, ResolvesFromTheRootThroughReferralsAndGluelessServers)

@@ -1,6 +1,7 @@
 // Request intake: one query datagram becomes nothing, an "incomplete" line, a not-implemented
 // reply, or a pending request that the answer builder takes over.
 #include "query/dns_service.h"
+#include "query/message_bytes.h"
 
 #include "wire/names.h"
 #include "wire/numbers.h"
@@ -23,11 +24,6 @@ bool supportedType(int type)
     }
 }
 
-unsigned byteAt(std::string_view message, size_t i)
-{
-    return static_cast<unsigned char>(message[i]);
-}
-
 } // namespace
 
 DnsService::DnsService(QueryHost& host, const Clock& clock, RecordStore& store)
@@ -48,7 +44,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
     countRequest();
     const bool logging = m_host.wants(0);
     const std::string ip = addressText(from.address);
-    if (message.size() < 13 || (byteAt(message, 4) << 8 | byteAt(message, 5)) == 0) {
+    if (message.size() < 13 || shortAt(message, 4) == 0) {
         if (logging) m_host.AddLine(0, "Incomplete DNS Request from " + ip);
         return;
     }
@@ -66,7 +62,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
     request.client = from;
     request.ClientIP = ip;
     request.ClientPort = from.port;
-    request.QueryID = static_cast<int32_t>(byteAt(message, 0) << 8 | byteAt(message, 1));
+    request.QueryID = shortAt(message, 0);
     request.RecursionDesired = (byteAt(message, 2) & 1) != 0;
     std::string_view rest = message.substr(12);
     request.QName = ExtractName(message, rest, true);

@@ -34,14 +34,6 @@ uint32_t addressValue(const std::string& text)
     return value;
 }
 
-// The name one label up ("b.c." for "a.b.c."); the root for a top-level name and for the root.
-std::string_view parentName(std::string_view name)
-{
-    const auto dot = name.find('.');
-    if (dot == std::string_view::npos || dot + 1 >= name.size()) return ".";
-    return name.substr(dot + 1);
-}
-
 // The server with the fewest queries so far, the first in list order on a tie; among those that
 // match only. npos when none matches.
 template <typename Match> size_t fewestTries(const std::vector<clNServ>& servers, Match match)

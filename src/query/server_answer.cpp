@@ -2,6 +2,7 @@
 // cache, and the request taken a step further: answered, sent down a referral, or on to the next
 // server when the answer was of no use.
 #include "query/dns_service.h"
+#include "query/message_bytes.h"
 
 #include "store/record_data.h"
 #include "wire/type_names.h"
@@ -16,16 +17,6 @@ namespace {
 constexpr int kTypeAny = 255;
 constexpr int kClassIN = 1;
 constexpr int kNameError = 3;
-
-unsigned byteAt(std::string_view message, size_t i)
-{
-    return static_cast<unsigned char>(message[i]);
-}
-
-int shortAt(std::string_view message, size_t i)
-{
-    return static_cast<int>(byteAt(message, i) << 8 | byteAt(message, i + 1));
-}
 
 uint32_t takeLong(std::string_view& bytes)
 {

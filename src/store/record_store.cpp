@@ -1,5 +1,7 @@
 #include "store/record_store.h"
 
+#include "wire/names.h"
+
 #include <algorithm>
 
 namespace quorvane {
@@ -48,10 +50,10 @@ const clDNSRecord* RecordStore::authoritySearch(std::string_view name) const
         }
         if (delegation) return delegation;
         if (name == ".") break;
-        // The root comes last, so that a server holding "_root.dns" is authoritative below it.
-        const size_t dot = name.find('.');
-        if (dot == std::string_view::npos) break;
-        name = dot + 1 < name.size() ? name.substr(dot + 1) : std::string_view(".");
+        // The root comes last, so that a server holding "_root.dns" is authoritative below it. A
+        // text without a dot is no name in normal form and has no enclosing zone.
+        if (name.find('.') == std::string_view::npos) break;
+        name = parentName(name);
     }
     return nullptr;
 }

@@ -35,4 +35,13 @@ std::string UnzipName(std::string_view message, int offset);
 // its first occurrence.
 Bytes ZipName(std::string_view name, std::string_view message);
 
+// The name one label up, in normal form: "b.c." for "a.b.c."; the root for a top-level name and
+// for the root itself.
+inline std::string_view parentName(std::string_view name)
+{
+    const auto dot = name.find('.');
+    if (dot == std::string_view::npos || dot + 1 >= name.size()) return ".";
+    return name.substr(dot + 1);
+}
+
 } // namespace quorvane

@@ -117,12 +117,15 @@ Settings parseIni(std::string_view text)
 
         const auto colon = line.find(':');
         const std::string key = upper(trim(line.substr(0, colon)));
-        const std::string value = colon == std::string_view::npos ? std::string() : upper(trim(line.substr(colon + 1)));
+        // Paths keep their letter case, which matters on Linux; every other value is read in capitals.
+        const std::string_view raw =
+            colon == std::string_view::npos ? std::string_view() : trim(line.substr(colon + 1));
+        const std::string value = upper(raw);
         const bool flag = !value.empty() && value[0] == 'Y';
 
         if (key == "NAME") s.NAME = CleanName(value);
         else if (key == "STARTMINI") s.STARTMINI = flag;
-        else if (key == "HOSTS") s.HOSTS = lower(value);
+        else if (key == "HOSTS") s.HOSTS = std::string(raw);
         else if (key == "HOSTSTTL") s.HOSTSTTL = leadingNumber<int32_t>(value);
         else if (key == "DNSBIND") s.DNSBIND = normalAddress(value);
         else if (key == "DNSRECURSION") s.DNSRECURSION = lower(value);

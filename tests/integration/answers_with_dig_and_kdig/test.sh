@@ -1,11 +1,10 @@
 # dig and kdig ask the real binary for its own zone and hosts file: A, MX with its additional
 # address, a CNAME chain, NXDOMAIN with the SOA, ANY, PTR from the hosts file, the AA and RA bits.
+# The hosts file lies under a path with capitals, which must be kept as written.
 folder="$WORK/folder"
-mkdir -p "$folder/data"
-cat >"$folder/quorvane.ini" <<'INI'
-Name: ns.office.test
-Hosts: hosts
-INI
+hosts="$WORK/Office Files/Hosts"
+mkdir -p "$folder/data" "$(dirname "$hosts")"
+printf 'Name: ns.office.test\nHosts: %s\n' "$hosts" >"$folder/quorvane.ini"
 cat >"$folder/data/office.test.dns" <<'ZONE'
 ; the office zone
 @        IN SOA ns.office.test. admin.office.test. ( 2026112201 ; serial
@@ -18,7 +17,7 @@ www      IN CNAME web
 web      IN CNAME files.office.test.
 files    IN A   10.0.0.30
 ZONE
-printf '10.0.0.40  laptop  laptop-wifi   # the boss\n' >"$folder/hosts"
+printf '10.0.0.40  laptop  laptop-wifi   # the boss\n' >"$hosts"
 
 start_server "$folder" --quiet
 for _ in $(seq 100); do dns_bound && break; sleep 0.1; done

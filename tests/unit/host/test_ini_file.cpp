@@ -26,7 +26,7 @@ TEST(IniFile, ReadingRules)
                                 "HostsTTL: 7200\n"); // a later line overrides an earlier one
     EXPECT_EQ(s.NAME, "my.server.home");
     EXPECT_TRUE(s.STARTMINI);
-    EXPECT_EQ(s.HOSTS, "c:\\windows\\hosts");
+    EXPECT_EQ(s.HOSTS, "C:\\Windows\\HOSTS"); // a path keeps its letter case
     EXPECT_EQ(s.HOSTSTTL, 7200);
     EXPECT_EQ(s.DNSBIND, "10.1.1.0");
     EXPECT_EQ(s.DNSRECURSION, "192.168.*.*");

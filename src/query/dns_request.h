@@ -56,6 +56,11 @@ struct clDNSRequest {
     int32_t CurOutID = 0;           // the identifier of the query sent to it
     int Depth = 0;                  // 0 for a client's request; sub-requests count up
     clDNSRequest* Parent = nullptr; // the request a sub-request finds a server's address for
+    // The work spent on a client's request by it and all its sub-requests; kept on the client's
+    // request only.
+    int SubRequests = 0;
+    int QueriesSent = 0;
+    bool OutOfWork = false; // the work limit stopped it (logged once)
 
     // Back to a new request, keeping the capacity of its strings and sections.
     void reset()
@@ -73,7 +78,8 @@ struct clDNSRequest {
         ForwardersAdded = false;
         Asked = {};
         TimeOut = 0;
-        CurOutID = Depth = 0;
+        CurOutID = Depth = SubRequests = QueriesSent = 0;
+        OutOfWork = false;
         Parent = nullptr;
     }
 

@@ -86,6 +86,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
         return;
     }
     Check(request); // one that has to wait for another server moves to PendingRequests
+    runSteps();
 }
 
 void DnsService::notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,

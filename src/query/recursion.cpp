@@ -15,6 +15,11 @@ namespace {
 
 constexpr int kTriesPerServer = 5;
 constexpr int kMaxSubDepth = 9; // a request of this depth or less may start a sub-request
+// The work that one client's question may cost, counted over all its sub-requests. Enough for
+// long alias chains through glueless delegations; a delegation graph that needs more is broken
+// or hostile, and every query beyond this would go to its servers.
+constexpr int kMaxSubRequests = 32;
+constexpr int kMaxQueries = 64;
 constexpr uint16_t kDnsPort = 53;
 // The timer ticks once a second and waits are set on ticks: a wait that ends within a tenth of a
 // second of a tick counts as over, or a one-second wait would end just after the next tick and
@@ -44,19 +49,58 @@ template <typename Match> size_t fewestTries(const std::vector<clNServ>& servers
     return chosen;
 }
 
+// The client's request at the top of a tree of sub-requests.
+clDNSRequest& clientOf(clDNSRequest& request)
+{
+    clDNSRequest* top = &request;
+    while (top->Parent != nullptr) top = top->Parent;
+    return *top;
+}
+
+// Whether the request or one of its ancestors is looking this name up already: a sub-request for
+// it would end up waiting for itself.
+bool beingResolved(const clDNSRequest& request, const std::string& name)
+{
+    for (const clDNSRequest* r = &request; r != nullptr; r = r->Parent)
+        if (r->CurName == name) return true;
+    return false;
+}
+
 } // namespace
 
-// A request that has to wait lives in PendingRequests; intake's reused request moves there.
-clDNSRequest& DnsService::adopt(clDNSRequest& request)
+void DnsService::runSteps()
 {
-    if (&request != &m_request) return request;
+    // A step left behind by an exception would point at a request that a later tick may remove.
+    struct ClearOnExit {
+        std::deque<Step>& steps;
+        ~ClearOnExit() { steps.clear(); }
+    } clearOnExit{m_steps};
+    while (!m_steps.empty()) {
+        const Step step = m_steps.front();
+        m_steps.pop_front();
+        if (step.kind == Step::Start) Check(*step.request);
+        else AskNS(*step.request);
+    }
+}
+
+// A request that has to wait lives in PendingRequests; intake's reused request moves there, unless
+// the list is full.
+clDNSRequest* DnsService::adopt(clDNSRequest& request)
+{
+    if (&request != &m_request) return &request;
+    if (PendingRequests.size() >= kMaxPending) {
+        refuse(request);
+        return nullptr;
+    }
     PendingRequests.push_back(std::move(request));
-    return PendingRequests.back();
+    return &PendingRequests.back();
 }
 
 void DnsService::resolve(clDNSRequest& request)
 {
-    clDNSRequest& pending = adopt(request);
+    clDNSRequest* adopted = adopt(request);
+    if (adopted == nullptr) return;
+    clDNSRequest& pending = *adopted;
     if (!m_settings.forwarding) {
         CheckNewNS(pending);
     } else if (!pending.ForwardersAdded) {
@@ -137,7 +181,11 @@ bool DnsService::isOwnAddress(const std::string& address) const
 void DnsService::AskNS(clDNSRequest& request)
 {
     auto& servers = request.NSAcol;
-    std::erase_if(servers, [&](clNServ& server) { return !keepServer(server); });
+    // A server whose name this request or an ancestor is resolving cannot be found by a
+    // sub-request: it leaves the list as if one had found nothing.
+    std::erase_if(servers, [&](clNServ& server) {
+        return !keepServer(server) || (server.IP.empty() && beingResolved(request, server.Name));
+    });
     if (servers.empty()) return giveUp(request);
 
     size_t chosen = fewestTries(servers, [](const clNServ&) { return true; });
@@ -147,20 +195,33 @@ void DnsService::AskNS(clDNSRequest& request)
         chosen = withAddress;
     }
 
+    clDNSRequest& client = clientOf(request);
+    if (client.QueriesSent >= kMaxQueries) return outOfWork(request, client);
+    ++client.QueriesSent;
     const size_t listed = servers.size();
     ++servers[chosen].Retry;
     request.Asked = servers[chosen];
     if (request.Asked.Retry >= kTriesPerServer) servers.erase(servers.begin() + static_cast<long>(chosen));
     request.State = clDNSRequest::kWaiting;
     request.TimeOut = m_clock.now() + waitSeconds(listed) / kSecondsPerDay;
+    forgetOutID(request);
     request.CurOutID = NextQueryID.next();
+    m_byOutID[request.CurOutID] = &request;
     sendQuery(request);
 }
 
 // No server of the list has a known address: a sub-request looks up the address of one.
+// Checked on the next step, not here, so that no chain of sub-requests nests calls.
 void DnsService::askForAddress(clDNSRequest& request, const std::string& serverName)
 {
     if (request.Depth > kMaxSubDepth) return giveUp(request);
+    clDNSRequest& client = clientOf(request);
+    if (client.SubRequests >= kMaxSubRequests) return outOfWork(request, client);
+    if (PendingRequests.size() >= kMaxPending) {
+        ++m_refused;
+        return giveUp(request);
+    }
+    ++client.SubRequests;
     request.State = clDNSRequest::kWaitingSub;
     clDNSRequest& sub = PendingRequests.emplace_back();
     sub.Depth = request.Depth + 1;
@@ -168,11 +229,12 @@ void DnsService::askForAddress(clDNSRequest& request, const std::string& serverN
     sub.QType = rtype::A;
     sub.QName = sub.CurName = serverName;
     sub.RecursionDesired = true;
-    Check(sub);
+    m_steps.push_back({&sub, Step::Start});
 }
 
 // A sub-request has finished. Its answer's first address, if any, becomes the server's address;
-// a server whose address could not be found leaves the list. The parent then asks again.
+// a server whose address could not be found leaves the list. The parent then asks again, on the
+// next step.
 void DnsService::ReturnSub(clDNSRequest& sub, bool found)
 {
     clDNSRequest* parent = sub.Parent;
@@ -190,7 +252,7 @@ void DnsService::ReturnSub(clDNSRequest& sub, bool found)
     for (auto& server : servers)
         if (server.Name == sub.QName && server.IP.empty()) server.IP = address;
     std::erase_if(servers, [&](const clNServ& s) { return s.Name == sub.QName && s.IP.empty(); });
-    AskNS(*parent);
+    m_steps.push_back({parent, Step::Resume});
 }
 
 void DnsService::sendQuery(const clDNSRequest& request)
@@ -213,12 +275,26 @@ void DnsService::sendQuery(const clDNSRequest& request)
     m_host.DoTray(1);
 }
 
+void DnsService::removeFinished()
+{
+    PendingRequests.remove_if([&](const clDNSRequest& request) {
+        if (request.State != clDNSRequest::kFinished) return false;
+        forgetOutID(request);
+        return true;
+    });
+}
+
 void DnsService::retryWaiting()
 {
     const DateTime due = m_clock.now() + kTickSlackDays;
+    if (m_refused > 0 && m_host.wants(0)) m_host.AddLine(0, kPendingFullText + std::to_string(m_refused));
+    m_refused = 0;
     // AskNS may add sub-requests at the end of the list while it is walked; a std::list allows it.
-    for (auto& request : PendingRequests)
-        if (request.State == clDNSRequest::kWaiting && request.TimeOut < due) AskNS(request);
+    for (auto& request : PendingRequests) {
+        if (request.State != clDNSRequest::kWaiting || request.TimeOut >= due) continue;
+        AskNS(request);
+        runSteps();
+    }
 }
 
 // No server is left to ask. A client gets a server failure, noted in the day's fail log; a
@@ -228,6 +304,28 @@ void DnsService::giveUp(clDNSRequest& request)
     request.State = clDNSRequest::kFinished;
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
+    ++ReplyCount;
+    request.RCode = 2;
+    SendAnswer(request);
+}
+
+// The client's question has cost all the work it may: this request gives up, and with it, one
+// step at a time, every request above it, since each of them would need more work to go on.
+void DnsService::outOfWork(clDNSRequest& request, clDNSRequest& client)
+{
+    if (!client.OutOfWork && m_host.wants(0))
+        m_host.AddLine(0, "Work limit reached for " + RTypeN(client.QType) + "-record for " + client.QName + " (" +
+                              std::to_string(client.SubRequests) + " sub-requests, " +
+                              std::to_string(client.QueriesSent) + " queries sent)");
+    client.OutOfWork = true;
+    giveUp(request);
+}
+
+// Too many requests wait already: the client gets a server failure at once, counted for the
+// tick's log line.
+void DnsService::refuse(clDNSRequest& request)
+{
+    ++m_refused;
     ++ReplyCount;
     request.RCode = 2;
     SendAnswer(request);

@@ -114,6 +114,12 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 
 void DnsService::ProcAns(const Endpoint& from, std::string_view message)
 {
+    takeAnswer(from, message);
+    runSteps();
+}
+
+void DnsService::takeAnswer(const Endpoint& from, std::string_view message)
+{
     if (message.size() < 12) return;
     const int32_t id = shortAt(message, 0);
     if (m_otherAnswers && m_otherAnswers(id, message)) return;
@@ -198,11 +204,18 @@ void DnsService::ProcAns(const Endpoint& from, std::string_view message)
 
 clDNSRequest* DnsService::findWaiting(int32_t id, std::string_view name, int type)
 {
-    for (auto& request : PendingRequests)
-        if (request.State == clDNSRequest::kWaiting && request.CurOutID == id && request.QType == type &&
-            request.CurName == name)
-            return &request;
-    return nullptr;
+    const auto entry = m_byOutID.find(id);
+    if (entry == m_byOutID.end()) return nullptr;
+    clDNSRequest& request = *entry->second;
+    const bool matches = request.State == clDNSRequest::kWaiting && request.CurOutID == id &&
+                         request.QType == type && request.CurName == name;
+    return matches ? &request : nullptr;
+}
+
+void DnsService::forgetOutID(const clDNSRequest& request)
+{
+    const auto entry = m_byOutID.find(request.CurOutID);
+    if (entry != m_byOutID.end() && entry->second == &request) m_byOutID.erase(entry);
 }
 
 // The server that gave an answer of no use leaves the list, and the next one is asked.

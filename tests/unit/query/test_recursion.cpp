@@ -1,5 +1,6 @@
 // Resolution through other servers: forwarders that fail or answer, referrals from the root down,
-// sub-requests for name servers without glue, SPOOFSECURE and the outgoing identifiers.
+// sub-requests for name servers without glue, SPOOFSECURE, the outgoing identifiers and the cap on
+// waiting requests.
 #include "query/dns_service.h"
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
@@ -265,17 +266,42 @@ TEST(Recursion, SpoofSecureKeepsOnlyRecordsOfTheAskedServersZone)
     EXPECT_EQ(trusting.store.records("bank.other.").size(), 1u);
 }
 
-TEST(Recursion, SubRequestsStopAtTheirDepthLimit)
+TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
 {
-    // The zone's only server lies inside the zone and no glue is known: each sub-request for its
-    // address needs another one, until the tenth level gives up and the client gets a failure.
-    Resolver r({}, kRootHints + "loop.test. 3600 IN NS ns.loop.test.\n");
-    r.ask("www.loop.test.");
-    EXPECT_TRUE(r.host.queries.empty());
+    Resolver r(forwarding({"127.0.0.2"}));
+    r.addZone("home.lan.", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\nnas IN A 192.168.1.20\n");
+    r.host.maxLevel = 0;
+    for (size_t i = 0; i < kMaxPending; ++i) r.ask("n" + std::to_string(i) + ".example.org.");
+    EXPECT_EQ(r.dns.PendingRequests.size(), kMaxPending);
+    EXPECT_TRUE(r.host.replies.empty());
+
+    // Beyond the cap a question that would have to wait gets a server failure at once.
+    r.ask("late1.example.org.");
+    r.ask("late2.example.org.", 15);
+    ASSERT_EQ(r.host.replies.size(), 2u);
     EXPECT_EQ(r.reply().rcode, 2);
-    EXPECT_EQ(r.dns.PendingRequests.size(), 11u); // the client's request and ten sub-requests, all finished
+    EXPECT_EQ(r.reply().qname, "late2.example.org.");
+    EXPECT_EQ(r.host.queries.size(), kMaxPending);
+    EXPECT_EQ(r.dns.PendingRequests.size(), kMaxPending);
+    EXPECT_EQ(r.dns.ReplyCount, 2u);
+    EXPECT_TRUE(r.host.dailyLogs.empty()); // no server was asked, so none failed
+    // Local data is never refused.
+    r.ask("nas.home.lan.");
+    EXPECT_EQ(r.reply().section(2), Lines{"nas.home.lan. A 192.168.1.20"});
+
+    // The refusals are logged once, on the next tick, with their count.
+    auto refusalLines = [&] {
+        Lines out;
+        for (const auto& line : r.host.lines)
+            if (line.starts_with(kPendingFullText)) out.push_back(line);
+        return out;
+    };
+    r.host.lines.clear();
     r.tickAt(1);
-    EXPECT_TRUE(r.dns.PendingRequests.empty());
+    EXPECT_EQ(refusalLines(), Lines{kPendingFullText + std::string("2")});
+    r.host.lines.clear();
+    r.tickAt(2);
+    EXPECT_TRUE(refusalLines().empty());
 }
 
 TEST(Recursion, QueryIdentifiersWrapToOne)

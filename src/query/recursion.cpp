@@ -70,6 +70,7 @@ bool beingResolved(const clDNSRequest& request, const std::string& name)
 
 void DnsService::runSteps()
 {
+    if (m_steps.empty()) return; // the common case: answered from local data
     // A step left behind by an exception would point at a request that a later tick may remove.
     struct ClearOnExit {
         std::deque<Step>& steps;

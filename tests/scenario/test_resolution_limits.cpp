@@ -51,11 +51,16 @@ struct Case {
     bool workLimitLine; // the work limit, not the list of servers, ended it
 };
 
-Graph gluelessInZone(int servers)
+// A zone whose servers ns1..nsN lie inside it: without glue, or with glue at 127.0.1.x where
+// nothing answers.
+Graph serversInZone(const std::string& zone, int servers, bool glue)
 {
     Delegation d;
-    for (int i = 1; i <= servers; ++i) d.servers.push_back("ns" + std::to_string(i) + ".evil.test.");
-    return {{"evil.test.", d}};
+    for (int i = 1; i <= servers; ++i) {
+        d.servers.push_back("ns" + std::to_string(i) + "." + zone);
+        if (glue) d.glue.push_back("127.0.1." + std::to_string(i));
+    }
+    return {{zone, d}};
 }
 
 Graph chainOfDelegations(int links)
@@ -66,31 +71,21 @@ Graph chainOfDelegations(int links)
     return graph;
 }
 
-Graph silentServers(int servers)
-{
-    Delegation d;
-    for (int i = 1; i <= servers; ++i) {
-        d.servers.push_back("ns" + std::to_string(i) + ".silent.test.");
-        d.glue.push_back("127.0.1." + std::to_string(i));
-    }
-    return {{"silent.test.", d}};
-}
-
 } // namespace
 
 TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
 {
     const std::vector<Case> cases{
         // Every server's name lies in the zone, without glue: each sub-request needs the others.
-        {"3 glueless servers", gluelessInZone(3), "www.evil.test.", 1, false},
-        {"13 glueless servers", gluelessInZone(13), "www.evil.test.", 1, true},
+        {"3 glueless servers", serversInZone("evil.test.", 3, false), "www.evil.test.", 1, false},
+        {"13 glueless servers", serversInZone("evil.test.", 13, false), "www.evil.test.", 1, true},
         // a.test.'s server lies in b.test., whose server lies in a.test.
         {"two zones in each other", {{"a.test.", {{"ns.b.test."}, {}}}, {"b.test.", {{"ns.a.test."}, {}}}},
          "www.a.test.", 2, false},
         // Each zone's server lies in the next zone: sub-requests nest until their depth limit.
         {"20 delegations in a chain", chainOfDelegations(20), "www.d0.test.", 11, false},
         // 13 servers that never answer would take 65 queries.
-        {"13 silent servers", silentServers(13), "www.silent.test.", 64, true},
+        {"13 silent servers", serversInZone("silent.test.", 13, true), "www.silent.test.", 64, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

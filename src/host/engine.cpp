@@ -27,11 +27,19 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder, [this](int level, const std::string& text) { AddLine(level, text); }),
-      m_dns(*this, clock, m_store)
+      m_dns(*this, clock, m_store), m_notifications(*this, m_store, m_dns, *this),
+      m_zoneTransfers(network, clock, *this, m_store, m_dns, m_flood),
+      m_reloadPort(*this, m_store, m_notifications, *this, [this] { return m_serverRunning; })
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
     m_log.setLineSink([this](const std::string& line) { m_events.onLogLine(line); });
+    m_store.setZoneNotify([this](const clZone& zone) {
+        guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
+    });
+    m_dns.setNotifyHandler([this](const Endpoint& from, std::string_view message) {
+        guarded("modDNS ProcNotify", [&] { m_notifications.ProcNotify(from, message); });
+    });
     // Routines below the engine (codec, parsers) report their own failures through this hook.
     m_previousErrorHandler = setErrorHandler([this](const std::string& label, const std::string& what) {
         ErrorReport(label, "", PendingError{0, what});
@@ -61,6 +69,7 @@ void Engine::Main()
         AddLine(0, "Loading IP address blocks...");
         m_flood.LoadBlocks(m_options.programFolder / kBlocksFileName);
         AddLine(0, "Loading DHCP Leases...");
+        bindReloadPort();
         m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
         saveSettings(); // the file always holds every setting in its current form after a start
@@ -78,7 +87,7 @@ void Engine::loadSettings()
 void Engine::saveSettings()
 {
     guarded("modMain SaveINI", [&] {
-        if (!SaveINI(m_options.programFolder, m_settings, 0))
+        if (!SaveINI(m_options.programFolder, m_settings, reloadPort()))
             throw std::system_error(errno, std::generic_category(), "Cannot write quorvane.ini");
     });
 }
@@ -130,8 +139,11 @@ void Engine::close(CloseReason reason)
     saveBlocks();
     guarded("frmMain Unload", [&] {
         closeDns();
+        m_zoneTransfers.closeAll();
         m_network.close(m_WSDNS2);
+        m_network.close(m_WSReload);
         m_WSDNS2 = kNoSocket;
+        m_WSReload = kNoSocket;
         m_log.closeFile();
     });
     m_events.onClosed();
@@ -203,12 +215,34 @@ void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view 
 {
     if (socket == m_WSDNS) guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
     else if (socket == m_WSDNS2) guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
+    else if (socket == m_WSReload) guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
 }
 
-void Engine::onTcpAccepted(SocketId, SocketId connection, const Endpoint&)
+void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from)
 {
-    // Zone transfers are not offered yet: the connection is closed at once.
-    guarded("frmMain WSZT", [&] { m_network.close(connection); });
+    if (listener != m_WSZT) return m_network.close(connection);
+    guarded("ctlZT Accept", [&] { m_zoneTransfers.connectionRequest(connection, from, m_serverRunning); });
+}
+
+void Engine::onTcpData(SocketId connection, std::string_view data)
+{
+    guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
+}
+
+void Engine::onTcpDrained(SocketId connection)
+{
+    guarded("ctlZT ProcReq", [&] { m_zoneTransfers.drained(connection); });
+}
+
+void Engine::onTcpClosed(SocketId connection)
+{
+    guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
+}
+
+// Secondary zones are not kept yet: a zone that asks to be polled is only noted.
+void Engine::Que(const std::string& zone)
+{
+    AddLine(0, "Zone " + zone + " would now be checked with its primary");
 }
 
 } // namespace quorvane

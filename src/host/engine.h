@@ -9,6 +9,10 @@
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
+#include "replication/notify.h"
+#include "replication/reload_port.h"
+#include "replication/zone_queue.h"
+#include "replication/zone_transfer.h"
 #include "store/record_store.h"
 #include "net/clock.h"
 #include "net/error_hook.h"
@@ -36,7 +40,7 @@ struct EngineOptions {
     bool activeLogOpen = false; // the log window is open (headless: lines go to standard output)
 };
 
-class Engine : private NetworkEvents, private QueryHost {
+class Engine : private NetworkEvents, private QueryHost, private ZoneQueue {
 public:
     static constexpr uint16_t kDnsPort = 53;
 
@@ -68,6 +72,9 @@ public:
     const FloodGuard& floodGuard() const { return m_flood; }
     DnsService& dns() { return m_dns; }
     RecordStore& store() { return m_store; }
+    const ZoneTransferServer& zoneTransfers() const { return m_zoneTransfers; }
+    // The port of the reload socket (0 when it could not be bound).
+    uint16_t reloadPort() const { return m_network.localPort(m_WSReload); }
 
 private:
     // Runs work, turning any exception that escapes it into an error report under label.
@@ -79,6 +86,7 @@ private:
     void StartServices();
     bool bindDns();
     void bindQuerySocket();
+    void bindReloadPort();
     void closeDns();
     void mnuStartStop();
     void writeSupportFileCommand();
@@ -95,6 +103,10 @@ private:
 
     void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) override;
     void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) override;
+    void onTcpData(SocketId connection, std::string_view data) override;
+    void onTcpDrained(SocketId connection) override;
+    void onTcpClosed(SocketId connection) override;
+    void Que(const std::string& zone) override;
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
@@ -116,9 +128,13 @@ private:
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
     SocketId m_WSDNS2 = kNoSocket; // queries to other servers; bound once, kept while paused
+    SocketId m_WSReload = kNoSocket; // commands from local tools; bound at start, kept while paused
     FloodGuard m_flood;
     RecordStore m_store;
     DnsService m_dns;
+    ZoneNotifications m_notifications;
+    ZoneTransferServer m_zoneTransfers;
+    ReloadPort m_reloadPort;
     DateTime m_lastNewZoneScan = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last
     int m_trayState = 0;

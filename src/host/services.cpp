@@ -54,6 +54,14 @@ void Engine::bindQuerySocket()
     if (m_WSDNS2 == kNoSocket) AddLine(0, "Binding the socket for queries to other DNS servers failed!");
 }
 
+// The reload socket: this machine only, a port the system picks, published in quorvane.ini.
+void Engine::bindReloadPort()
+{
+    if (m_WSReload != kNoSocket) return;
+    m_WSReload = m_network.bindUdp("127.0.0.1", 0);
+    if (m_WSReload == kNoSocket) AddLine(0, "Binding the reload port failed!");
+}
+
 void Engine::closeDns()
 {
     m_network.close(m_WSDNS);

@@ -1,6 +1,5 @@
 // UDP: one readiness wait, then the socket is drained without blocking, many datagrams per system
-// call (recvmmsg), and the replies sent meanwhile leave together (sendmmsg). TCP: accept and hand
-// over.
+// call (recvmmsg), and the replies sent meanwhile leave together (sendmmsg). TCP is in asio_tcp.cpp.
 #include "net/asio_network.h"
 
 #include "net/asio_impl.h"
@@ -20,7 +19,7 @@ constexpr size_t kBatch = 32;            // datagrams per system call
 constexpr size_t kMaxDatagram = 4096;    // larger datagrams are no DNS or DHCP request: dropped
 constexpr int kBatchesPerWake = 4;       // leave room for timers and other sockets under load
 
-std::optional<asio::ip::address_v4> parseAddress(const std::string& text)
+std::optional<asio::ip::address_v4> bindAddress(const std::string& text)
 {
     if (text.empty()) return asio::ip::address_v4::any();
     std::error_code ec;
@@ -55,22 +54,12 @@ struct AsioNetwork::Udp {
     size_t outCount = 0;
 };
 
-struct AsioNetwork::Listener {
-    explicit Listener(asio::io_context& io) : acceptor(io) {}
-    asio::ip::tcp::acceptor acceptor;
-};
-
-struct AsioNetwork::Connection {
-    explicit Connection(asio::ip::tcp::socket s) : socket(std::move(s)) {}
-    asio::ip::tcp::socket socket;
-};
-
 AsioNetwork::AsioNetwork(AsioLoop& loop) : m_loop(loop) {}
 AsioNetwork::~AsioNetwork() = default;
 
 SocketId AsioNetwork::bindUdp(const std::string& address, uint16_t port)
 {
-    const auto ip = parseAddress(address);
+    const auto ip = bindAddress(address);
     if (!ip) return kNoSocket;
     auto udp = std::make_unique<Udp>(m_loop.impl().io);
     std::error_code ec;
@@ -144,40 +133,6 @@ void AsioNetwork::flushSends(Udp& udp)
     udp.outCount = 0;
 }
 
-SocketId AsioNetwork::listenTcp(const std::string& address, uint16_t port)
-{
-    const auto ip = parseAddress(address);
-    if (!ip) return kNoSocket;
-    auto listener = std::make_unique<Listener>(m_loop.impl().io);
-    std::error_code ec;
-    auto& acceptor = listener->acceptor;
-    acceptor.open(asio::ip::tcp::v4(), ec);
-    if (!ec) acceptor.set_option(asio::socket_base::reuse_address(true), ec);
-    if (!ec) acceptor.bind({*ip, port}, ec);
-    if (!ec) acceptor.listen(asio::socket_base::max_listen_connections, ec);
-    if (ec) return kNoSocket;
-    const SocketId id = m_nextId++;
-    armAccept(id, *listener);
-    m_listeners.emplace(id, std::move(listener));
-    return id;
-}
-
-void AsioNetwork::armAccept(SocketId id, Listener& listener)
-{
-    listener.acceptor.async_accept([this, id, &listener](std::error_code ec, asio::ip::tcp::socket socket) {
-        if (ec == asio::error::operation_aborted) return;
-        if (!ec) {
-            std::error_code peerError;
-            const auto peer = socket.remote_endpoint(peerError);
-            const SocketId connection = m_nextId++;
-            m_connections.emplace(connection, std::make_unique<Connection>(std::move(socket)));
-            const Endpoint from{peerError ? 0 : peer.address().to_v4().to_uint(), peer.port()};
-            if (m_events) m_events->onTcpAccepted(id, connection, from);
-        }
-        if (m_listeners.count(id) != 0) armAccept(id, listener);
-    });
-}
-
 void AsioNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view data)
 {
     const auto it = m_udp.find(socket);
@@ -202,9 +157,7 @@ uint16_t AsioNetwork::localPort(SocketId socket) const
 {
     std::error_code ec;
     if (const auto it = m_udp.find(socket); it != m_udp.end()) return it->second->socket.local_endpoint(ec).port();
-    if (const auto it = m_listeners.find(socket); it != m_listeners.end())
-        return it->second->acceptor.local_endpoint(ec).port();
-    return 0;
+    return localTcpPort(socket);
 }
 
 void AsioNetwork::close(SocketId socket)
@@ -212,8 +165,7 @@ void AsioNetwork::close(SocketId socket)
     // Erasing destroys the Asio object, which cancels its pending wait; the handler then sees
     // operation_aborted and touches nothing.
     m_udp.erase(socket);
-    m_listeners.erase(socket);
-    m_connections.erase(socket);
+    closeTcp(socket);
 }
 
 std::vector<std::string> AsioNetwork::localAddresses() const

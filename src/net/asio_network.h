@@ -4,6 +4,8 @@
 #include "net/asio_loop.h"
 #include "net/network.h"
 
+#include "net/bytes.h"
+
 #include <map>
 #include <memory>
 
@@ -18,6 +20,7 @@ public:
     SocketId bindUdp(const std::string& address, uint16_t port) override;
     SocketId listenTcp(const std::string& address, uint16_t port) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
+    void sendTcp(SocketId connection, std::string_view data) override;
     uint16_t localPort(SocketId socket) const override;
     void close(SocketId socket) override;
     std::vector<std::string> localAddresses() const override;
@@ -29,14 +32,24 @@ private:
     void armRead(SocketId id, Udp& udp);
     void drainDatagrams(SocketId id, Udp& udp);
     void flushSends(Udp& udp);
-    void armAccept(SocketId id, Listener& listener);
+    void armAccept(SocketId id, const std::shared_ptr<Listener>& listener);
+    void armConnectionRead(SocketId id, const std::shared_ptr<Connection>& connection);
+    void readConnection(SocketId id, Connection& connection);
+    void flushConnection(SocketId id, const std::shared_ptr<Connection>& connection);
+    // The connection is dropped; the user hears of it when the peer or the system ended it.
+    void dropConnection(SocketId id, bool tellUser);
+    bool isCurrent(SocketId id, const Connection* connection) const;
+    uint16_t localTcpPort(SocketId socket) const;
+    void closeTcp(SocketId socket);
 
     AsioLoop& m_loop;
     NetworkEvents* m_events = nullptr;
     SocketId m_nextId = 1;
     std::map<SocketId, std::unique_ptr<Udp>> m_udp;
-    std::map<SocketId, std::unique_ptr<Listener>> m_listeners;
-    std::map<SocketId, std::unique_ptr<Connection>> m_connections;
+    // Shared with the handlers of their pending waits, which may run after the socket was closed.
+    std::map<SocketId, std::shared_ptr<Listener>> m_listeners;
+    std::map<SocketId, std::shared_ptr<Connection>> m_connections;
+    Bytes m_readBuffer; // one buffer for every connection's reads: handlers run one at a time
 };
 
 } // namespace quorvane

@@ -1,10 +1,12 @@
-// The engine's only door to sockets: UDP datagrams and listening TCP sockets, by handle.
+// The engine's only door to sockets: UDP datagrams, listening TCP sockets and their connections,
+// by handle.
 // No Asio here: the production version is AsioNetwork (asio_network.h); tests use a fake.
 #pragma once
 
 #include "net/bytes.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +25,8 @@ struct Endpoint {
 
 // Dotted-decimal text of an address in host byte order ("192.168.0.1").
 std::string addressText(uint32_t address);
+// The address of strict dotted-decimal text: four numbers 0-255, nothing else.
+std::optional<uint32_t> addressFromText(std::string_view text);
 
 // What the network tells its user. Calls arrive on the loop's thread, one at a time.
 class NetworkEvents {
@@ -31,6 +35,13 @@ public:
     virtual void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) = 0;
     // A connection came in on a listening socket; the new connection has its own id.
     virtual void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) = 0;
+    // Bytes arrived on a connection, as the system delivered them (no message boundaries).
+    virtual void onTcpData(SocketId connection, std::string_view data) = 0;
+    // Everything queued with sendTcp has gone to the system: a sender of much data may queue more.
+    // Never called from inside sendTcp.
+    virtual void onTcpDrained(SocketId connection) = 0;
+    // The peer closed the connection or it failed; the id is gone and must not be closed again.
+    virtual void onTcpClosed(SocketId connection) = 0;
 };
 
 class Network {
@@ -44,6 +55,9 @@ public:
     virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
     // Sends one datagram from a bound UDP socket. Send errors are ignored.
     virtual void sendTo(SocketId socket, const Endpoint& to, std::string_view data) = 0;
+    // Queues bytes on a connection. Everything queued while one event is handled leaves in one
+    // system call where the system takes it; the rest follows as the peer reads.
+    virtual void sendTcp(SocketId connection, std::string_view data) = 0;
     // The local port a socket is bound to (0 for an unknown socket).
     virtual uint16_t localPort(SocketId socket) const = 0;
     // Closes any socket or connection; unknown ids are ignored.

@@ -55,6 +55,12 @@ public:
     // by identifier; the handler gives whether it took the answer.
     using AnswerHandler = std::function<bool(int32_t id, std::string_view message)>;
     void setOtherAnswers(AnswerHandler handler) { m_otherAnswers = std::move(handler); }
+    // Zone change notifications (opcode 4) are handed on here, after they were counted.
+    using NotifyHandler = std::function<void(const Endpoint& from, std::string_view message)>;
+    void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
+    // Counts one request in RequestCount and in the current second's slot; the zone-transfer
+    // server counts its requests here too.
+    void countRequest();
     // Forgets every request still being answered (pausing the server); their clients get no answer.
     void clearPending()
     {
@@ -126,7 +132,6 @@ private:
     const std::vector<size_t>& RoundRobin(clDNSRequest& request, Section section);
     void writeSection(clDNSRequest& request, Section section);
     void logRecord(Section section, const clDNSRecord& record);
-    void countRequest();
     void notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,
                         const std::string& subject);
 
@@ -138,6 +143,7 @@ private:
     Bytes m_reply;          // the reply being built, reused likewise
     Bytes m_query;          // the query to another server being built
     AnswerHandler m_otherAnswers;
+    NotifyHandler m_notify;
     std::vector<size_t> m_order;
     std::deque<Step> m_steps;
     // The request that sent each outgoing identifier, so that an answer finds it without a walk of

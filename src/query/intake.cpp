@@ -49,7 +49,10 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
         return;
     }
     const auto opcode = static_cast<int>((byteAt(message, 2) & 120) / 8);
-    if (opcode == kOpcodeNotify) return; // zone change notifications are not handled yet
+    if (opcode == kOpcodeNotify) {
+        if (m_notify) m_notify(from, message);
+        return;
+    }
     if (opcode != kOpcodeQuery) {
         const std::string subject = OpCodeN(opcode);
         if (logging) m_host.AddLine(0, subject + " from " + ip);

@@ -1,6 +1,7 @@
 // Answer building, part two: the reply message, its log lines, and the rotation of records of one
 // name and type from answer to answer.
 #include "query/dns_service.h"
+#include "query/record_wire.h"
 
 #include "store/record_data.h"
 #include "wire/addresses.h"
@@ -22,42 +23,6 @@ const char* sectionName(Section section)
     case kAdditional: return "Additional";
     }
     return "";
-}
-
-void putShort(Bytes& out, size_t value)
-{
-    out += static_cast<char>(value >> 8 & 0xFF);
-    out += static_cast<char>(value & 0xFF);
-}
-
-void patchShort(Bytes& out, size_t at, size_t value)
-{
-    out[at] = static_cast<char>(value >> 8 & 0xFF);
-    out[at + 1] = static_cast<char>(value & 0xFF);
-}
-
-// The record's data on the wire, names compressed against the message written so far.
-void appendRdata(Bytes& out, const clDNSRecord& record)
-{
-    switch (record.RecType) {
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::PTR: out += ZipName(record.Data, out); break;
-    case rtype::MX:
-        putShort(out, static_cast<uint16_t>(record.Pref));
-        out += ZipName(record.Data, out);
-        break;
-    case rtype::SOA: {
-        const auto primaryEnd = record.Data.find('\0');
-        const auto mailboxEnd = record.Data.find('\0', primaryEnd + 1);
-        if (primaryEnd == Bytes::npos || mailboxEnd == Bytes::npos) break; // malformed: empty data
-        out += ZipName(std::string_view(record.Data).substr(0, primaryEnd), out);
-        out += ZipName(std::string_view(record.Data).substr(primaryEnd + 1, mailboxEnd - primaryEnd - 1), out);
-        out.append(record.Data, mailboxEnd + 1);
-        break;
-    }
-    default: out += record.Data; break; // A, TXT (held in wire form) and types learned as received
-    }
 }
 
 } // namespace
@@ -105,16 +70,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
     const std::vector<size_t>& order = RoundRobin(request, section);
     for (size_t i = 0; i < order.size() && i < kMaxSectionRecords; ++i) {
         const clDNSRecord& record = records[order[i]];
-        Bytes& out = m_reply;
-        out += ZipName(record.Name, out);
-        putShort(out, static_cast<uint16_t>(record.RecType));
-        putShort(out, 1);
-        const int32_t ttl = std::max(record.TTL(now), 0);
-        out += MakeLong(ttl);
-        const size_t lengthAt = out.size();
-        putShort(out, 0);
-        appendRdata(out, record);
-        patchShort(out, lengthAt, out.size() - lengthAt - 2);
+        appendRecord(m_reply, record, std::max(record.TTL(now), 0));
         if (detail) logRecord(section, record);
     }
 }

@@ -6,7 +6,7 @@ namespace quorvane::test {
 
 SocketId FakeNetwork::bind(bool tcp, const std::string& address, uint16_t port)
 {
-    if (throwOnBind) throw std::runtime_error("socket table corrupted");
+    if (throwOnBind && port != 0) throw std::runtime_error("socket table corrupted");
     if (m_taken.count(port) != 0 || findOpen(tcp, port) != kNoSocket) return kNoSocket;
     if (!address.empty() && address != "127.0.0.1") {
         bool known = false;
@@ -21,6 +21,26 @@ SocketId FakeNetwork::bind(bool tcp, const std::string& address, uint16_t port)
 void FakeNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view data)
 {
     if (isOpen(socket)) sent.push_back({socket, to, Bytes(data)});
+}
+
+void FakeNetwork::sendTcp(SocketId connection, std::string_view data)
+{
+    if (isOpen(connection)) tcpSent[connection] += data;
+}
+
+void FakeNetwork::deliverTcp(SocketId connection, std::string_view data)
+{
+    if (m_events && isOpen(connection)) m_events->onTcpData(connection, data);
+}
+
+void FakeNetwork::drain(SocketId connection)
+{
+    if (m_events && isOpen(connection)) m_events->onTcpDrained(connection);
+}
+
+void FakeNetwork::peerClose(SocketId connection)
+{
+    if (m_open.erase(connection) != 0 && m_events) m_events->onTcpClosed(connection);
 }
 
 uint16_t FakeNetwork::localPort(SocketId socket) const

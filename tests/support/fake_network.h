@@ -26,6 +26,7 @@ public:
     SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
     SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
+    void sendTcp(SocketId connection, std::string_view data) override;
     uint16_t localPort(SocketId socket) const override;
     void close(SocketId socket) override { m_open.erase(socket); }
     std::vector<std::string> localAddresses() const override { return addresses; }
@@ -41,11 +42,16 @@ public:
     // Simulates a client connecting to a listener; returns the connection's id.
     SocketId connect(SocketId listener, const Endpoint& from);
     bool isOpen(SocketId socket) const { return m_open.count(socket) != 0; }
+    // Bytes arriving on a connection; the peer reading all that was sent; the peer closing.
+    void deliverTcp(SocketId connection, std::string_view data);
+    void drain(SocketId connection);
+    void peerClose(SocketId connection);
 
     std::vector<std::string> addresses{"192.168.1.10"};
-    // Makes bindUdp throw, to exercise the callers' error guards.
+    // Makes binds of a fixed port throw, to exercise the callers' error guards.
     bool throwOnBind = false;
     std::vector<Sent> sent;
+    std::map<SocketId, Bytes> tcpSent; // everything sent on each connection, in order
 
 private:
     SocketId bind(bool tcp, const std::string& address, uint16_t port);

@@ -1,0 +1,87 @@
+#include "replication/notify.h"
+
+#include "query/message_bytes.h"
+#include "query/record_wire.h"
+#include "wire/names.h"
+#include "wire/numbers.h"
+
+namespace quorvane {
+
+namespace {
+
+constexpr int kTypeSOA = 6;
+constexpr int kClassIN = 1;
+constexpr uint16_t kDnsPort = 53;
+
+} // namespace
+
+void ZoneNotifications::ZoneNotify(const clZone& zone)
+{
+    for (const std::string& address : zone.Slaves) {
+        m_host.AddLine(0, "Sending Zone Update Notification to " + address + " about " + zone.Name);
+        Bytes message;
+        putShort(message, static_cast<size_t>(m_dns.NextQueryID.next()));
+        message += '\x24'; // opcode 4 (NOTIFY), AA
+        message += '\0';
+        putShort(message, 1);
+        message.append(6, '\0');
+        message += ZipName(zone.Name, message);
+        putShort(message, kTypeSOA);
+        putShort(message, kClassIN);
+        const auto to = addressFromText(address);
+        if (!to) {
+            m_host.AddLine(0, "Zone Notify WS Error: " + address + " is not an IPv4 address");
+            continue;
+        }
+        m_host.sendDns2({*to, kDnsPort}, message);
+        m_host.DoTray(1);
+    }
+}
+
+void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view message)
+{
+    const std::string sender = addressText(from.address);
+    std::string_view rest = message.substr(12);
+    const std::string name = ExtractName(message, rest, true);
+    if (rest.size() < 4) {
+        m_host.AddLine(0, "Incomplete DNS Request from " + sender);
+        return;
+    }
+    const int type = ExtractShort(rest, true);
+    const int dnsClass = ExtractShort(rest, true);
+    if (type != kTypeSOA || dnsClass != kClassIN) {
+        ++m_dns.ReplyCount;
+        m_host.AddLine(0, "Unknown Notification type from " + sender);
+        m_host.AddLine(0, "Sending answer to " + sender + " about Unknown Notification type.");
+        m_host.AddLine(0, "-> Header: Not implemented.");
+        return reply(from, message, 4);
+    }
+    m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name);
+    const clZone* zone = m_store.findZone(name);
+    if (zone != nullptr && zone->PrimaryIP == sender) {
+        m_host.AddLine(0, "Sending Notification Acknowledgement to " + sender);
+        // The request as received with QR set: its response code and question stay as they were.
+        Bytes ack(message);
+        ack[2] = static_cast<char>(byteAt(message, 2) | 0x80);
+        m_host.sendDns(from, ack);
+        m_host.DoTray(1);
+        m_queue.Que(name);
+        return;
+    }
+    ++m_dns.ReplyCount;
+    m_host.AddLine(0, "Sending answer to " + sender + " about Zone Update Notification for " + name);
+    m_host.AddLine(0, "-> Header: Server Failure (" + sender + " not recognized as primary).");
+    reply(from, message, 2);
+}
+
+// The request echoed with QR set and the response code alone in the fourth byte.
+void ZoneNotifications::reply(const Endpoint& to, std::string_view request, int rcode)
+{
+    Bytes out(request);
+    out[2] = static_cast<char>(byteAt(request, 2) | 0x80);
+    out[3] = static_cast<char>(rcode);
+    m_host.sendDns(to, out);
+    m_host.DoTray(1);
+}
+
+} // namespace quorvane

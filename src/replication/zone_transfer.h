@@ -1,0 +1,98 @@
+// The zone-transfer service on TCP port 53: one ctlZT per connection in the pool TCPcon. It frames
+// messages with their 2-byte length, answers SOA queries for our zones and sends whole zones
+// (AXFR) to their secondaries, refuses everything else, and closes a connection after 10 idle
+// seconds. A large transfer goes out in slices as the peer takes them, so it never holds the loop.
+#pragma once
+
+#include "net/clock.h"
+#include "net/network.h"
+#include "query/dns_service.h"
+#include "query/flood_guard.h"
+#include "query/query_host.h"
+#include "store/record_store.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorvane {
+
+// One TCP connection of the service. An element is Free (Busy false) or Serving; elements are
+// reused, never removed.
+class ctlZT {
+public:
+    bool Busy = false;
+    Bytes buffer;           // received and not yet taken as whole messages
+    int16_t idleTicks = 0;  // seconds without data in or transfer data out
+    std::string remote;     // the peer's dotted address, for the log
+    SocketId Winsock = kNoSocket;
+
+    // A zone being sent: how the zone looked when the transfer began, and how far it got.
+    struct Transfer {
+        std::string zone;
+        RecordKey firstKey = 0;
+        size_t count = 0;
+        size_t next = 1;  // the record that the next slice starts with
+        Bytes prefix;     // header and question, the same for every message of the transfer
+        Bytes first;      // the first message (the SOA), framed; it also ends the transfer
+    };
+    std::optional<Transfer> transfer;
+};
+
+class ZoneTransferServer {
+public:
+    // Connections served at once. One descriptor each; Debian's default limit is 1024 descriptors
+    // per process, of which the server otherwise uses a few dozen (sockets, log and data files),
+    // so 256 leaves ample room while a small network needs a handful.
+    static constexpr size_t kMaxConnections = 256;
+    // Idle seconds after which a connection is closed.
+    static constexpr int kIdleSeconds = 10;
+
+    ZoneTransferServer(Network& network, Clock& clock, QueryHost& host, const RecordStore& store, DnsService& dns,
+                       const FloodGuard& flood);
+    ~ZoneTransferServer();
+    ZoneTransferServer(const ZoneTransferServer&) = delete;
+    ZoneTransferServer& operator=(const ZoneTransferServer&) = delete;
+
+    // A connection accepted on WSZT; running is the server's state.
+    void connectionRequest(SocketId connection, const Endpoint& from, bool running);
+    void DataArrival(SocketId connection, std::string_view data);
+    // The connection took all we queued: a transfer goes on with its next slice.
+    void drained(SocketId connection);
+    // The peer closed the connection (or it failed).
+    void peerClosed(SocketId connection);
+    // Every connection is closed (the program ends).
+    void closeAll();
+
+    const std::vector<std::unique_ptr<ctlZT>>& TCPcon() const { return m_TCPcon; }
+
+private:
+    ctlZT* find(SocketId connection);
+    void Accept(ctlZT& element, SocketId connection, const Endpoint& from);
+    void takeMessages(ctlZT& element);
+    void ProcReq(ctlZT& element, std::string_view message);
+    void sendError(ctlZT& element, std::string_view request, int rcode);
+    void sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request);
+    void startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request);
+    void sendSlice(ctlZT& element);
+    void frameRecord(const Bytes& prefix, const clDNSRecord& record, DateTime now);
+    void send(ctlZT& element, std::string_view framed);
+    void Timer1();
+    void release(ctlZT& element);
+
+    Network& m_network;
+    Clock& m_clock;
+    QueryHost& m_host;
+    const RecordStore& m_store;
+    DnsService& m_dns;
+    const FloodGuard& m_flood;
+    TimerId m_timer = 0;
+    std::vector<std::unique_ptr<ctlZT>> m_TCPcon;
+    Bytes m_message; // the message being built, reused
+    Bytes m_out;     // framed messages gathered for one send
+    DateTime m_lastFullLine = 0; // when the last "too many connections" line was written
+};
+
+} // namespace quorvane

@@ -202,7 +202,7 @@ void ZoneTransferServer::startTransfer(ctlZT& element, const clZone& zone, const
                                        std::string_view request)
 {
     m_host.AddLine(0, "Sending Zone Transfer to " + element.remote + " for " + zone.Name);
-    ctlZT::Transfer& transfer = element.transfer.emplace();
+    ZoneTransferProgress& transfer = element.transfer.emplace();
     transfer.zone = zone.Name;
     transfer.firstKey = zone.Records.front();
     transfer.count = zone.Records.size();
@@ -218,7 +218,7 @@ void ZoneTransferServer::startTransfer(ctlZT& element, const clZone& zone, const
 // the secondary asks again.
 void ZoneTransferServer::sendSlice(ctlZT& element)
 {
-    ctlZT::Transfer& transfer = *element.transfer;
+    ZoneTransferProgress& transfer = *element.transfer;
     const clZone* zone = m_store.findZone(transfer.zone);
     if (zone == nullptr || zone->Records.size() != transfer.count || zone->Records.front() != transfer.firstKey) {
         m_host.AddLine(0, "Zone Transfer to " + element.remote + " for " + transfer.zone +

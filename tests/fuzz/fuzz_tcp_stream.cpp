@@ -1,0 +1,97 @@
+// Feeds an arbitrary byte stream, cut into arbitrary segments, to one connection of the
+// zone-transfer service, as the peer's data would arrive. Each segment is a length byte (0 stands
+// for 256) followed by that many bytes of the stream; after each, the peer is taken to have read
+// everything, so transfers go on. The zone served allows transfers to anyone, so SOA answers,
+// transfers and refusals are all reached. Any crash, sanitizer report or hang is a finding.
+#include "query/dns_service.h"
+#include "query/flood_guard.h"
+#include "replication/zone_transfer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using namespace quorvane;
+
+class StillClock : public Clock {
+public:
+    DateTime now() const override { return 20000.5; }
+    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
+    void stopTimer(TimerId) override {}
+};
+
+class QuietHost : public QueryHost {
+public:
+    bool wants(int) const override { return true; } // every log line is built, to reach its code
+    void AddLine(int, const std::string&) override {}
+    void sendDns(const Endpoint&, std::string_view) override {}
+    void sendDns2(const Endpoint&, std::string_view) override {}
+    void DoTray(int) override {}
+    void appendDailyLog(const std::string&, const std::string&) override {}
+};
+
+// Sends go nowhere; a connection is open from its request until it is closed.
+class SinkNetwork : public Network {
+public:
+    void setEvents(NetworkEvents*) override {}
+    SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
+    void sendTo(SocketId, const Endpoint&, std::string_view) override {}
+    void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
+    uint16_t localPort(SocketId) const override { return 0; }
+    void close(SocketId) override {}
+    std::vector<std::string> localAddresses() const override { return {}; }
+    size_t sent = 0;
+};
+
+// A program folder with one zone, as the loader reads it from a file.
+std::filesystem::path makeFolder()
+{
+    const auto folder = std::filesystem::temp_directory_path() / "quorvane-fuzz-tcp";
+    std::filesystem::create_directories(folder / "data");
+    std::ofstream(folder / "data" / "fuzz.test.dns") << "; NotSecure\n"
+                                                       "@ 60 IN SOA ns.fuzz.test. admin.fuzz.test. 1 60 60 600 60\n"
+                                                       "@ 60 IN NS ns\n"
+                                                       "ns 60 IN A 10.0.0.1\n"
+                                                       "@ 60 IN MX 10 mx\n"
+                                                       "t 60 IN TXT \"abc\"\n";
+    return folder;
+}
+
+struct Service {
+    StillClock clock;
+    QuietHost host;
+    SinkNetwork network;
+    RecordStore store{clock, makeFolder(), [](int, const std::string&) {}};
+    DnsService dns{host, clock, store};
+    FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
+    ZoneTransferServer server{network, clock, host, store, dns, flood};
+
+    Service() { store.LoadZone("fuzz.test."); }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static Service s;
+    static SocketId next = 1;
+    const SocketId connection = next++;
+    s.server.connectionRequest(connection, {0x0A000001, 5353}, true);
+    std::string_view input(reinterpret_cast<const char*>(data), size);
+    while (!input.empty()) {
+        const size_t length = std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
+        s.server.DataArrival(connection, input.substr(1, length));
+        s.server.drained(connection);
+        input.remove_prefix(1 + length);
+    }
+    // Whatever transfer is still running is sent to its end, then the peer goes.
+    for (int slices = 0; slices < 1000; ++slices) s.server.drained(connection);
+    s.server.peerClosed(connection);
+    return 0;
+}

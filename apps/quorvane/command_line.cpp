@@ -1,7 +1,5 @@
 #include "command_line.h"
 
-#include <cstdlib>
-
 namespace quorvane {
 
 const char* const kUsage = "Usage: quorvane [--headless] [--quiet] [--dir DIR] [--version] [--help]\n"
@@ -31,13 +29,6 @@ CommandLine parseCommandLine(const std::vector<std::string>& args)
         else cl.error = "unknown argument: " + arg;
     }
     return cl;
-}
-
-std::filesystem::path programFolder(const CommandLine& cl, const std::filesystem::path& executable)
-{
-    if (!cl.dir.empty()) return cl.dir;
-    if (const char* env = std::getenv("QUORVANE_DIR"); env != nullptr && *env != '\0') return env;
-    return executable.parent_path();
 }
 
 } // namespace quorvane

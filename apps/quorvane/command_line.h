@@ -18,9 +18,6 @@ struct CommandLine {
 
 CommandLine parseCommandLine(const std::vector<std::string>& args);
 
-// --dir when given, else $QUORVANE_DIR when set, else the folder that holds the executable.
-std::filesystem::path programFolder(const CommandLine& cl, const std::filesystem::path& executable);
-
 extern const char* const kUsage;
 
 } // namespace quorvane

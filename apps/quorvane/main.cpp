@@ -3,6 +3,7 @@
 #include "command_line.h"
 #include "headless.h"
 #include "host/engine.h"
+#include "host/program_folder.h"
 #include "host/version.h"
 #include "net/asio_loop.h"
 #include "net/asio_network.h"
@@ -17,20 +18,13 @@ namespace {
 
 using namespace quorvane;
 
-std::filesystem::path executablePath(const char* argv0)
-{
-    std::error_code ec;
-    auto path = std::filesystem::read_symlink("/proc/self/exe", ec);
-    return ec ? std::filesystem::absolute(argv0) : path;
-}
-
 int runHeadless(const CommandLine& cl, const std::filesystem::path& executable)
 {
     AsioLoop loop;
     AsioNetwork network(loop);
     SystemClock clock(loop);
     HeadlessFrontEnd frontEnd([&loop] { loop.stop(); });
-    EngineOptions options{programFolder(cl, executable), executable, !cl.quiet};
+    EngineOptions options{programFolder(cl.dir, executable), executable, !cl.quiet};
     Engine engine(network, clock, frontEnd, options);
 
     loop.watchSignals({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2}, [&engine](int signal) {

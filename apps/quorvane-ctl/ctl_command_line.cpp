@@ -1,0 +1,68 @@
+#include "ctl_command_line.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+namespace {
+
+// What the reload port understands: one command per datagram, no line end.
+constexpr const char* kReloadAll = "RELOAD";
+constexpr const char* kReloadZone = "RELOAD P ";
+constexpr const char* kUnloadZone = "UNLOAD ";
+
+// The zone part of a command; empty (with error set) when the name cannot be sent.
+std::string zoneName(const std::string& word, const std::string& command, std::string& error)
+{
+    std::string zone = word;
+    if (!zone.empty() && zone.back() == '.') zone.pop_back();
+    // The server reads the rest of the datagram as the name, so a blank would change the command.
+    const bool blank = std::any_of(zone.begin(), zone.end(), [](char c) { return c >= 0 && c <= ' '; });
+    if (zone.empty()) error = command + " needs a zone name";
+    else if (blank) error = "zone name '" + word + "' contains a blank or control character";
+    return error.empty() ? zone : std::string();
+}
+
+} // namespace
+
+const char* const kCtlUsage = "Usage: quorvane-ctl [--dir DIR] COMMAND\n"
+                              "       quorvane-ctl --help | --version\n"
+                              "\n"
+                              "Sends COMMAND to the Quorvane server that runs on program folder DIR.\n"
+                              "\n"
+                              "Commands:\n"
+                              "  reload            reload all DNS records (zones, hosts file, root hints)\n"
+                              "  reload-zone ZONE  reload one zone: a primary zone from its file, then notify its\n"
+                              "                    secondaries; a secondary zone from its primary\n"
+                              "  unload ZONE       stop serving a zone until the next reload\n"
+                              "\n"
+                              "  --dir DIR         program folder of the server (where quorvane.ini is);\n"
+                              "                    default $QUORVANE_DIR, else this executable's folder\n"
+                              "  --version         print the version and exit\n"
+                              "  --help            print this text and exit\n";
+
+CtlCommandLine parseCtlCommandLine(const std::vector<std::string>& args)
+{
+    CtlCommandLine cl;
+    for (size_t i = 0; i < args.size() && cl.error.empty(); ++i) {
+        const std::string& arg = args[i];
+        if (arg == "--version") cl.version = true;
+        else if (arg == "--help" || arg == "-h") cl.help = true;
+        else if (arg == "--dir" && i + 1 < args.size()) cl.dir = args[++i];
+        else if (arg.rfind("--dir=", 0) == 0 && arg.size() > 6) cl.dir = arg.substr(6);
+        else if (arg == "--dir" || arg == "--dir=") cl.error = "--dir needs a folder";
+        else if (!cl.command.empty()) cl.error = "unexpected argument: " + arg;
+        else if (arg == "reload") cl.command = kReloadAll;
+        else if (arg == "reload-zone" || arg == "unload") {
+            // A word that looks like an option is not taken as the zone: "unload --dir X" lacks one.
+            const bool given = i + 1 < args.size() && args[i + 1].rfind('-', 0) != 0;
+            const std::string zone = zoneName(given ? args[++i] : std::string(), arg, cl.error);
+            if (cl.error.empty()) cl.command = (arg == "unload" ? kUnloadZone : kReloadZone) + zone;
+        } else if (arg.rfind('-', 0) == 0) cl.error = "unknown option: " + arg;
+        else cl.error = "unknown command: " + arg;
+    }
+    if (cl.error.empty() && cl.command.empty() && !cl.help && !cl.version) cl.error = "no command given";
+    return cl;
+}
+
+} // namespace quorvane

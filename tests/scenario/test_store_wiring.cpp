@@ -1,7 +1,9 @@
 // The record store through the engine: loaded at start, reloaded on command, new zone files picked
-// up by the tick, the cache kept across a restart when asked to, and expired records swept.
+// up by the tick, the cache kept across a restart when asked to, and expired records swept; and the
+// zone replication around it: transfers over TCP, the reload port and NOTIFY both ways.
 #include "host/engine.h"
 #include "support/dns_message.h"
+#include "wire/numbers.h"
 #include "support/fake_clock.h"
 #include "support/fake_network.h"
 #include "support/recording_events.h"
@@ -102,6 +104,55 @@ TEST(StoreWiring, TickSweepsExpiredLearnedRecords)
     p.clock.advance(8s); // expired more than 5 seconds ago; the tiny cache is visited each tick
     EXPECT_EQ(p.engine->store().recordCount(), loaded);
     EXPECT_EQ(p.ask("short.example."), Lines{});
+}
+
+TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
+{
+    Program p("CheckNew: 1\n");
+    p.folder.write("data/lan.dns", "; Notify 10.0.0.7\n@ IN SOA ns.lan. admin.lan. 1 1 1 1 1\nhost IN A 10.0.0.1\n");
+    p.folder.write("data/copy.dns", "; PrimaryIP 10.0.0.1\n@ IN SOA ns.x. admin.x. 1 1 1 1 1\n");
+    p.start();
+    const auto notifications = [&p] {
+        size_t count = 0;
+        for (const auto& sent : p.network.sent)
+            count += sent.to == Endpoint{0x0A000007, 53} && (static_cast<unsigned char>(sent.data[2]) & 0x78) == 0x20;
+        return count;
+    };
+
+    const SocketId connection = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4000});
+    const Bytes axfr = makeQuery(3, "lan.", 252, false);
+    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(axfr.size())) + axfr);
+    EXPECT_TRUE(p.logged("Sending Zone Transfer to 10.0.0.7 for lan."));
+    EXPECT_FALSE(p.network.tcpSent[connection].empty());
+
+    // The reload port takes commands from this machine only; a reloaded zone notifies its secondary.
+    const SocketId reload = p.network.findOpen(false, p.engine->reloadPort());
+    p.network.deliver(reload, {0x0A000005, 999}, "UNLOAD lan");
+    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.1"});
+    p.network.deliver(reload, {0x7F000001, 999}, "RELOAD P lan");
+    EXPECT_EQ(notifications(), 1u);
+    p.folder.write("data/lan.new", "; Notify 10.0.0.7\n@ IN SOA ns.lan. admin.lan. 2 1 1 1 1\n");
+    p.clock.advance(2s);
+    EXPECT_EQ(notifications(), 2u);
+    p.network.deliver(reload, {0x7F000001, 999}, "unload lan");
+    EXPECT_TRUE(p.logged("Removing Zone: lan."));
+    EXPECT_EQ(p.ask("host.lan."), Lines{});
+
+    // A NOTIFY from the primary of a secondary zone is acknowledged and asks for a poll.
+    Bytes notify = makeQuery(9, "copy.", 6, false);
+    notify[2] = 0x24;
+    p.network.sent.clear();
+    p.network.deliver(p.network.findOpen(false, 53), {0x0A000001, 53}, notify);
+    ASSERT_EQ(p.network.sent.size(), 1u);
+    EXPECT_EQ(static_cast<unsigned char>(p.network.sent[0].data[2]), 0xA4);
+    EXPECT_TRUE(p.logged("Zone copy. would now be checked with its primary"));
+
+    // Idle connections close on their own; the rest close with the program.
+    p.clock.advance(10s);
+    EXPECT_FALSE(p.network.isOpen(connection));
+    const SocketId late = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4001});
+    p.engine->close(CloseReason::User);
+    EXPECT_FALSE(p.network.isOpen(late));
 }
 
 } // namespace quorvane::test

@@ -20,7 +20,7 @@ if [ "${1:-build}" = test ]; then
         bind9-dnsutils knot-dnsutils                    # real DNS clients
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
     )
-    servers=(nsd)                                       # authoritative peers of the recursion tests
+    servers=(nsd knot bind9)                            # peers: authoritative servers, primaries and secondaries
 fi
 
 missing_of() {

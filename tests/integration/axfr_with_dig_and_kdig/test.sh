@@ -1,0 +1,99 @@
+# dig and kdig take zone transfers from the real binary over TCP. open.test carries "; NotSecure",
+# so anyone may take it: the SOA first and last, and in between every other record of the file
+# once, as BIND's zone compiler reads the file, one record per message. closed.test keeps the
+# Secure default and names only 127.0.0.9 on its Notify line, so 127.0.0.1 is refused. Over TCP a
+# zone's SOA is answered and other questions are refused.
+folder="$WORK/folder"
+mkdir -p "$folder/data"
+printf 'Name: ns1.open.test\nDNSBind: 127.0.0.1\n' >"$folder/quorvane.ini"
+long=$(printf 'x%.0s' $(seq 250))
+{
+    cat <<ZONE
+; NotSecure
+@ 3600 IN SOA ns1.open.test. admin.open.test. ( 2026112301 ; serial
+      7200 900 1209600 600 )
+@       3600 IN NS    ns1
+@       3600 IN NS    ns2.elsewhere.test.
+@       1800 IN MX    10 mail
+@       1800 IN MX    20 backup.elsewhere.test.
+@       300  IN A     192.0.2.1
+ns1     3600 IN A     127.0.0.1
+mail    600  IN A     192.0.2.25
+www     600  IN CNAME web
+web     600  IN A     192.0.2.80
+web     600  IN A     192.0.2.81
+txt     60   IN TXT   "two  words" "and a second string"
+big     60   IN TXT   "$long" "$long" "$long"
+1.2     600  IN PTR   web.open.test.
+sub     3600 IN NS    ns.sub
+ns.sub  3600 IN A     192.0.2.53
+ZONE
+    # Enough records for a transfer of many messages and segments.
+    for i in $(seq 400); do echo "h$i 900 IN A 10.1.$((i / 256)).$((i % 256))"; done
+} >"$folder/data/open.test.dns"
+cat >"$folder/data/closed.test.dns" <<'ZONE'
+; Notify 127.0.0.9
+@    3600 IN SOA ns1.closed.test. admin.closed.test. 7 3600 600 86400 300
+@    3600 IN NS  ns1
+ns1  3600 IN A   127.0.0.1
+ZONE
+
+# Each record as "owner ttl class type data" with blanks between fields.
+fields() { awk '!/^;/ && NF { $1 = $1; print }'; }
+named-compilezone -q -i none -s full -o - open.test "$folder/data/open.test.dns" | fields >"$WORK/compiled" ||
+    fail "named-compilezone cannot read the zone"
+soa=$(awk '$4 == "SOA"' "$WORK/compiled")
+grep -v ' SOA ' "$WORK/compiled" | sort >"$WORK/expected"
+[ "$(wc -l <"$WORK/expected")" -eq 415 ] || fail "the compiler read $(wc -l <"$WORK/expected") records"
+
+start_server "$folder"
+wait_for "DNS service started on 127.0.0.1"
+
+# $1 (a transfer's records, as fields prints them) against the file: SOA first and last, the rest
+# as a set equal to the file's.
+check_transfer() {
+    local client=$1 records=$2 count
+    count=$(wc -l <"$records")
+    [ "$(head -1 "$records")" = "$soa" ] || fail "$client: first record $(head -1 "$records"), not $soa"
+    [ "$(tail -1 "$records")" = "$soa" ] || fail "$client: last record $(tail -1 "$records"), not $soa"
+    sed '1d;$d' "$records" | sort >"$records.inside"
+    diff "$WORK/expected" "$records.inside" >"$records.diff" ||
+        fail "$client: records differ from the file (< file, > transfer):
+$(head -40 "$records.diff")"
+    [ "$count" -eq 417 ] || fail "$client: $count records"
+}
+
+q() { dig @127.0.0.1 +tries=1 +time=5 +nocookie "$@"; }
+
+q open.test AXFR >"$WORK/dig-axfr"
+fields <"$WORK/dig-axfr" >"$WORK/dig-records"
+check_transfer dig "$WORK/dig-records"
+grep -qF ';; XFR size: 417 records (messages 417, ' "$WORK/dig-axfr" ||
+    fail "dig: not one record per message: $(grep 'XFR size' "$WORK/dig-axfr")"
+
+kdig @127.0.0.1 +retry=0 +timeout=5 open.test AXFR >"$WORK/kdig-axfr" 2>&1 || fail "kdig: $(tail "$WORK/kdig-axfr")"
+fields <"$WORK/kdig-axfr" >"$WORK/kdig-records"
+check_transfer kdig "$WORK/kdig-records"
+grep -qE '^;; Received [0-9]+ B \(417 messages, 417 records\)$' "$WORK/kdig-axfr" ||
+    fail "kdig: $(grep Received "$WORK/kdig-axfr")"
+[ "$(grep -c "Sending Zone Transfer to 127.0.0.1 for open.test" "$WORK/stdout")" -eq 2 ] ||
+    fail "log lines for the two transfers: $(grep "Zone Transfer" "$WORK/stdout")"
+
+# The Secure zone: 127.0.0.1 is not on its Notify line.
+q closed.test AXFR >"$WORK/dig-closed"
+grep -q '^; Transfer failed\.$' "$WORK/dig-closed" || fail "dig took closed.test: $(cat "$WORK/dig-closed")"
+[ -z "$(fields <"$WORK/dig-closed")" ] || fail "dig got records of closed.test"
+kdig @127.0.0.1 +retry=0 +timeout=5 closed.test AXFR >"$WORK/kdig-closed" 2>&1 && fail "kdig took closed.test"
+grep -qF "server replied with error 'REFUSED'" "$WORK/kdig-closed" || fail "kdig: $(cat "$WORK/kdig-closed")"
+grep -q "Sending Zone Transfer to 127.0.0.1 for closed.test" "$WORK/stdout" && fail "closed.test went out"
+
+# Questions over TCP other than transfers.
+q +tcp open.test SOA >"$WORK/tcp-soa"
+grep -q 'status: NOERROR' "$WORK/tcp-soa" && grep -qE 'flags: qr aa' "$WORK/tcp-soa" ||
+    fail "SOA over TCP: $(cat "$WORK/tcp-soa")"
+[ "$(q +tcp +noall +answer open.test SOA | fields)" = "$soa" ] || fail "TCP SOA differs from the file"
+q +tcp www.open.test A >"$WORK/tcp-a"
+grep -q 'status: REFUSED' "$WORK/tcp-a" || fail "A over TCP: $(cat "$WORK/tcp-a")"
+[ "$(q +notcp +short web.open.test A | sort | paste -sd' ')" = "192.0.2.80 192.0.2.81" ] ||
+    fail "UDP after the transfers: $(q +notcp +short web.open.test A)"
+stop_server

@@ -1,5 +1,7 @@
 #include "store/zone_text.h"
 
+#include "net/network.h"
+
 namespace quorvane {
 
 std::string lowerAscii(std::string_view text)
@@ -40,21 +42,10 @@ bool storableName(std::string_view name)
 
 std::optional<Bytes> parseAddress(std::string_view text)
 {
-    Bytes data;
-    for (int part = 0; part < 4; ++part) {
-        if (part > 0) {
-            if (text.empty() || text.front() != '.') return std::nullopt;
-            text.remove_prefix(1);
-        }
-        size_t digits = 0;
-        unsigned value = 0;
-        while (digits < text.size() && digits < 4 && text[digits] >= '0' && text[digits] <= '9')
-            value = value * 10 + static_cast<unsigned>(text[digits++] - '0');
-        if (digits == 0 || digits > 3 || value > 255) return std::nullopt;
-        data += static_cast<char>(value);
-        text.remove_prefix(digits);
-    }
-    if (!text.empty()) return std::nullopt;
+    const auto address = addressFromText(text);
+    if (!address) return std::nullopt;
+    Bytes data(4, '\0');
+    for (size_t i = 0; i < 4; ++i) data[i] = static_cast<char>(*address >> (24 - 8 * i) & 0xFF);
     return data;
 }
 

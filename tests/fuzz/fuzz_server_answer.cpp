@@ -3,6 +3,7 @@
 // after the identifier and question that the server expects. The first input byte also picks
 // forwarding or resolution from the root, so that referrals and sub-requests are reached. The raw
 // input is offered as a whole message too. Any crash, sanitizer report or hang is a finding.
+#include "fuzz_support.h"
 #include "query/dns_service.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
@@ -15,23 +16,8 @@
 namespace {
 
 using namespace quorvane;
-
-class StillClock : public Clock {
-public:
-    DateTime now() const override { return 20000.5; }
-    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
-    void stopTimer(TimerId) override {}
-};
-
-class QuietHost : public QueryHost {
-public:
-    bool wants(int) const override { return true; } // every log line is built, to reach its code
-    void AddLine(int, const std::string&) override {}
-    void sendDns(const Endpoint&, std::string_view) override {}
-    void sendDns2(const Endpoint&, std::string_view) override {}
-    void DoTray(int) override {}
-    void appendDailyLog(const std::string&, const std::string&) override {}
-};
+using fuzz::QuietHost;
+using fuzz::StillClock;
 
 struct Resolver {
     StillClock clock;

@@ -3,6 +3,7 @@
 // for 256) followed by that many bytes of the stream; after each, the peer is taken to have read
 // everything, so transfers go on. The zone served allows transfers to anyone, so SOA answers,
 // transfers and refusals are all reached. Any crash, sanitizer report or hang is a finding.
+#include "fuzz_support.h"
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "replication/zone_transfer.h"
@@ -17,23 +18,8 @@
 namespace {
 
 using namespace quorvane;
-
-class StillClock : public Clock {
-public:
-    DateTime now() const override { return 20000.5; }
-    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
-    void stopTimer(TimerId) override {}
-};
-
-class QuietHost : public QueryHost {
-public:
-    bool wants(int) const override { return true; } // every log line is built, to reach its code
-    void AddLine(int, const std::string&) override {}
-    void sendDns(const Endpoint&, std::string_view) override {}
-    void sendDns2(const Endpoint&, std::string_view) override {}
-    void DoTray(int) override {}
-    void appendDailyLog(const std::string&, const std::string&) override {}
-};
+using fuzz::QuietHost;
+using fuzz::StillClock;
 
 // Sends go nowhere; a connection is open from its request until it is closed.
 class SinkNetwork : public Network {

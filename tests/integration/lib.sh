@@ -64,6 +64,29 @@ stop_server() {
     [ "$rc" -eq 0 ] || fail "exit code $rc after SIGTERM"
 }
 
+# The server part of an NSD configuration: address $1, port 53, every file in folder $2.
+nsd_server_conf() {
+    cat <<CONF
+server:
+    ip-address: $1
+    port: 53
+    server-count: 1
+    do-ip6: no
+    username: ""
+    chroot: ""
+    zonesdir: "$2"
+    database: ""
+    pidfile: "$2/nsd.pid"
+    zonelistfile: "$2/zone.list"
+    xfrdfile: "$2/xfrd.state"
+    xfrdir: "$2"
+    logfile: "$2/nsd.log"
+    rrl-ratelimit: 0
+remote-control:
+    control-enable: no
+CONF
+}
+
 # Starts an NSD on address $1, port 53, serving zone $2 from file $3 (more zone/file pairs may
 # follow); waits until it answers the first zone's SOA.
 start_nsd() {
@@ -71,25 +94,7 @@ start_nsd() {
     shift
     mkdir -p "$dir"
     {
-        cat <<CONF
-server:
-    ip-address: $address
-    port: 53
-    server-count: 1
-    do-ip6: no
-    username: ""
-    chroot: ""
-    zonesdir: "$dir"
-    database: ""
-    pidfile: "$dir/nsd.pid"
-    zonelistfile: "$dir/zone.list"
-    xfrdfile: "$dir/xfrd.state"
-    xfrdir: "$dir"
-    logfile: "$dir/nsd.log"
-    rrl-ratelimit: 0
-remote-control:
-    control-enable: no
-CONF
+        nsd_server_conf "$address" "$dir"
         while [ $# -ge 2 ]; do
             printf 'zone:\n    name: "%s"\n    zonefile: "%s"\n' "$1" "$2"
             shift 2

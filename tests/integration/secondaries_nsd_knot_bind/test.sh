@@ -104,24 +104,9 @@ peer_logs() {
 start_nsd_secondary() {
     local address=$1 dir="$WORK/nsd"
     mkdir -p "$dir"
-    cat >"$dir/nsd.conf" <<CONF
-server:
-    ip-address: $address
-    port: 53
-    server-count: 1
-    do-ip6: no
-    username: ""
-    chroot: ""
-    zonesdir: "$dir"
-    database: ""
-    pidfile: "$dir/nsd.pid"
-    zonelistfile: "$dir/zone.list"
-    xfrdfile: "$dir/xfrd.state"
-    xfrdir: "$dir"
-    logfile: "$dir/nsd.log"
-    verbosity: 2
-remote-control:
-    control-enable: no
+    {
+        nsd_server_conf "$address" "$dir"
+        cat <<CONF
 zone:
     name: "example.test"
     zonefile: "$dir/example.test.zone"
@@ -129,6 +114,7 @@ zone:
     allow-notify: 127.0.0.1 NOKEY
     outgoing-interface: $address
 CONF
+    } >"$dir/nsd.conf"
     nsd-checkconf "$dir/nsd.conf" || fail "nsd configuration"
     nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
     started $!

@@ -14,6 +14,7 @@ namespace quorvane {
 namespace {
 
 constexpr int kTypeSOA = 6;
+constexpr int kTypeIXFR = 251;
 constexpr int kTypeAXFR = 252;
 constexpr int kClassIN = 1;
 constexpr int kRcodeNotImplemented = 4;
@@ -133,15 +134,18 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
         m_host.AddLine(0, "DNS Request from " + ip + " for " + ClassN(dnsClass) + " (TCP)");
         return sendError(element, message, kRcodeNotImplemented);
     }
+    // An incremental transfer is answered with the whole zone, which a secondary must accept
+    // (RFC 1995): some secondaries that hold a zone ask only that way and never fall back.
+    const bool transfer = type == kTypeAXFR || type == kTypeIXFR;
     std::string subject;
-    if (type == kTypeAXFR) {
-        m_host.AddLine(0, "Zone Transfer Request from " + ip + " for " + name);
+    if (transfer) {
+        m_host.AddLine(0, "Zone Transfer Request from " + ip + " for " + name + (type == kTypeIXFR ? " (IXFR)" : ""));
         subject = "Zone Transfer for " + name;
     } else {
         subject = RTypeN(type) + "-record for " + name;
         m_host.AddLine(0, "Request from " + ip + " for " + subject + " (TCP)");
     }
-    const clZone* zone = type == kTypeSOA || type == kTypeAXFR ? m_store.findZone(name) : nullptr;
+    const clZone* zone = type == kTypeSOA || transfer ? m_store.findZone(name) : nullptr;
     const bool listed = zone != nullptr && std::find(zone->Slaves.begin(), zone->Slaves.end(), ip) != zone->Slaves.end();
     // A zone is sent only with its SOA in front, as every secondary expects.
     const clDNSRecord* soa = zone != nullptr && !zone->Records.empty() ? m_store.recordByKey(zone->Records.front()) : nullptr;
@@ -151,7 +155,7 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
         return sendError(element, message, kRcodeRefused);
     }
     if (type == kTypeSOA) return sendSoa(element, *zone, *soa, message);
-    startTransfer(element, *zone, *soa, message);
+    startTransfer(element, *zone, *soa, message, type);
 }
 
 // The request echoed with QR set and the response code alone in the fourth byte.
@@ -199,14 +203,14 @@ void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNS
 }
 
 void ZoneTransferServer::startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa,
-                                       std::string_view request)
+                                       std::string_view request, int type)
 {
     m_host.AddLine(0, "Sending Zone Transfer to " + element.remote + " for " + zone.Name);
     ZoneTransferProgress& transfer = element.transfer.emplace();
     transfer.zone = zone.Name;
     transfer.firstKey = zone.Records.front();
     transfer.count = zone.Records.size();
-    transfer.prefix = answerPrefix(request, zone.Name, kTypeAXFR);
+    transfer.prefix = answerPrefix(request, zone.Name, type);
     m_out.clear();
     frameRecord(transfer.prefix, soa, m_clock.now());
     transfer.first = m_out;

@@ -1,6 +1,6 @@
 // The zone-transfer service on TCP port 53: one ctlZT per connection in the pool TCPcon. It frames
 // messages with their 2-byte length, answers SOA queries for our zones and sends whole zones
-// (AXFR) to their secondaries, refuses everything else, and closes a connection after 10 idle
+// (AXFR, and IXFR answered with the whole zone) to their secondaries, refuses everything else, and closes a connection after 10 idle
 // seconds. A large transfer goes out in slices as the peer takes them, so it never holds the loop.
 #pragma once
 
@@ -77,7 +77,7 @@ private:
     void ProcReq(ctlZT& element, std::string_view message);
     void sendError(ctlZT& element, std::string_view request, int rcode);
     void sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request);
-    void startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request);
+    void startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request, int type);
     void sendSlice(ctlZT& element);
     void frameRecord(const Bytes& prefix, const clDNSRecord& record, DateTime now);
     void send(ctlZT& element, std::string_view framed);

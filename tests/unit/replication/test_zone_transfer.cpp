@@ -129,6 +129,17 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
     EXPECT_EQ(replies[4].qtype, 6);
     EXPECT_EQ(f.dns.RequestCount, 2u);
     EXPECT_EQ(f.host.lines[1], "Sending Zone Transfer to 10.0.0.7 for example.test.");
+
+    // An incremental transfer gets the whole zone, under its own question type.
+    f.network.tcpSent[id].clear();
+    f.server.DataArrival(id, framed(makeQuery(11, "example.test.", 251, false)));
+    const auto whole = f.received(id);
+    ASSERT_EQ(whole.size(), 4u);
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(whole[i].qtype, 251);
+        EXPECT_EQ(whole[i].section(2), expected[i]);
+    }
+    EXPECT_EQ(f.host.lines.back(), "Sending Zone Transfer to 10.0.0.7 for example.test.");
 }
 
 TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)

@@ -19,18 +19,21 @@ constexpr auto kAcceptRest = std::chrono::milliseconds(100);
 
 } // namespace
 
-struct AsioNetwork::Listener {
+struct AsioNetwork::Listener
+{
     explicit Listener(asio::io_context& io) : acceptor(io), rest(io) {}
     asio::ip::tcp::acceptor acceptor;
     asio::steady_timer rest;
 };
 
-struct AsioNetwork::Connection {
+struct AsioNetwork::Connection
+{
     explicit Connection(asio::ip::tcp::socket s) : socket(std::move(s)) {}
     asio::ip::tcp::socket socket;
-    Bytes out;             // queued and not yet taken by the system, from outDone on
+    Bytes out; // queued and not yet taken by the system, from outDone on
     size_t outDone = 0;
     bool flushing = false; // a flush is posted or waits for room
+    bool peerDone = false; // the peer has sent all it will: closed once what is queued is out
 };
 
 SocketId AsioNetwork::listenTcp(const std::string& address, uint16_t port)
@@ -66,7 +69,8 @@ void AsioNetwork::armAccept(SocketId id, const std::shared_ptr<Listener>& listen
             std::error_code peerError;
             const auto peer = socket.remote_endpoint(peerError);
             socket.non_blocking(true, peerError);
-            const Endpoint from{peerError ? 0 : peer.address().to_v4().to_uint(), peerError ? uint16_t{0} : peer.port()};
+            const Endpoint from{peerError ? 0 : peer.address().to_v4().to_uint(),
+                                peerError ? uint16_t{0} : peer.port()};
             const SocketId connectionId = m_nextId++;
             auto connection = std::make_shared<Connection>(std::move(socket));
             m_connections.emplace(connectionId, connection);
@@ -89,7 +93,7 @@ void AsioNetwork::armConnectionRead(SocketId id, const std::shared_ptr<Connectio
         if (ec == asio::error::operation_aborted || !isCurrent(id, connection.get())) return;
         if (ec) return dropConnection(id, true);
         readConnection(id, *connection);
-        if (isCurrent(id, connection.get())) armConnectionRead(id, connection);
+        if (isCurrent(id, connection.get()) && !connection->peerDone) armConnectionRead(id, connection);
     });
 }
 
@@ -97,10 +101,17 @@ void AsioNetwork::readConnection(SocketId id, Connection& connection)
 {
     m_readBuffer.resize(kReadSize);
     for (int round = 0; round < kReadsPerWake; ++round) {
-        const ssize_t received = ::recv(connection.socket.native_handle(), m_readBuffer.data(), kReadSize, MSG_DONTWAIT);
+        const ssize_t received =
+            ::recv(connection.socket.native_handle(), m_readBuffer.data(), kReadSize, MSG_DONTWAIT);
         if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) return;
+        // A peer that closes its side after its question still gets the answer queued for it.
+        if (received == 0 && connection.flushing) {
+            connection.peerDone = true;
+            return;
+        }
         if (received <= 0) return dropConnection(id, true); // closed by the peer, or failed
-        if (m_events) m_events->onTcpData(id, std::string_view(m_readBuffer.data(), static_cast<size_t>(received)));
+        if (m_events)
+            m_events->onTcpData(id, std::string_view(m_readBuffer.data(), static_cast<size_t>(received)));
         if (!isCurrent(id, &connection)) return; // the handler closed it
         if (static_cast<size_t>(received) < kReadSize) return;
     }
@@ -124,8 +135,8 @@ void AsioNetwork::flushConnection(SocketId id, const std::shared_ptr<Connection>
     if (!isCurrent(id, connection.get())) return;
     Connection& c = *connection;
     while (c.outDone < c.out.size()) {
-        const ssize_t sent = ::send(c.socket.native_handle(), c.out.data() + c.outDone, c.out.size() - c.outDone,
-                                    MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t sent = ::send(c.socket.native_handle(), c.out.data() + c.outDone,
+                                    c.out.size() - c.outDone, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent > 0) {
             c.outDone += static_cast<size_t>(sent);
             continue;
@@ -146,6 +157,7 @@ void AsioNetwork::flushConnection(SocketId id, const std::shared_ptr<Connection>
     if (c.out.capacity() > 4 * kReadSize) c.out.shrink_to_fit(); // an idle connection keeps little
     c.flushing = false;
     if (m_events) m_events->onTcpDrained(id);
+    if (c.peerDone && !c.flushing && isCurrent(id, &c)) dropConnection(id, true);
 }
 
 void AsioNetwork::dropConnection(SocketId id, bool tellUser)

@@ -79,6 +79,25 @@ grep -qE '^;; Received [0-9]+ B \(417 messages, 417 records\)$' "$WORK/kdig-axfr
 [ "$(grep -c "Sending Zone Transfer to 127.0.0.1 for open.test" "$WORK/stdout")" -eq 2 ] ||
     fail "log lines for the two transfers: $(grep "Zone Transfer" "$WORK/stdout")"
 
+# A client that closes its sending side right after the request still gets the whole zone.
+python3 - >"$WORK/half-closed" <<'PY' || fail "half-closed client: $(cat "$WORK/half-closed")"
+import socket, struct
+query = struct.pack(">HHHHHH", 99, 0, 1, 0, 0, 0) + b"\x04open\x04test\x00" + struct.pack(">HH", 252, 1)
+s = socket.create_connection(("127.0.0.1", 53), timeout=5)
+s.sendall(struct.pack(">H", len(query)) + query)
+s.shutdown(socket.SHUT_WR)
+data = b""
+while chunk := s.recv(65536):
+    data += chunk
+messages = 0
+while data:
+    length = struct.unpack(">H", data[:2])[0]
+    data = data[2 + length:]
+    messages += 1
+print(messages)
+PY
+[ "$(cat "$WORK/half-closed")" = 417 ] || fail "half-closed client got $(cat "$WORK/half-closed") messages"
+
 # The Secure zone: 127.0.0.1 is not on its Notify line.
 q closed.test AXFR >"$WORK/dig-closed"
 grep -q '^; Transfer failed\.$' "$WORK/dig-closed" || fail "dig took closed.test: $(cat "$WORK/dig-closed")"

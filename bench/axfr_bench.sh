@@ -79,37 +79,7 @@ start_nsd() {
 
 start_knot() {
     local dir=$1
-    mkdir -p "$dir/db"
-    cat >"$dir/knot.conf" <<EOF
-server:
-    rundir: "$dir"
-    pidfile: "$dir/knot.pid"
-    listen: 127.0.0.1@53
-    udp-workers: 1
-    tcp-workers: 1
-    background-workers: 1
-control:
-    listen: "$dir/knot.sock"
-database:
-    storage: "$dir/db"
-log:
-  - target: "$dir/knot.log"
-    any: warning
-acl:
-  - id: transfer
-    address: 127.0.0.1
-    action: transfer
-template:
-  - id: default
-    storage: "$dir"
-    zonefile-sync: -1
-    journal-content: none
-zone:
-  - domain: $ZONE
-    file: "$WORK/$ZONE.dns"
-    acl: transfer
-EOF
-    knotc -c "$dir/knot.conf" conf-check >/dev/null
+    write_knot_conf "$dir" "$ZONE" "$WORK/$ZONE.dns"
     launch "$dir" knotd -c "$dir/knot.conf"
 }
 

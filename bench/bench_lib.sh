@@ -66,6 +66,43 @@ holds_lock() {
     return 1
 }
 
+# Writes $1/knot.conf: one Knot on 127.0.0.1 port 53 with one worker of each kind, serving zone
+# $2 from file $3 (never written back) and letting 127.0.0.1 transfer it.
+write_knot_conf() {
+    local dir=$1 zone=$2 file=$3
+    mkdir -p "$dir/db"
+    cat >"$dir/knot.conf" <<EOF
+server:
+    rundir: "$dir"
+    pidfile: "$dir/knot.pid"
+    listen: 127.0.0.1@53
+    udp-workers: 1
+    tcp-workers: 1
+    background-workers: 1
+control:
+    listen: "$dir/knot.sock"
+database:
+    storage: "$dir/db"
+log:
+  - target: "$dir/knot.log"
+    any: warning
+acl:
+  - id: transfer
+    address: 127.0.0.1
+    action: transfer
+template:
+  - id: default
+    storage: "$dir"
+    zonefile-sync: -1
+    journal-content: none
+zone:
+  - domain: $zone
+    file: "$file"
+    acl: transfer
+EOF
+    knotc -c "$dir/knot.conf" conf-check >/dev/null
+}
+
 # Writes $1/nsd.conf for one NSD process on address $2, port 53, serving zone $3 from file $4.
 write_nsd_conf() {
     local dir=$1 address=$2 zone=$3 file=$4

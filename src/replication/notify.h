@@ -12,7 +12,8 @@
 
 namespace quorvane {
 
-class ZoneNotifications {
+class ZoneNotifications
+{
 public:
     ZoneNotifications(QueryHost& host, const RecordStore& store, DnsService& dns, ZoneQueue& queue)
         : m_host(host), m_store(store), m_dns(dns), m_queue(queue)

@@ -14,7 +14,8 @@ constexpr uint32_t kLoopback = 0x7F000001; // commands are taken from 127.0.0.1 
 std::string upper(std::string_view text)
 {
     std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    for (char& c : out)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return out;
 }
 
@@ -32,8 +33,10 @@ void ReloadPort::DataArrival(const Endpoint& from, std::string_view data)
     const std::string command = upper(data);
     if (command == "RELOAD") return m_store.LoadPerm();
     if (command.starts_with("UNLOAD ")) return unload(zoneName(data.substr(7)));
-    // "RELOAD " and a letter that says primary or secondary; the zone itself tells which it is.
-    if (command.starts_with("RELOAD ") && data.size() >= 8) return reloadZone(zoneName(data.substr(std::min<size_t>(9, data.size()))));
+    // "RELOAD ", a letter that says primary or secondary (the zone itself tells which it is), a
+    // blank and the zone.
+    if (command.starts_with("RELOAD ") && data.size() >= 8)
+        reloadZone(zoneName(data.substr(std::min<size_t>(9, data.size()))));
 }
 
 void ReloadPort::unload(const std::string& zone)
@@ -48,8 +51,10 @@ void ReloadPort::reloadZone(const std::string& zone)
     m_store.LoadZone(zone);
     const clZone* loaded = m_store.findZone(zone);
     if (loaded == nullptr) return;
-    if (!loaded->PrimaryIP.empty()) m_queue.Que(zone);
-    else if (m_running()) m_notifications.ZoneNotify(*loaded);
+    if (!loaded->PrimaryIP.empty())
+        m_queue.Que(zone);
+    else if (m_running())
+        m_notifications.ZoneNotify(*loaded);
 }
 
 } // namespace quorvane

@@ -13,12 +13,14 @@
 
 namespace quorvane {
 
-class ReloadPort {
+class ReloadPort
+{
 public:
     // running tells whether the DNS service is on (a reloaded zone is announced only then).
     ReloadPort(QueryHost& host, RecordStore& store, ZoneNotifications& notifications, ZoneQueue& queue,
                std::function<bool()> running)
-        : m_host(host), m_store(store), m_notifications(notifications), m_queue(queue), m_running(std::move(running))
+        : m_host(host), m_store(store), m_notifications(notifications), m_queue(queue),
+          m_running(std::move(running))
     {
     }
 

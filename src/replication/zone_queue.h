@@ -6,7 +6,8 @@
 
 namespace quorvane {
 
-class ZoneQueue {
+class ZoneQueue
+{
 public:
     virtual ~ZoneQueue() = default;
     // Asks for a poll of the zone's primary soon; a zone already waiting is not queued twice.

@@ -34,8 +34,8 @@ void frame(Bytes& out, std::string_view message)
 
 } // namespace
 
-ZoneTransferServer::ZoneTransferServer(Network& network, Clock& clock, QueryHost& host, const RecordStore& store,
-                                       DnsService& dns, const FloodGuard& flood)
+ZoneTransferServer::ZoneTransferServer(Network& network, Clock& clock, QueryHost& host,
+                                       const RecordStore& store, DnsService& dns, const FloodGuard& flood)
     : m_network(network), m_clock(clock), m_host(host), m_store(store), m_dns(dns), m_flood(flood)
 {
     m_timer = m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
@@ -64,8 +64,8 @@ void ZoneTransferServer::connectionRequest(SocketId connection, const Endpoint& 
     const DateTime now = m_clock.now();
     if ((now - m_lastFullLine) * kSecondsPerDay >= 1.0) {
         m_lastFullLine = now;
-        m_host.AddLine(0, "TCP Connection Request from " + address + " closed - " + std::to_string(kMaxConnections) +
-                              " connections are open already");
+        m_host.AddLine(0, "TCP Connection Request from " + address + " closed - " +
+                              std::to_string(kMaxConnections) + " connections are open already");
     }
 }
 
@@ -139,16 +139,19 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     const bool transfer = type == kTypeAXFR || type == kTypeIXFR;
     std::string subject;
     if (transfer) {
-        m_host.AddLine(0, "Zone Transfer Request from " + ip + " for " + name + (type == kTypeIXFR ? " (IXFR)" : ""));
+        m_host.AddLine(0, "Zone Transfer Request from " + ip + " for " + name +
+                              (type == kTypeIXFR ? " (IXFR)" : ""));
         subject = "Zone Transfer for " + name;
     } else {
         subject = RTypeN(type) + "-record for " + name;
         m_host.AddLine(0, "Request from " + ip + " for " + subject + " (TCP)");
     }
     const clZone* zone = type == kTypeSOA || transfer ? m_store.findZone(name) : nullptr;
-    const bool listed = zone != nullptr && std::find(zone->Slaves.begin(), zone->Slaves.end(), ip) != zone->Slaves.end();
+    const bool listed =
+        zone != nullptr && std::find(zone->Slaves.begin(), zone->Slaves.end(), ip) != zone->Slaves.end();
     // A zone is sent only with its SOA in front, as every secondary expects.
-    const clDNSRecord* soa = zone != nullptr && !zone->Records.empty() ? m_store.recordByKey(zone->Records.front()) : nullptr;
+    const clDNSRecord* soa =
+        zone != nullptr && !zone->Records.empty() ? m_store.recordByKey(zone->Records.front()) : nullptr;
     if (zone == nullptr || (zone->Secure && !listed) || soa == nullptr || soa->RecType != rtype::SOA) {
         m_host.AddLine(0, "Sending answer to " + ip + " about " + subject);
         m_host.AddLine(0, "-> Header: Refused.");
@@ -188,9 +191,11 @@ Bytes answerPrefix(std::string_view request, const std::string& zone, int type)
 
 } // namespace
 
-void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request)
+void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa,
+                                 std::string_view request)
 {
-    m_host.AddLine(0, "Sending reply to " + element.remote + " about SOA-record for " + zone.Name + " (TCP):");
+    m_host.AddLine(0,
+                   "Sending reply to " + element.remote + " about SOA-record for " + zone.Name + " (TCP):");
     if (m_host.wants(1)) {
         const auto fields = readSoa(soa.Data);
         const std::string serial = fields ? std::to_string(static_cast<int32_t>(fields->serial)) : "0";
@@ -224,7 +229,8 @@ void ZoneTransferServer::sendSlice(ctlZT& element)
 {
     ZoneTransferProgress& transfer = *element.transfer;
     const clZone* zone = m_store.findZone(transfer.zone);
-    if (zone == nullptr || zone->Records.size() != transfer.count || zone->Records.front() != transfer.firstKey) {
+    if (zone == nullptr || zone->Records.size() != transfer.count ||
+        zone->Records.front() != transfer.firstKey) {
         m_host.AddLine(0, "Zone Transfer to " + element.remote + " for " + transfer.zone +
                               " stopped - the zone changed meanwhile");
         return release(element);
@@ -234,7 +240,8 @@ void ZoneTransferServer::sendSlice(ctlZT& element)
     while (transfer.next < transfer.count && m_out.size() < kSliceBytes) {
         const clDNSRecord* record = m_store.recordByKey(zone->Records[transfer.next++]);
         // Types from 256 up are the store's own entries, never sent.
-        if (record != nullptr && static_cast<uint16_t>(record->RecType) < 256) frameRecord(transfer.prefix, *record, now);
+        if (record != nullptr && static_cast<uint16_t>(record->RecType) < 256)
+            frameRecord(transfer.prefix, *record, now);
     }
     const bool done = transfer.next >= transfer.count;
     if (done) m_out += transfer.first; // a transfer ends with the SOA it began with

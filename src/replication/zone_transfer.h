@@ -1,7 +1,8 @@
 // The zone-transfer service on TCP port 53: one ctlZT per connection in the pool TCPcon. It frames
-// messages with their 2-byte length, answers SOA queries for our zones and sends whole zones
-// (AXFR, and IXFR answered with the whole zone) to their secondaries, refuses everything else, and closes a connection after 10 idle
-// seconds. A large transfer goes out in slices as the peer takes them, so it never holds the loop.
+// messages with their 2-byte length, answers SOA queries for our zones and sends whole zones to
+// their secondaries (for AXFR, and for IXFR too), refuses everything else, and closes a connection
+// after 10 idle seconds. A large transfer goes out in slices as the peer takes them, so it never
+// holds the loop.
 #pragma once
 
 #include "net/clock.h"
@@ -20,7 +21,8 @@
 namespace quorvane {
 
 // A zone being sent on a connection: how the zone looked when the transfer began, and how far it got.
-struct ZoneTransferProgress {
+struct ZoneTransferProgress
+{
     std::string zone;
     RecordKey firstKey = 0;
     size_t count = 0;
@@ -31,18 +33,20 @@ struct ZoneTransferProgress {
 
 // One TCP connection of the service. An element is Free (Busy false) or Serving; elements are
 // reused, never removed.
-class ctlZT {
+class ctlZT
+{
 public:
     bool Busy = false;
-    Bytes buffer;           // received and not yet taken as whole messages
-    int16_t idleTicks = 0;  // seconds without data in or transfer data out
-    std::string remote;     // the peer's dotted address, for the log
+    Bytes buffer;          // received and not yet taken as whole messages
+    int16_t idleTicks = 0; // seconds without data in or transfer data out
+    std::string remote;    // the peer's dotted address, for the log
     SocketId Winsock = kNoSocket;
 
     std::optional<ZoneTransferProgress> transfer; // while a zone is being sent
 };
 
-class ZoneTransferServer {
+class ZoneTransferServer
+{
 public:
     // Connections served at once, one descriptor each. Debian's default limit is 1024 descriptors
     // per process (ulimit -n); the running server holds 14 of its own (measured in /proc/PID/fd:
@@ -52,8 +56,8 @@ public:
     // Idle seconds after which a connection is closed.
     static constexpr int kIdleSeconds = 10;
 
-    ZoneTransferServer(Network& network, Clock& clock, QueryHost& host, const RecordStore& store, DnsService& dns,
-                       const FloodGuard& flood);
+    ZoneTransferServer(Network& network, Clock& clock, QueryHost& host, const RecordStore& store,
+                       DnsService& dns, const FloodGuard& flood);
     ~ZoneTransferServer();
     ZoneTransferServer(const ZoneTransferServer&) = delete;
     ZoneTransferServer& operator=(const ZoneTransferServer&) = delete;
@@ -77,7 +81,8 @@ private:
     void ProcReq(ctlZT& element, std::string_view message);
     void sendError(ctlZT& element, std::string_view request, int rcode);
     void sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request);
-    void startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request, int type);
+    void startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa, std::string_view request,
+                       int type);
     void sendSlice(ctlZT& element);
     void frameRecord(const Bytes& prefix, const clDNSRecord& record, DateTime now);
     void send(ctlZT& element, std::string_view framed);
@@ -92,8 +97,8 @@ private:
     const FloodGuard& m_flood;
     TimerId m_timer = 0;
     std::vector<std::unique_ptr<ctlZT>> m_TCPcon;
-    Bytes m_message; // the message being built, reused
-    Bytes m_out;     // framed messages gathered for one send
+    Bytes m_message;             // the message being built, reused
+    Bytes m_out;                 // framed messages gathered for one send
     DateTime m_lastFullLine = 0; // when the last "too many connections" line was written
 };
 

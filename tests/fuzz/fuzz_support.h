@@ -10,14 +10,16 @@
 
 namespace quorvane::fuzz {
 
-class StillClock : public Clock {
+class StillClock : public Clock
+{
 public:
     DateTime now() const override { return 20000.5; }
     TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
     void stopTimer(TimerId) override {}
 };
 
-class QuietHost : public QueryHost {
+class QuietHost : public QueryHost
+{
 public:
     bool wants(int) const override { return true; } // every log line is built, to reach its code
     void AddLine(int, const std::string&) override {}

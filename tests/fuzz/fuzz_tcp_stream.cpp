@@ -22,7 +22,8 @@ using fuzz::QuietHost;
 using fuzz::StillClock;
 
 // Sends go nowhere; a connection is open from its request until it is closed.
-class SinkNetwork : public Network {
+class SinkNetwork : public Network
+{
 public:
     void setEvents(NetworkEvents*) override {}
     SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
@@ -40,16 +41,18 @@ std::filesystem::path makeFolder()
 {
     const auto folder = std::filesystem::temp_directory_path() / "quorvane-fuzz-tcp";
     std::filesystem::create_directories(folder / "data");
-    std::ofstream(folder / "data" / "fuzz.test.dns") << "; NotSecure\n"
-                                                       "@ 60 IN SOA ns.fuzz.test. admin.fuzz.test. 1 60 60 600 60\n"
-                                                       "@ 60 IN NS ns\n"
-                                                       "ns 60 IN A 10.0.0.1\n"
-                                                       "@ 60 IN MX 10 mx\n"
-                                                       "t 60 IN TXT \"abc\"\n";
+    std::ofstream(folder / "data" / "fuzz.test.dns")
+        << "; NotSecure\n"
+           "@ 60 IN SOA ns.fuzz.test. admin.fuzz.test. 1 60 60 600 60\n"
+           "@ 60 IN NS ns\n"
+           "ns 60 IN A 10.0.0.1\n"
+           "@ 60 IN MX 10 mx\n"
+           "t 60 IN TXT \"abc\"\n";
     return folder;
 }
 
-struct Service {
+struct Service
+{
     StillClock clock;
     QuietHost host;
     SinkNetwork network;
@@ -71,13 +74,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     s.server.connectionRequest(connection, {0x0A000001, 5353}, true);
     std::string_view input(reinterpret_cast<const char*>(data), size);
     while (!input.empty()) {
-        const size_t length = std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
+        const size_t length =
+            std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
         s.server.DataArrival(connection, input.substr(1, length));
         s.server.drained(connection);
         input.remove_prefix(1 + length);
     }
     // Whatever transfer is still running is sent to its end, then the peer goes.
-    for (int slices = 0; slices < 1000; ++slices) s.server.drained(connection);
+    for (int slices = 0; slices < 1000; ++slices)
+        s.server.drained(connection);
     s.server.peerClosed(connection);
     return 0;
 }

@@ -20,24 +20,28 @@ namespace quorvane::test {
 
 using Lines = std::vector<std::string>;
 
-struct RecordingQueue : ZoneQueue {
+struct RecordingQueue : ZoneQueue
+{
     void Que(const std::string& zone) override { queued.push_back(zone); }
     Lines queued;
 };
 
 // example.test.: SOA, NS, A; transfers only to 10.0.0.7 and 10.0.0.9, which are notified.
 // open.test.: anyone may transfer. copy.test.: a secondary zone whose primary is 10.0.0.1.
-inline const char* const kExampleZone = "; Notify 10.0.0.7 10.0.0.9\n"
-                                        "@ 3600 IN SOA ns.example.test. admin.example.test. 7 3600 600 86400 300\n"
-                                        "@ 3600 IN NS ns.example.test.\n"
-                                        "ns 300 IN A 10.0.0.2\n";
+inline const char* const kExampleZone =
+    "; Notify 10.0.0.7 10.0.0.9\n"
+    "@ 3600 IN SOA ns.example.test. admin.example.test. 7 3600 600 86400 300\n"
+    "@ 3600 IN NS ns.example.test.\n"
+    "ns 300 IN A 10.0.0.2\n";
 
-struct ReplicationFixture {
+struct ReplicationFixture
+{
     FakeClock clock;
     TempFolder folder;
     RecordingQueryHost host;
     FakeNetwork network;
-    RecordStore store{clock, folder.path(), [this](int, const std::string& text) { host.lines.push_back(text); }};
+    RecordStore store{clock, folder.path(),
+                      [this](int, const std::string& text) { host.lines.push_back(text); }};
     DnsService dns{host, clock, store};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
     RecordingQueue queue;
@@ -46,7 +50,8 @@ struct ReplicationFixture {
     {
         std::filesystem::create_directories(folder.path() / "data");
         folder.write("data/example.test.dns", kExampleZone);
-        folder.write("data/open.test.dns", "; NotSecure\n@ 60 IN SOA ns.open.test. a.open.test. 1 60 60 600 60\n");
+        folder.write("data/open.test.dns",
+                     "; NotSecure\n@ 60 IN SOA ns.open.test. a.open.test. 1 60 60 600 60\n");
         folder.write("data/copy.test.dns", "; PrimaryIP 10.0.0.1\n@ 60 IN SOA ns.x. a.x. 1 60 60 600 60\n");
         store.LoadPerm();
         host.lines.clear();

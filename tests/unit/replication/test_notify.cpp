@@ -8,11 +8,13 @@
 namespace quorvane::test {
 namespace {
 
-struct NotifyFixture : ReplicationFixture {
+struct NotifyFixture : ReplicationFixture
+{
     ZoneNotifications notifications{host, store, dns, queue};
     NotifyFixture()
     {
-        dns.setNotifyHandler([this](const Endpoint& from, std::string_view m) { notifications.ProcNotify(from, m); });
+        dns.setNotifyHandler(
+            [this](const Endpoint& from, std::string_view m) { notifications.ProcNotify(from, m); });
     }
 };
 
@@ -27,7 +29,8 @@ Bytes notifyFor(const std::string& zone, uint16_t type)
 TEST(Notify, ANotificationIsAcknowledgedOnlyFromTheZonesPrimary)
 {
     const Bytes truncated = notifyFor("copy.test.", 6).substr(0, 22);
-    struct Case {
+    struct Case
+    {
         const char* what;
         uint32_t from;
         Bytes message;
@@ -36,19 +39,36 @@ TEST(Notify, ANotificationIsAcknowledgedOnlyFromTheZonesPrimary)
         Lines lines;
     };
     const Case cases[] = {
-        {"from the primary", 0x0A000001, notifyFor("copy.test.", 6), 0x10, true,
-         {"Zone Update Notification from 10.0.0.1 about copy.test.", "Sending Notification Acknowledgement to 10.0.0.1"}},
-        {"from another server", 0x0A000002, notifyFor("copy.test.", 6), 2, false,
+        {"from the primary",
+         0x0A000001,
+         notifyFor("copy.test.", 6),
+         0x10,
+         true,
+         {"Zone Update Notification from 10.0.0.1 about copy.test.",
+          "Sending Notification Acknowledgement to 10.0.0.1"}},
+        {"from another server",
+         0x0A000002,
+         notifyFor("copy.test.", 6),
+         2,
+         false,
          {"Zone Update Notification from 10.0.0.2 about copy.test.",
           "Sending answer to 10.0.0.2 about Zone Update Notification for copy.test.",
           "-> Header: Server Failure (10.0.0.2 not recognized as primary)."}},
-        {"for a zone of our own", 0x0A000001, notifyFor("example.test.", 6), 2, false,
+        {"for a zone of our own",
+         0x0A000001,
+         notifyFor("example.test.", 6),
+         2,
+         false,
          {"Zone Update Notification from 10.0.0.1 about example.test.",
           "Sending answer to 10.0.0.1 about Zone Update Notification for example.test.",
           "-> Header: Server Failure (10.0.0.1 not recognized as primary)."}},
-        {"not about an SOA", 0x0A000001, notifyFor("copy.test.", 1), 4, false,
-         {"Unknown Notification type from 10.0.0.1", "Sending answer to 10.0.0.1 about Unknown Notification type.",
-          "-> Header: Not implemented."}},
+        {"not about an SOA",
+         0x0A000001,
+         notifyFor("copy.test.", 1),
+         4,
+         false,
+         {"Unknown Notification type from 10.0.0.1",
+          "Sending answer to 10.0.0.1 about Unknown Notification type.", "-> Header: Not implemented."}},
         {"cut short", 0x0A000001, truncated, -1, false, {"Incomplete DNS Request from 10.0.0.1"}},
     };
     for (const Case& c : cases) {
@@ -82,7 +102,10 @@ TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifier)
     EXPECT_EQ(f.host.lines, (Lines{"Sending Zone Update Notification to 10.0.0.7 about example.test.",
                                    "Sending Zone Update Notification to 10.0.0.9 about example.test."}));
     ASSERT_EQ(f.host.queries.size(), 2u);
-    const Bytes question = Bytes("\x07" "example\x04test", 13) + Bytes("\0\0\x06\0\x01", 5);
+    const Bytes question = Bytes("\x07"
+                                 "example\x04test",
+                                 13) +
+                           Bytes("\0\0\x06\0\x01", 5);
     EXPECT_EQ(f.host.queries[0].message, Bytes("\0\x02\x24\0\0\x01\0\0\0\0\0\0", 12) + question);
     EXPECT_EQ(f.host.queries[0].to, (Endpoint{0x0A000007, 53}));
     EXPECT_EQ(f.host.queries[1].message.substr(0, 2), MakeShort(3));

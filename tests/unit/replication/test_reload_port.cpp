@@ -10,19 +10,26 @@ constexpr Endpoint kLocal{0x7F000001, 50000};
 
 TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
 {
-    struct Case {
+    struct Case
+    {
         const char* command;
         Endpoint from;
         bool running;
-        Lines lines;         // those logged, after the store's own
-        Lines zones;         // zones left of example.test., copy.test. and open.test.
-        size_t notified;     // notifications sent
+        Lines lines;     // those logged, after the store's own
+        Lines zones;     // zones left of example.test., copy.test. and open.test.
+        size_t notified; // notifications sent
         Lines queued;
     };
     const Lines all{"example.test.", "copy.test.", "open.test."};
     const Case cases[] = {
         {"reload", kLocal, true, {"Loading DNS Records..."}, all, 0, {}},
-        {"Unload Example.Test", kLocal, true, {"Removing Zone: example.test."}, {"copy.test.", "open.test."}, 0, {}},
+        {"Unload Example.Test",
+         kLocal,
+         true,
+         {"Removing Zone: example.test."},
+         {"copy.test.", "open.test."},
+         0,
+         {}},
         {"UNLOAD nothing.test", kLocal, true, {}, all, 0, {}},
         {"RELOAD X example.test", kLocal, true, {"Loading Zone: example.test."}, all, 2, {}},
         {"reload p example.test", kLocal, false, {"Loading Zone: example.test."}, all, 0, {}},
@@ -38,7 +45,8 @@ TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
         ReloadPort port{f.host, f.store, notifications, f.queue, [&] { return c.running; }};
         port.DataArrival(c.from, c.command);
         ASSERT_LE(c.lines.size(), f.host.lines.size());
-        EXPECT_EQ(Lines(f.host.lines.begin(), f.host.lines.begin() + static_cast<long>(c.lines.size())), c.lines);
+        EXPECT_EQ(Lines(f.host.lines.begin(), f.host.lines.begin() + static_cast<long>(c.lines.size())),
+                  c.lines);
         Lines zones;
         for (const clZone& zone : f.store.Zones())
             if (zone.Name.ends_with(".test.")) zones.push_back(zone.Name);

@@ -9,7 +9,8 @@
 namespace quorvane::test {
 namespace {
 
-struct TransferFixture : ReplicationFixture {
+struct TransferFixture : ReplicationFixture
+{
     ZoneTransferServer server{network, clock, host, store, dns, flood};
 
     SocketId connect(uint32_t address, bool running = true)
@@ -24,7 +25,8 @@ struct TransferFixture : ReplicationFixture {
         std::vector<DecodedReply> out;
         const Bytes& stream = network.tcpSent[id];
         for (size_t at = 0; at + 2 <= stream.size();) {
-            const size_t length = static_cast<unsigned char>(stream[at]) * 256u + static_cast<unsigned char>(stream[at + 1]);
+            const size_t length =
+                static_cast<unsigned char>(stream[at]) * 256u + static_cast<unsigned char>(stream[at + 1]);
             out.push_back(decodeReply(stream.substr(at + 2, length)));
             at += length + 2;
         }
@@ -52,7 +54,8 @@ TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
     Bytes questionless = noQuestion;
     questionless[5] = 0;
 
-    struct Case {
+    struct Case
+    {
         const char* what;
         uint32_t from;
         Bytes message;
@@ -61,18 +64,35 @@ TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
         Lines lines;
     };
     const Case cases[] = {
-        {"SOA of an open zone", kUnlisted, makeQuery(1, "open.test.", 6, true), 0, {"open.test. SOA ns.open.test. a.open.test. 1"},
-         {"Request from 10.0.0.8 for SOA-record for open.test. (TCP)", "Sending reply to 10.0.0.8 about SOA-record for open.test. (TCP):",
+        {"SOA of an open zone",
+         kUnlisted,
+         makeQuery(1, "open.test.", 6, true),
+         0,
+         {"open.test. SOA ns.open.test. a.open.test. 1"},
+         {"Request from 10.0.0.8 for SOA-record for open.test. (TCP)",
+          "Sending reply to 10.0.0.8 about SOA-record for open.test. (TCP):",
           "-> Answer: SOA-record for open.test. = ns.open.test. (Serial 1)"}},
-        {"transfer to an unlisted address", kUnlisted, makeQuery(2, "example.test.", 252, false), 5, {},
-         {"Zone Transfer Request from 10.0.0.8 for example.test.", "Sending answer to 10.0.0.8 about Zone Transfer for example.test.",
-          "-> Header: Refused."}},
-        {"an ordinary question", kListed, makeQuery(3, "ns.example.test.", 1, true), 5, {},
+        {"transfer to an unlisted address",
+         kUnlisted,
+         makeQuery(2, "example.test.", 252, false),
+         5,
+         {},
+         {"Zone Transfer Request from 10.0.0.8 for example.test.",
+          "Sending answer to 10.0.0.8 about Zone Transfer for example.test.", "-> Header: Refused."}},
+        {"an ordinary question",
+         kListed,
+         makeQuery(3, "ns.example.test.", 1, true),
+         5,
+         {},
          {"Request from 10.0.0.7 for A-record for ns.example.test. (TCP)",
           "Sending answer to 10.0.0.7 about A-record for ns.example.test.", "-> Header: Refused."}},
-        {"a zone we do not have", kListed, makeQuery(4, "other.test.", 252, false), 5, {},
-         {"Zone Transfer Request from 10.0.0.7 for other.test.", "Sending answer to 10.0.0.7 about Zone Transfer for other.test.",
-          "-> Header: Refused."}},
+        {"a zone we do not have",
+         kListed,
+         makeQuery(4, "other.test.", 252, false),
+         5,
+         {},
+         {"Zone Transfer Request from 10.0.0.7 for other.test.",
+          "Sending answer to 10.0.0.7 about Zone Transfer for other.test.", "-> Header: Refused."}},
         {"another opcode", kListed, status, 4, {}, {"Server Status Request from 10.0.0.7 (TCP)"}},
         {"another class", kListed, chaos, 4, {}, {"DNS Request from 10.0.0.7 for CHAOS class record (TCP)"}},
         {"no question", kListed, questionless, -1, {}, {"Incomplete DNS Request from 10.0.0.7 (TCP)"}},
@@ -146,7 +166,8 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
 {
     TransferFixture f;
     std::string zone = "; NotSecure\n@ 60 IN SOA ns.big.test. a.big.test. 3 60 60 600 60\n";
-    for (int i = 0; i < 5000; ++i) zone += "host" + std::to_string(i) + " 60 IN TXT \"some text to make it longer\"\n";
+    for (int i = 0; i < 5000; ++i)
+        zone += "host" + std::to_string(i) + " 60 IN TXT \"some text to make it longer\"\n";
     f.folder.write("data/big.test.dns", zone);
     f.store.LoadZone("big.test.");
     const SocketId id = f.connect(kUnlisted);
@@ -155,7 +176,7 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
     size_t slices = 1;
     for (size_t last = 0; f.network.tcpSent[id].size() != last; ++slices) {
         last = f.network.tcpSent[id].size();
-        EXPECT_LE(last, slices * 70000); // never much more than one slice ahead of the peer
+        EXPECT_LE(last, slices * 70000);          // never much more than one slice ahead of the peer
         f.clock.advance(std::chrono::seconds(3)); // a slow peer is not cut off while it reads
         f.network.drain(id);
         f.server.drained(id);
@@ -172,18 +193,21 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
     f.store.LoadZone("big.test.");
     f.server.drained(second);
     EXPECT_FALSE(f.network.isOpen(second));
-    EXPECT_EQ(f.host.lines.back(), "Zone Transfer to 10.0.0.8 for big.test. stopped - the zone changed meanwhile");
+    EXPECT_EQ(f.host.lines.back(),
+              "Zone Transfer to 10.0.0.8 for big.test. stopped - the zone changed meanwhile");
 }
 
 TEST(ZoneTransfer, ConnectionsAreCappedClosedWhenIdleAndReused)
 {
     TransferFixture f;
     std::vector<SocketId> ids;
-    for (size_t i = 0; i < ZoneTransferServer::kMaxConnections + 2; ++i) ids.push_back(f.connect(kListed));
+    for (size_t i = 0; i < ZoneTransferServer::kMaxConnections + 2; ++i)
+        ids.push_back(f.connect(kListed));
     EXPECT_EQ(f.server.TCPcon().size(), ZoneTransferServer::kMaxConnections);
     EXPECT_FALSE(f.network.isOpen(ids[256]));
     EXPECT_FALSE(f.network.isOpen(ids[257]));
-    EXPECT_EQ(f.host.lines, Lines{"TCP Connection Request from 10.0.0.7 closed - 256 connections are open already"});
+    EXPECT_EQ(f.host.lines,
+              Lines{"TCP Connection Request from 10.0.0.7 closed - 256 connections are open already"});
 
     // Data keeps one alive; the peer closing another frees its element at once.
     f.clock.advance(std::chrono::milliseconds(5500));

@@ -72,7 +72,6 @@ public:
     const FloodGuard& floodGuard() const { return m_flood; }
     DnsService& dns() { return m_dns; }
     RecordStore& store() { return m_store; }
-    const ZoneTransferServer& zoneTransfers() const { return m_zoneTransfers; }
     // The port of the reload socket (0 when it could not be bound).
     uint16_t reloadPort() const { return m_network.localPort(m_WSReload); }
 

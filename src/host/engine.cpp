@@ -12,9 +12,12 @@ namespace {
 const char* closeReasonLine(CloseReason reason)
 {
     switch (reason) {
-    case CloseReason::User: return "Program was closed by user.";
-    case CloseReason::SessionEnded: return "Program was closed because Windows session ended.";
-    case CloseReason::TaskManager: return "Program was closed through Windows Task Manager.";
+    case CloseReason::User:
+        return "Program was closed by user.";
+    case CloseReason::SessionEnded:
+        return "Program was closed because Windows session ended.";
+    case CloseReason::TaskManager:
+        return "Program was closed through Windows Task Manager.";
     }
     return "";
 }
@@ -26,16 +29,26 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
       m_log(clock, m_options.programFolder),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
-      m_store(clock, m_options.programFolder, [this](int level, const std::string& text) { AddLine(level, text); }),
-      m_dns(*this, clock, m_store), m_notifications(*this, m_store, m_dns, *this),
+      m_store(clock, m_options.programFolder,
+              [this](int level, const std::string& text) { AddLine(level, text); }),
+      m_dns(*this, clock, m_store), m_ZoneTS(
+                                        network, clock, *this, m_store, m_dns,
+                                        [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
+                                        [this] { return m_serverRunning; }),
+      m_notifications(*this, m_store, m_dns, m_ZoneTS),
       m_zoneTransfers(network, clock, *this, m_store, m_dns, m_flood),
-      m_reloadPort(*this, m_store, m_notifications, *this, [this] { return m_serverRunning; })
+      m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; })
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
     m_log.setLineSink([this](const std::string& line) { m_events.onLogLine(line); });
     m_store.setZoneNotify([this](const clZone& zone) {
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
+    });
+    m_dns.setOtherAnswers([this](int32_t id, std::string_view message) {
+        bool taken = false;
+        guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(id, message); });
+        return taken;
     });
     m_dns.setNotifyHandler([this](const Endpoint& from, std::string_view message) {
         guarded("modDNS ProcNotify", [&] { m_notifications.ProcNotify(from, message); });
@@ -126,9 +139,15 @@ void Engine::saveBlocks()
 void Engine::execute(Command command)
 {
     switch (command) {
-    case Command::StartStop: guarded("frmMain mnuStartStop", [&] { mnuStartStop(); }); break;
-    case Command::ReloadRecords: guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); }); break;
-    case Command::WriteSupportFile: guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); }); break;
+    case Command::StartStop:
+        guarded("frmMain mnuStartStop", [&] { mnuStartStop(); });
+        break;
+    case Command::ReloadRecords:
+        guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); });
+        break;
+    case Command::WriteSupportFile:
+        guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); });
+        break;
     }
 }
 
@@ -140,6 +159,7 @@ void Engine::close(CloseReason reason)
     guarded("frmMain Unload", [&] {
         closeDns();
         m_zoneTransfers.closeAll();
+        m_ZoneTS.closeAll();
         m_network.close(m_WSDNS2);
         m_network.close(m_WSReload);
         m_WSDNS2 = kNoSocket;
@@ -182,7 +202,8 @@ void Engine::ErrorReport(const std::string& label, const std::string& additional
         std::string text = "An error has occured in Quorvane!\n\n";
         text += "Error:" + std::to_string(error->number) + ' ' + error->description + '\n';
         if (!label.empty()) text += "Module: " + label + '\n';
-        text += "\nA support file containing information about your\nsystem and configuration was created as\n\"" +
+        text += "\nA support file containing information about your\nsystem and configuration was created "
+                "as\n\"" +
                 file + "\"\n\n";
         text += std::string("Please e-mail this file to ") + kSupportAddress + " and\n";
         text += "state any other information you think may be useful.\n\n";
@@ -213,9 +234,12 @@ void Engine::DoTray(int state)
 
 void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view data)
 {
-    if (socket == m_WSDNS) guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
-    else if (socket == m_WSDNS2) guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
-    else if (socket == m_WSReload) guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
+    if (socket == m_WSDNS)
+        guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
+    else if (socket == m_WSDNS2)
+        guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
+    else if (socket == m_WSReload)
+        guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
 }
 
 void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from)
@@ -224,25 +248,32 @@ void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoin
     guarded("ctlZT Accept", [&] { m_zoneTransfers.connectionRequest(connection, from, m_serverRunning); });
 }
 
+void Engine::onTcpConnected(SocketId connection)
+{
+    if (connection == m_ZoneTS.Winsock()) guarded("ctlZTS WSConnect", [&] { m_ZoneTS.connected(); });
+}
+
+// Our connection to a primary goes to the secondary-zone client, every other to the service.
 void Engine::onTcpData(SocketId connection, std::string_view data)
 {
-    guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
+    if (connection == m_ZoneTS.Winsock())
+        guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.DataArrival(data); });
+    else
+        guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
 }
 
 void Engine::onTcpDrained(SocketId connection)
 {
+    if (connection == m_ZoneTS.Winsock()) return; // a request, nothing follows it
     guarded("ctlZT ProcReq", [&] { m_zoneTransfers.drained(connection); });
 }
 
 void Engine::onTcpClosed(SocketId connection)
 {
-    guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
-}
-
-// Secondary zones are not kept yet: a zone that asks to be polled is only noted.
-void Engine::Que(const std::string& zone)
-{
-    AddLine(0, "Zone " + zone + " would now be checked with its primary");
+    if (connection == m_ZoneTS.Winsock())
+        guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.peerClosed(); });
+    else
+        guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
 }
 
 } // namespace quorvane

@@ -11,7 +11,7 @@
 #include "query/query_host.h"
 #include "replication/notify.h"
 #include "replication/reload_port.h"
-#include "replication/zone_queue.h"
+#include "replication/secondary_zones.h"
 #include "replication/zone_transfer.h"
 #include "store/record_store.h"
 #include "net/clock.h"
@@ -40,7 +40,7 @@ struct EngineOptions {
     bool activeLogOpen = false; // the log window is open (headless: lines go to standard output)
 };
 
-class Engine : private NetworkEvents, private QueryHost, private ZoneQueue {
+class Engine : private NetworkEvents, private QueryHost {
 public:
     static constexpr uint16_t kDnsPort = 53;
 
@@ -96,16 +96,17 @@ private:
     void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
     void Timer1();
+    void pollSecondaryZones(DateTime now);
     void zeroSkippedSeconds(int second);
     void showStatus();
     SupportData supportData() const;
 
     void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) override;
     void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) override;
+    void onTcpConnected(SocketId connection) override;
     void onTcpData(SocketId connection, std::string_view data) override;
     void onTcpDrained(SocketId connection) override;
     void onTcpClosed(SocketId connection) override;
-    void Que(const std::string& zone) override;
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
@@ -131,10 +132,12 @@ private:
     FloodGuard m_flood;
     RecordStore m_store;
     DnsService m_dns;
+    ctlZTS m_ZoneTS;
     ZoneNotifications m_notifications;
     ZoneTransferServer m_zoneTransfers;
     ReloadPort m_reloadPort;
     DateTime m_lastNewZoneScan = 0;
+    DateTime m_lastZonePoll = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last
     int m_trayState = 0;
     DateTime m_trayChanged = 0;

@@ -78,6 +78,7 @@ void Engine::Timer1()
         m_dns.removeFinished();
         m_dns.retryWaiting();
         m_store.sweepCache();
+        pollSecondaryZones(now);
         if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
             m_lastNewZoneScan = now;
             m_store.CheckNewZone();
@@ -87,6 +88,19 @@ void Engine::Timer1()
         if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
         m_log.flush();
     });
+}
+
+// Secondary zones whose refresh or retry time has come are queued for a check, at most once a
+// minute.
+void Engine::pollSecondaryZones(DateTime now)
+{
+    if ((now - m_lastZonePoll) * kSecondsPerDay <= 60) return;
+    m_lastZonePoll = now;
+    std::vector<std::string> due; // queued after the walk: a check may start at once
+    for (const clZone& zone : m_store.Zones())
+        if (zone.ZoneType == zonetype::Secondary && !zone.PrimaryIP.empty() && zone.NextRefresh <= now)
+            due.push_back(zone.Name);
+    for (const std::string& zone : due) guarded("ctlZTS Que", [&] { m_ZoneTS.Que(zone); });
 }
 
 void Engine::zeroSkippedSeconds(int second)

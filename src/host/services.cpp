@@ -17,6 +17,7 @@ void Engine::StartServices()
         m_events.onServerState(true);
         m_events.onStatusText(0, "Uptime...");
         DoTray(0);
+        m_ZoneTS.resume(); // zones queued while paused
     });
 }
 

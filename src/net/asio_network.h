@@ -19,6 +19,7 @@ public:
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override;
     SocketId listenTcp(const std::string& address, uint16_t port) override;
+    SocketId connectTcp(const Endpoint& to) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
     void sendTcp(SocketId connection, std::string_view data) override;
     uint16_t localPort(SocketId socket) const override;

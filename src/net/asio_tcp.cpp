@@ -1,4 +1,5 @@
-// TCP on the Asio loop: listeners hand over each accepted connection; a connection reads whatever
+// TCP on the Asio loop: listeners hand over each accepted connection, outgoing connections report
+// when they stand; a connection reads whatever
 // has arrived after one readiness wait, and writes everything queued during an event in one system
 // call, waiting for room only when the system cannot take it all.
 #include "net/asio_network.h"
@@ -79,6 +80,27 @@ void AsioNetwork::armAccept(SocketId id, const std::shared_ptr<Listener>& listen
         }
         if (m_listeners.count(id) != 0) armAccept(id, listener);
     });
+}
+
+SocketId AsioNetwork::connectTcp(const Endpoint& to)
+{
+    std::error_code ec;
+    asio::ip::tcp::socket socket(m_loop.impl().io);
+    socket.open(asio::ip::tcp::v4(), ec);
+    if (ec) return kNoSocket;
+    const SocketId id = m_nextId++;
+    auto connection = std::make_shared<Connection>(std::move(socket));
+    m_connections.emplace(id, connection);
+    const asio::ip::tcp::endpoint peer(asio::ip::address_v4(to.address), to.port);
+    connection->socket.async_connect(peer, [this, id, connection](std::error_code connectError) {
+        if (connectError == asio::error::operation_aborted || !isCurrent(id, connection.get())) return;
+        if (connectError) return dropConnection(id, true);
+        std::error_code ignored;
+        connection->socket.non_blocking(true, ignored);
+        armConnectionRead(id, connection);
+        if (m_events) m_events->onTcpConnected(id);
+    });
+    return id;
 }
 
 bool AsioNetwork::isCurrent(SocketId id, const Connection* connection) const

@@ -13,6 +13,12 @@ namespace quorvane {
 using DateTime = double;
 constexpr double kSecondsPerDay = 86400.0;
 
+// The date-time a number of seconds after when.
+inline DateTime addSeconds(DateTime when, double seconds)
+{
+    return when + seconds / kSecondsPerDay;
+}
+
 using TimerId = int;
 
 class Clock {

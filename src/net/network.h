@@ -1,5 +1,5 @@
 // The engine's only door to sockets: UDP datagrams, listening TCP sockets and their connections,
-// by handle.
+// outgoing TCP connections, all by handle.
 // No Asio here: the production version is AsioNetwork (asio_network.h); tests use a fake.
 #pragma once
 
@@ -35,6 +35,8 @@ public:
     virtual void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) = 0;
     // A connection came in on a listening socket; the new connection has its own id.
     virtual void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) = 0;
+    // An outgoing connection is established; one that fails is reported by onTcpClosed instead.
+    virtual void onTcpConnected(SocketId connection) = 0;
     // Bytes arrived on a connection, as the system delivered them (no message boundaries).
     virtual void onTcpData(SocketId connection, std::string_view data) = 0;
     // Everything queued with sendTcp has gone to the system: a sender of much data may queue more.
@@ -53,6 +55,9 @@ public:
     virtual SocketId bindUdp(const std::string& address, uint16_t port) = 0;
     // Binds and listens on a TCP socket; kNoSocket on failure.
     virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
+    // Starts a connection to a peer from any local address; onTcpConnected or onTcpClosed follows,
+    // never from inside this call. kNoSocket when no socket could be made.
+    virtual SocketId connectTcp(const Endpoint& to) = 0;
     // Sends one datagram from a bound UDP socket. Send errors are ignored.
     virtual void sendTo(SocketId socket, const Endpoint& to, std::string_view data) = 0;
     // Queues bytes on a connection. Everything queued while one event is handled leaves in one

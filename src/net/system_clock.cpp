@@ -60,7 +60,9 @@ void SystemClock::arm(Timer& timer)
         while (next <= now) next += timer.interval; // a late tick does not cause a burst of catch-up ticks
         timer.timer.expires_at(next);
         arm(timer);
-        timer.tick(); // last: the tick may stop this very timer
+        // Last, and from a copy: the tick may stop this very timer, which destroys its function.
+        const auto tick = timer.tick;
+        tick();
     });
 }
 

@@ -1,5 +1,7 @@
 #include "query/record_wire.h"
 
+#include "query/message_bytes.h"
+#include "store/record_data.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 
@@ -36,6 +38,14 @@ void appendRdata(Bytes& out, const clDNSRecord& record)
     }
 }
 
+uint32_t takeLong(std::string_view& bytes)
+{
+    uint32_t value = 0;
+    for (size_t i = 0; i < 4; ++i) value = value << 8 | byteAt(bytes, i);
+    bytes.remove_prefix(4);
+    return value;
+}
+
 } // namespace
 
 void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl)
@@ -48,6 +58,36 @@ void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl)
     putShort(out, 0);
     appendRdata(out, record);
     patchShort(out, lengthAt, out.size() - lengthAt - 2);
+}
+
+bool readRecordData(std::string_view message, std::string_view rdata, clDNSRecord& record)
+{
+    switch (record.RecType) {
+    case rtype::A:
+        record.Data = rdata;
+        return rdata.size() == 4;
+    case rtype::NS:
+    case rtype::CNAME:
+    case rtype::PTR:
+        record.Data = ExtractName(message, rdata, true);
+        return !endsIncomplete(record.Data);
+    case rtype::MX:
+        if (rdata.size() < 3) return false;
+        record.Pref = ExtractShort(rdata, true);
+        record.Data = ExtractName(message, rdata, true);
+        return !endsIncomplete(record.Data);
+    case rtype::SOA: {
+        SoaFields soa;
+        soa.primary = ExtractName(message, rdata, true);
+        soa.mailbox = ExtractName(message, rdata, true);
+        if (endsIncomplete(soa.primary) || endsIncomplete(soa.mailbox) || rdata.size() < 20) return false;
+        for (uint32_t* field : {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum})
+            *field = takeLong(rdata);
+        record.Data = makeSoaData(soa);
+        return true;
+    }
+    default: record.Data = rdata; return true;
+    }
 }
 
 } // namespace quorvane

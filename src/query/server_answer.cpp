@@ -3,6 +3,7 @@
 // server when the answer was of no use.
 #include "query/dns_service.h"
 #include "query/message_bytes.h"
+#include "query/record_wire.h"
 
 #include "store/record_data.h"
 #include "wire/type_names.h"
@@ -18,59 +19,12 @@ constexpr int kTypeAny = 255;
 constexpr int kClassIN = 1;
 constexpr int kNameError = 3;
 
-uint32_t takeLong(std::string_view& bytes)
-{
-    uint32_t value = 0;
-    for (size_t i = 0; i < 4; ++i) value = value << 8 | byteAt(bytes, i);
-    bytes.remove_prefix(4);
-    return value;
-}
-
-// True when name is zone or lies below it.
-bool inZone(std::string_view name, std::string_view zone)
-{
-    if (zone == "." || name == zone) return true;
-    return name.size() > zone.size() && name.ends_with(zone) && name[name.size() - zone.size() - 1] == '.';
-}
-
 // One record of an answer, its data in the store's form.
 struct Received {
     Section section;
     clDNSRecord record; // Name, RecType, Data and Pref
     int32_t ttl;
 };
-
-// The record's data as the store keeps it; false for data that cannot be kept: cut short, or a
-// name in it that cannot be read. Names inside the data may point anywhere into the message.
-bool storeData(std::string_view message, std::string_view rdata, clDNSRecord& record)
-{
-    switch (record.RecType) {
-    case rtype::A:
-        record.Data = rdata;
-        return rdata.size() == 4;
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::PTR:
-        record.Data = ExtractName(message, rdata, true);
-        return !endsIncomplete(record.Data);
-    case rtype::MX:
-        if (rdata.size() < 3) return false;
-        record.Pref = ExtractShort(rdata, true);
-        record.Data = ExtractName(message, rdata, true);
-        return !endsIncomplete(record.Data);
-    case rtype::SOA: {
-        SoaFields soa;
-        soa.primary = ExtractName(message, rdata, true);
-        soa.mailbox = ExtractName(message, rdata, true);
-        if (endsIncomplete(soa.primary) || endsIncomplete(soa.mailbox) || rdata.size() < 20) return false;
-        for (uint32_t* field : {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum})
-            *field = takeLong(rdata);
-        record.Data = makeSoaData(soa);
-        return true;
-    }
-    default: record.Data = rdata; return true;
-    }
-}
 
 // The records of the three sections. Records of other classes, and of types from the cache's own
 // marker range, are passed over; a message cut short keeps the records before the cut.
@@ -89,7 +43,7 @@ std::vector<Received> readRecords(std::string_view message, WireReader& reader)
             if (!reader.ok()) return records;
             if (dnsClass != kClassIN || type == 0 || type >= rtype::kMarkerBase) continue;
             received.record.RecType = static_cast<int16_t>(type);
-            if (storeData(message, rdata, received.record)) records.push_back(std::move(received));
+            if (readRecordData(message, rdata, received.record)) records.push_back(std::move(received));
         }
     }
     return records;

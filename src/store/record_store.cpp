@@ -102,6 +102,17 @@ void RecordStore::removeZone(std::string_view name)
     }
 }
 
+void RecordStore::replaceZoneRecords(clZone& zone, std::vector<ZoneRecord>&& records)
+{
+    removeZoneRecords(zone);
+    zone.Records.reserve(records.size());
+    for (ZoneRecord& record : records) {
+        const RecordKey key =
+            CacheAddF(record.owner, record.type, record.ttl, std::move(record.data), record.pref, true);
+        if (key != 0) zone.Records.push_back(key);
+    }
+}
+
 RecordStore::Iterator RecordStore::insertRecord(clDNSRecord&& record)
 {
     // A multimap puts an equal key after those already there: a new record lands at the end of the

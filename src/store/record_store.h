@@ -9,6 +9,7 @@
 #include "net/error_hook.h"
 #include "store/dns_record.h"
 #include "store/zone.h"
+#include "store/zone_parser.h"
 
 #include <cstdint>
 #include <exception>
@@ -20,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace quorvane {
 
@@ -91,6 +93,12 @@ public:
     void removeZoneRecords(clZone& zone);
     // Removes the zone of that name and its records; nothing when there is none.
     void removeZone(std::string_view name);
+    // The zone's records replaced by these, in their order, as permanent records under new keys.
+    // Runs in one go, so no question ever sees part of the old zone and part of the new.
+    void replaceZoneRecords(clZone& zone, std::vector<ZoneRecord>&& records);
+    // Writes data/<zone>dns atomically: its header lines and, with records, its records
+    // (zone_file.h). False, after reporting why, when the file could not be written.
+    bool saveZoneFile(const clZone& zone, bool withRecords);
 
     // --- Cache ------------------------------------------------------------------------------------
     // A record learned from another server: the TTL rules of the cache (raised to the minimum cache

@@ -81,6 +81,9 @@ void RecordStore::loadZoneFile(const std::string& zone, const std::filesystem::p
     target.Slaves = std::move(comments.notify);
     target.Secure = !comments.notSecure;
     target.ZoneType = target.PrimaryIP.empty() ? zonetype::File : zonetype::Secondary;
+    // A copy read from its file counts as checked now: it keeps answering for its expiry time
+    // even when its primary cannot be reached at start.
+    if (target.ZoneType == zonetype::Secondary) target.Expires = addSeconds(m_clock.now(), target.ExpireIV);
 }
 
 void RecordStore::LoadBoot()

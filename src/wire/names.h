@@ -44,4 +44,11 @@ inline std::string_view parentName(std::string_view name)
     return name.substr(dot + 1);
 }
 
+// True when name is zone or lies below it; both in normal form.
+inline bool inZone(std::string_view name, std::string_view zone)
+{
+    if (zone == "." || name == zone) return true;
+    return name.size() > zone.size() && name.ends_with(zone) && name[name.size() - zone.size() - 1] == '.';
+}
+
 } // namespace quorvane

@@ -1,8 +1,9 @@
-// Shared by the fuzz targets: a clock that stands still and a host that builds every log line and
-// sends nothing.
+// Shared by the fuzz targets: a clock that stands still, a host that builds every log line and
+// sends nothing, and a network whose sends go nowhere.
 #pragma once
 
 #include "net/clock.h"
+#include "net/network.h"
 #include "query/query_host.h"
 
 #include <string>
@@ -27,6 +28,23 @@ public:
     void sendDns2(const Endpoint&, std::string_view) override {}
     void DoTray(int) override {}
     void appendDailyLog(const std::string&, const std::string&) override {}
+};
+
+// Sends go nowhere; every connection is open from its first use until it is closed.
+class SinkNetwork : public Network
+{
+public:
+    void setEvents(NetworkEvents*) override {}
+    SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId connectTcp(const Endpoint&) override { return ++lastConnection; }
+    void sendTo(SocketId, const Endpoint&, std::string_view) override {}
+    void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
+    uint16_t localPort(SocketId) const override { return 0; }
+    void close(SocketId) override {}
+    std::vector<std::string> localAddresses() const override { return {}; }
+    size_t sent = 0;
+    SocketId lastConnection = 0;
 };
 
 } // namespace quorvane::fuzz

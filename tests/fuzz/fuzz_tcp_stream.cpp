@@ -19,22 +19,8 @@ namespace {
 
 using namespace quorvane;
 using fuzz::QuietHost;
+using fuzz::SinkNetwork;
 using fuzz::StillClock;
-
-// Sends go nowhere; a connection is open from its request until it is closed.
-class SinkNetwork : public Network
-{
-public:
-    void setEvents(NetworkEvents*) override {}
-    SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
-    SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
-    void sendTo(SocketId, const Endpoint&, std::string_view) override {}
-    void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
-    uint16_t localPort(SocketId) const override { return 0; }
-    void close(SocketId) override {}
-    std::vector<std::string> localAddresses() const override { return {}; }
-    size_t sent = 0;
-};
 
 // A program folder with one zone, as the loader reads it from a file.
 std::filesystem::path makeFolder()

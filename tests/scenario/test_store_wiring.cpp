@@ -8,6 +8,7 @@
 #include "support/fake_network.h"
 #include "support/recording_events.h"
 #include "support/temp_folder.h"
+#include "wire/names.h"
 
 #include <gtest/gtest.h>
 
@@ -145,7 +146,6 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
     p.network.deliver(p.network.findOpen(false, 53), {0x0A000001, 53}, notify);
     ASSERT_EQ(p.network.sent.size(), 1u);
     EXPECT_EQ(static_cast<unsigned char>(p.network.sent[0].data[2]), 0xA4);
-    EXPECT_TRUE(p.logged("Zone copy. would now be checked with its primary"));
 
     // Idle connections close on their own; the rest close with the program.
     p.clock.advance(10s);
@@ -153,6 +153,41 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
     const SocketId late = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4001});
     p.engine->close(CloseReason::User);
     EXPECT_FALSE(p.network.isOpen(late));
+}
+
+TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
+{
+    Program p("LogDetail: YES\n");
+    p.folder.write("data/copy.dns", "; PrimaryIP 10.0.0.1\n");
+    p.start();
+    p.clock.advance(1s); // the first tick polls every zone that is due; an empty one is taken at once
+    ASSERT_EQ(p.network.connects.size(), 1u);
+    const auto [connection, primary] = *p.network.connects.begin();
+    EXPECT_EQ(primary, (Endpoint{0x0A000001, 53}));
+    p.network.accept(connection);
+    const Bytes request = p.network.tcpSent[connection].substr(2);
+    Bytes soa = ZipName("ns.copy.", "") + ZipName("admin.copy.", "");
+    for (const int32_t value : {7, 3600, 600, 86400, 60}) soa += MakeLong(value);
+    const Bytes answer = makeAnswer(request, 0, true,
+                                    {{2, "copy.", 6, 3600, soa}, wireA(2, "www.copy.", "10.0.0.80"), {2, "copy.", 6, 3600, soa}});
+    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(answer.size())) + answer);
+    EXPECT_TRUE(p.logged("Receiving Zone Transfer from 10.0.0.1 for copy."));
+    EXPECT_EQ(p.ask("www.copy."), Lines{"www.copy. A 10.0.0.80"});
+    EXPECT_TRUE(p.folder.read("data/copy.dns").starts_with("; PrimaryIP 10.0.0.1\n@ 3600 SOA ns.copy."));
+
+    // A NOTIFY from the primary: acknowledged, then the SOA is asked for from the outgoing socket.
+    Bytes notify = makeQuery(9, "copy.", 6, false);
+    notify[2] = 0x24;
+    p.network.sent.clear();
+    p.network.deliver(p.network.findOpen(false, 53), {0x0A000001, 53}, notify);
+    ASSERT_EQ(p.network.sent.size(), 2u);
+    const auto& query = p.network.sent[1];
+    EXPECT_EQ(query.to, (Endpoint{0x0A000001, 53}));
+    EXPECT_EQ(decodeReply(query.data).qtype, 6);
+    // The same serial: nothing to transfer.
+    p.network.deliver(query.socket, {0x0A000001, 53}, makeAnswer(query.data, 0, true, {{2, "copy.", 6, 3600, soa}}));
+    EXPECT_EQ(p.network.connects.size(), 1u);
+    EXPECT_FALSE(p.logged("Reply from 10.0.0.1: Ignored - No matching requests."));
 }
 
 } // namespace quorvane::test

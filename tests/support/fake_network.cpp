@@ -43,6 +43,19 @@ void FakeNetwork::peerClose(SocketId connection)
     if (m_open.erase(connection) != 0 && m_events) m_events->onTcpClosed(connection);
 }
 
+SocketId FakeNetwork::connectTcp(const Endpoint& to)
+{
+    const SocketId id = m_nextId++;
+    m_open.emplace(id, Bound{true, "", 0});
+    connects.emplace(id, to);
+    return id;
+}
+
+void FakeNetwork::accept(SocketId connection)
+{
+    if (m_events && isOpen(connection)) m_events->onTcpConnected(connection);
+}
+
 uint16_t FakeNetwork::localPort(SocketId socket) const
 {
     const auto it = m_open.find(socket);

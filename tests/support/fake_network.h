@@ -25,6 +25,7 @@ public:
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
     SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
+    SocketId connectTcp(const Endpoint& to) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
     void sendTcp(SocketId connection, std::string_view data) override;
     uint16_t localPort(SocketId socket) const override;
@@ -46,12 +47,16 @@ public:
     void deliverTcp(SocketId connection, std::string_view data);
     void drain(SocketId connection);
     void peerClose(SocketId connection);
+    // The outgoing connection a test lets stand, or refuses.
+    void accept(SocketId connection);
+    void refuse(SocketId connection) { peerClose(connection); }
 
     std::vector<std::string> addresses{"192.168.1.10"};
     // Makes binds of a fixed port throw, to exercise the callers' error guards.
     bool throwOnBind = false;
     std::vector<Sent> sent;
     std::map<SocketId, Bytes> tcpSent; // everything sent on each connection, in order
+    std::map<SocketId, Endpoint> connects; // every outgoing connection started, by id
 
 private:
     SocketId bind(bool tcp, const std::string& address, uint16_t port);

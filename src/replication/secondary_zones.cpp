@@ -117,7 +117,7 @@ bool ctlZTS::takeAnswer(int32_t id, std::string_view message)
     if (m_state != SoaSent || id != m_soaId || message.size() < 12) return false;
     if ((byteAt(message, 3) & 15) != 0) return true;
     WireReader reader(message, 12);
-    for (int i = shortAt(message, 4); i > 0; --i) {
+    for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {
         reader.name();
         reader.bytes(4);
     }

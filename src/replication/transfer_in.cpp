@@ -138,7 +138,7 @@ void ctlZTS::ProcAnswer(std::string_view message)
         return;
     }
     WireReader reader(message, 12);
-    for (int i = shortAt(message, 4); i > 0; --i) {
+    for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {
         reader.name();
         reader.bytes(4);
     }

@@ -85,6 +85,8 @@ void Engine::Main()
         bindReloadPort();
         m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
+        // Copies of other servers' zones are checked as soon as the server answers, not a tick later.
+        guarded("frmMain Timer1", [&] { pollSecondaryZones(m_clock.now()); });
         saveSettings(); // the file always holds every setting in its current form after a start
     });
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <malloc.h>
 
 namespace quorvane {
 
@@ -194,6 +195,7 @@ void ctlZTS::complete()
     clZone* zone = m_store.findZone(m_zone);
     if (zone == nullptr) return ProcQ();
     m_store.replaceZoneRecords(*zone, std::move(m_received));
+    m_received = {};
     m_host.AddLine(2, "Receiving Zone Transfer from " + m_primary + " for " + m_zone);
     m_store.saveZoneFile(*zone, true);
     const clDNSRecord* first = zone->Records.empty() ? nullptr : m_store.recordByKey(zone->Records.front());
@@ -207,6 +209,9 @@ void ctlZTS::complete()
     zone->Expires = addSeconds(now, zone->ExpireIV);
     zone->NextRefresh = addSeconds(now, zone->RefreshIV);
     m_changed(*zone);
+    // The old zone, the received list and the file's text were freed just now: a large zone
+    // leaves megabytes that the allocator would otherwise keep for good.
+    malloc_trim(0);
     ProcQ();
 }
 

@@ -107,8 +107,8 @@ void RecordStore::replaceZoneRecords(clZone& zone, std::vector<ZoneRecord>&& rec
     removeZoneRecords(zone);
     zone.Records.reserve(records.size());
     for (ZoneRecord& record : records) {
-        const RecordKey key =
-            CacheAddF(record.owner, record.type, record.ttl, std::move(record.data), record.pref, true);
+        const RecordKey key = CacheAddF(std::move(record.owner), record.type, record.ttl,
+                                        std::move(record.data), record.pref, true);
         if (key != 0) zone.Records.push_back(key);
     }
 }
@@ -177,7 +177,7 @@ void RecordStore::CacheAdd(std::string_view name, int16_t type, int32_t ttl, Byt
     });
 }
 
-RecordKey RecordStore::CacheAddF(std::string_view name, int16_t type, int32_t ttl, Bytes data, int32_t pref,
+RecordKey RecordStore::CacheAddF(std::string name, int16_t type, int32_t ttl, Bytes data, int32_t pref,
                                  bool keepTTL)
 {
     RecordKey key = 0;
@@ -185,7 +185,7 @@ RecordKey RecordStore::CacheAddF(std::string_view name, int16_t type, int32_t tt
         clDNSRecord record;
         record.Permanent = true;
         record.RecType = type;
-        record.Name = std::string(name);
+        record.Name = std::move(name);
         record.Data = std::move(data);
         record.Pref = pref;
         record.setTTL(keepTTL ? ttl : raisedTTL(ttl), m_clock.now());

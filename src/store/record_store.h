@@ -108,8 +108,7 @@ public:
     // A permanent record read from a file, stored after the records of its name under a new key,
     // which is returned (0 after an unexpected error). Unless keepTTL is set, a TTL from 1 up to
     // the minimum cache time is raised to it.
-    RecordKey CacheAddF(std::string_view name, int16_t type, int32_t ttl, Bytes data, int32_t pref,
-                        bool keepTTL);
+    RecordKey CacheAddF(std::string name, int16_t type, int32_t ttl, Bytes data, int32_t pref, bool keepTTL);
     // "Clear DNS Cache": every record that is not permanent goes.
     void clearCache();
     // One tick's slice of the housekeeping sweep: count / 300 + 1 records from where the last slice

@@ -72,8 +72,8 @@ void RecordStore::loadZoneFile(const std::string& zone, const std::filesystem::p
                 target.RetryIV = toInterval(soa->retry);
                 target.ExpireIV = toInterval(soa->expire);
             }
-            const RecordKey key =
-                CacheAddF(record.owner, record.type, record.ttl, std::move(record.data), record.pref, true);
+            const RecordKey key = CacheAddF(std::move(record.owner), record.type, record.ttl,
+                                            std::move(record.data), record.pref, true);
             if (key != 0) target.Records.push_back(key);
         },
         &comments);
@@ -180,8 +180,8 @@ void RecordStore::LoadFile(const std::filesystem::path& file, FileRecords kind, 
                     CacheAdd(record.owner, record.type, record.ttl, std::move(record.data), record.pref);
                     return;
                 }
-                const RecordKey key = CacheAddF(record.owner, record.type, record.ttl, std::move(record.data),
-                                                record.pref, false);
+                const RecordKey key = CacheAddF(std::move(record.owner), record.type, record.ttl,
+                                                std::move(record.data), record.pref, false);
                 if (zone && key != 0) zone->Records.push_back(key);
             },
             nullptr);

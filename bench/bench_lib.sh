@@ -1,4 +1,5 @@
-# Shell helpers the load benchmarks share (query_bench.sh, cache_bench.sh); sourced, not run.
+# Shell helpers the benchmarks share (query_bench.sh, cache_bench.sh, axfr_bench.sh,
+# axfr_in_bench.sh); sourced, not run.
 
 # Ends every process named in $STARTED (ids, blank-separated).
 stop_started() {
@@ -67,11 +68,14 @@ holds_lock() {
 }
 
 # Writes $1/knot.conf: one Knot on 127.0.0.1 port 53 with one worker of each kind, serving zone
-# $2 from file $3 (never written back) and letting 127.0.0.1 transfer it.
+# $2 from file $3 (never written back) and letting 127.0.0.1 transfer it. With $4, Knot is a
+# secondary instead: it takes the zone from the primary at address $4 port 53 and, as secondaries
+# do by default, writes it to file $3 after each transfer.
 write_knot_conf() {
-    local dir=$1 zone=$2 file=$3
+    local dir=$1 zone=$2 file=$3 primary=${4:-}
     mkdir -p "$dir/db"
-    cat >"$dir/knot.conf" <<EOF
+    {
+        cat <<EOF
 server:
     rundir: "$dir"
     pidfile: "$dir/knot.pid"
@@ -90,16 +94,13 @@ acl:
   - id: transfer
     address: 127.0.0.1
     action: transfer
-template:
-  - id: default
-    storage: "$dir"
-    zonefile-sync: -1
-    journal-content: none
-zone:
-  - domain: $zone
-    file: "$file"
-    acl: transfer
 EOF
+        [ -z "$primary" ] || printf 'remote:\n  - id: primary\n    address: %s@53\n' "$primary"
+        printf 'template:\n  - id: default\n    storage: "%s"\n' "$dir"
+        [ -n "$primary" ] || printf '    zonefile-sync: -1\n    journal-content: none\n'
+        printf 'zone:\n  - domain: %s\n    file: "%s"\n    acl: transfer\n' "$zone" "$file"
+        [ -z "$primary" ] || printf '    master: primary\n'
+    } >"$dir/knot.conf"
     knotc -c "$dir/knot.conf" conf-check >/dev/null
 }
 

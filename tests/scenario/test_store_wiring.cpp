@@ -190,4 +190,21 @@ TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
     EXPECT_FALSE(p.logged("Reply from 10.0.0.1: Ignored - No matching requests."));
 }
 
+TEST(StoreWiring, DueCopiesAreAskedForAtMostOnceAMinute)
+{
+    Program p("");
+    p.folder.write("data/copy.dns", "; PrimaryIP 10.0.0.1\n@ IN SOA ns.copy. admin.copy. 1 5 5 3600 5\n");
+    p.start();
+    const auto soaQueries = [&p] {
+        return std::count_if(p.network.sent.begin(), p.network.sent.end(),
+                             [](const FakeNetwork::Sent& sent) { return sent.to == Endpoint{0x0A000001, 53}; });
+    };
+    EXPECT_EQ(soaQueries(), 1);
+    // No answer: the retry time (5 s) passes long before the next poll a minute later.
+    p.clock.advance(59s);
+    EXPECT_EQ(soaQueries(), 1);
+    p.clock.advance(3s);
+    EXPECT_EQ(soaQueries(), 2);
+}
+
 } // namespace quorvane::test

@@ -2,6 +2,7 @@
 // deciding between a reply and resolution through other servers.
 #include "query/dns_service.h"
 
+#include "wire/dns_codes.h"
 #include "wire/type_names.h"
 
 namespace quorvane {
@@ -9,7 +10,6 @@ namespace quorvane {
 namespace {
 
 constexpr int kMaxPasses = 25;
-constexpr int kTypeAny = 255;
 
 bool sameRecord(const clDNSRecord& a, const clDNSRecord& b)
 {

@@ -3,6 +3,7 @@
 #include "query/dns_service.h"
 #include "query/message_bytes.h"
 
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -13,7 +14,6 @@ namespace {
 
 constexpr int kOpcodeQuery = 0;
 constexpr int kOpcodeNotify = 4;
-constexpr int kClassIN = 1;
 
 // The question types answered from local data or by recursion; every other one is not implemented.
 bool supportedType(int type)

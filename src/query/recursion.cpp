@@ -3,6 +3,7 @@
 #include "query/dns_service.h"
 
 #include "wire/addresses.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -20,7 +21,6 @@ constexpr int kMaxSubDepth = 9; // a request of this depth or less may start a s
 // or hostile, and every query beyond this would go to its servers.
 constexpr int kMaxSubRequests = 32;
 constexpr int kMaxQueries = 64;
-constexpr uint16_t kDnsPort = 53;
 // The timer ticks once a second and waits are set on ticks: a wait that ends within a tenth of a
 // second of a tick counts as over, or a one-second wait would end just after the next tick and
 // last two.

@@ -6,6 +6,7 @@
 #include "query/record_wire.h"
 
 #include "store/record_data.h"
+#include "wire/dns_codes.h"
 #include "wire/type_names.h"
 #include "wire/wire_reader.h"
 
@@ -15,8 +16,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kTypeAny = 255;
-constexpr int kClassIN = 1;
 constexpr int kNameError = 3;
 
 // One record of an answer, its data in the store's form.

@@ -2,18 +2,11 @@
 
 #include "query/message_bytes.h"
 #include "query/record_wire.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 
 namespace quorvane {
-
-namespace {
-
-constexpr int kTypeSOA = 6;
-constexpr int kClassIN = 1;
-constexpr uint16_t kDnsPort = 53;
-
-} // namespace
 
 void ZoneNotifications::ZoneNotify(const clZone& zone)
 {

@@ -5,6 +5,7 @@
 #include "query/message_bytes.h"
 #include "query/record_wire.h"
 #include "store/record_data.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/wire_reader.h"
 
@@ -15,9 +16,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kTypeSOA = 6;
-constexpr int kClassIN = 1;
-constexpr uint16_t kDnsPort = 53;
 // An expired zone is asked for again this often (seconds), until its primary answers.
 constexpr int32_t kExpiredPoll = 300;
 

@@ -6,6 +6,7 @@
 #include "query/record_wire.h"
 #include "store/record_data.h"
 #include "store/zone_text.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/wire_reader.h"
 
@@ -17,13 +18,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kTypeSOA = 6;
-constexpr int kTypeTXT = 16;
-constexpr int kTypeAXFR = 252;
-constexpr int kClassIN = 1;
-constexpr uint16_t kDnsPort = 53;
-constexpr int kRcodeFormatError = 1;
-constexpr int kRcodeNotImplemented = 4;
 // Appended after the question of every transfer request, unless the primary refuses it.
 constexpr std::string_view kMarker = "MS";
 

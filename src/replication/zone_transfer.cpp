@@ -3,6 +3,7 @@
 #include "query/message_bytes.h"
 #include "query/record_wire.h"
 #include "store/record_data.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -13,12 +14,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kTypeSOA = 6;
-constexpr int kTypeIXFR = 251;
-constexpr int kTypeAXFR = 252;
-constexpr int kClassIN = 1;
-constexpr int kRcodeNotImplemented = 4;
-constexpr int kRcodeRefused = 5;
 // A slice of a transfer: about this many bytes of framed messages per send. Building one takes well
 // under a millisecond, so UDP answers wait at most that long behind a transfer.
 constexpr size_t kSliceBytes = 64 * 1024;

@@ -50,6 +50,12 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(id, message); });
         return taken;
     });
+    m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
+                                            const std::function<void(std::string_view)>& reply) {
+        bool taken = false;
+        guarded("modDNS ProcNotify", [&] { taken = m_notifications.ProcNotifyTcp(sender, message, reply); });
+        return taken;
+    });
     m_dns.setNotifyHandler([this](const Endpoint& from, std::string_view message) {
         guarded("modDNS ProcNotify", [&] { m_notifications.ProcNotify(from, message); });
     });

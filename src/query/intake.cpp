@@ -13,7 +13,6 @@ namespace quorvane {
 namespace {
 
 constexpr int kOpcodeQuery = 0;
-constexpr int kOpcodeNotify = 4;
 
 // The question types answered from local data or by recursion; every other one is not implemented.
 bool supportedType(int type)

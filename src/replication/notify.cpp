@@ -5,6 +5,7 @@
 #include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
+#include "wire/wire_reader.h"
 
 namespace quorvane {
 
@@ -50,21 +51,41 @@ void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view messag
         return reply(from, message, 4);
     }
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name);
-    const clZone* zone = m_store.findZone(name);
-    if (zone != nullptr && zone->PrimaryIP == sender) {
-        m_host.AddLine(0, "Sending Notification Acknowledgement to " + sender);
-        // The request as received with QR set: its response code and question stay as they were.
-        Bytes ack(message);
-        ack[2] = static_cast<char>(byteAt(message, 2) | 0x80);
-        m_host.sendDns(from, ack);
-        m_host.DoTray(1);
-        m_queue.Que(name);
-        return;
-    }
+    if (acknowledge(sender, name, message, [&](std::string_view ack) { m_host.sendDns(from, ack); })) return;
     ++m_dns.ReplyCount;
     m_host.AddLine(0, "Sending answer to " + sender + " about Zone Update Notification for " + name);
     m_host.AddLine(0, "-> Header: Server Failure (" + sender + " not recognized as primary).");
     reply(from, message, 2);
+}
+
+bool ZoneNotifications::ProcNotifyTcp(const std::string& sender, std::string_view message, const Reply& reply)
+{
+    WireReader reader(message, 12);
+    const std::string name = reader.name();
+    const int type = reader.shortValue();
+    const int dnsClass = reader.shortValue();
+    const clZone* zone = m_store.findZone(name);
+    if (!reader.ok() || type != kTypeSOA || dnsClass != kClassIN || zone == nullptr ||
+        zone->PrimaryIP != sender)
+        return false;
+    m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name + " (TCP)");
+    return acknowledge(sender, name, message, reply);
+}
+
+// A notification from the zone's own primary: acknowledged, and the zone queued for a check.
+bool ZoneNotifications::acknowledge(const std::string& sender, const std::string& zone,
+                                    std::string_view message, const Reply& reply)
+{
+    const clZone* found = m_store.findZone(zone);
+    if (found == nullptr || found->PrimaryIP != sender) return false;
+    m_host.AddLine(0, "Sending Notification Acknowledgement to " + sender);
+    // The request as received with QR set: its response code and question stay as they were.
+    Bytes ack(message);
+    ack[2] = static_cast<char>(byteAt(message, 2) | 0x80);
+    reply(ack);
+    m_host.DoTray(1);
+    m_queue.Que(zone);
+    return true;
 }
 
 // The request echoed with QR set and the response code alone in the fourth byte.

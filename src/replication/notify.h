@@ -8,6 +8,8 @@
 #include "replication/zone_queue.h"
 #include "store/record_store.h"
 
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace quorvane {
@@ -25,8 +27,15 @@ public:
     void ZoneNotify(const clZone& zone);
     // A notification that arrived on the DNS port (already counted as a request).
     void ProcNotify(const Endpoint& from, std::string_view message);
+    // A notification that arrived over TCP, as some primaries send them: taken as over UDP when it
+    // comes from the primary of one of our secondary zones, the acknowledgement going to reply.
+    // False for any other, which the TCP service then answers as it answers other opcodes.
+    using Reply = std::function<void(std::string_view message)>;
+    bool ProcNotifyTcp(const std::string& sender, std::string_view message, const Reply& reply);
 
 private:
+    bool acknowledge(const std::string& sender, const std::string& zone, std::string_view message,
+                     const Reply& reply);
     void reply(const Endpoint& to, std::string_view request, int rcode);
 
     QueryHost& m_host;

@@ -116,6 +116,12 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     };
     if (shortAt(message, 4) == 0) return incomplete();
     const auto opcode = static_cast<int>((byteAt(message, 2) & 0x78) / 8);
+    const auto reply = [&](std::string_view out) {
+        m_out.clear();
+        frame(m_out, out);
+        send(element, m_out);
+    };
+    if (opcode == kOpcodeNotify && m_notify && m_notify(ip, message, reply)) return;
     if (opcode != 0) {
         m_host.AddLine(0, OpCodeN(opcode) + " from " + ip + " (TCP)");
         return sendError(element, message, kRcodeNotImplemented);

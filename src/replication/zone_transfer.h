@@ -12,6 +12,7 @@
 #include "query/query_host.h"
 #include "store/record_store.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,6 +63,12 @@ public:
     ZoneTransferServer(const ZoneTransferServer&) = delete;
     ZoneTransferServer& operator=(const ZoneTransferServer&) = delete;
 
+    // Zone change notifications over TCP are offered here first (sender, message, reply); the
+    // handler gives whether it took the message.
+    using NotifyHandler = std::function<bool(const std::string& sender, std::string_view message,
+                                             const std::function<void(std::string_view)>& reply)>;
+    void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
+
     // A connection accepted on WSZT; running is the server's state.
     void connectionRequest(SocketId connection, const Endpoint& from, bool running);
     void DataArrival(SocketId connection, std::string_view data);
@@ -96,6 +103,7 @@ private:
     DnsService& m_dns;
     const FloodGuard& m_flood;
     TimerId m_timer = 0;
+    NotifyHandler m_notify;
     std::vector<std::unique_ptr<ctlZT>> m_TCPcon;
     Bytes m_message;             // the message being built, reused
     Bytes m_out;                 // framed messages gathered for one send

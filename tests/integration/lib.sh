@@ -34,6 +34,25 @@ wait_for() {
     fail "no line matching '$pattern' in $file"
 }
 
+# Runs the command that follows every 0.2 s until it succeeds, for at most $1 seconds; returns 1
+# when the time runs out, and fails the case at once if the server (when started) ends meanwhile.
+within() {
+    local seconds=$1 start=$SECONDS
+    shift
+    until "$@"; do
+        [ -z "${SERVER_PID:-}" ] || kill -0 "$SERVER_PID" 2>/dev/null || fail "server ended while waiting for: $*"
+        [ $((SECONDS - start)) -lt "$seconds" ] || return 1
+        sleep 0.2
+    done
+}
+
+# The data of the answers of server $1 to name $2, type $3 (without RD), one a line, when the reply
+# carries the AA flag; nothing when it does not or no reply comes.
+aa_answer() {
+    dig @"$1" +tries=1 +time=2 +norec +noall +comments +answer "$2" "$3" 2>/dev/null |
+        awk '/^;; flags:/ { aa = / aa[ ;]/ } !/^;/ && NF >= 5 && aa { $1 = $2 = $3 = $4 = ""; sub(/^ +/, ""); print }'
+}
+
 # Counts the lines of stdout that match $1 exactly after the time stamp.
 count_lines() {
     grep -cE -- "^[0-9]{2}:[0-9]{2}:[0-9]{2}   $1\$" "$WORK/stdout" || true
@@ -88,7 +107,8 @@ CONF
 }
 
 # Starts an NSD on address $1, port 53, serving zone $2 from file $3 (more zone/file pairs may
-# follow); waits until it answers the first zone's SOA.
+# follow); waits until it answers the first zone's SOA. Each zone gets the lines of
+# $NSD_ZONE_OPTIONS too (e.g. "provide-xfr: 127.0.0.1 NOKEY"). Sets NSD_PID.
 start_nsd() {
     local address=$1 dir="$WORK/nsd-$1"
     shift
@@ -97,12 +117,14 @@ start_nsd() {
         nsd_server_conf "$address" "$dir"
         while [ $# -ge 2 ]; do
             printf 'zone:\n    name: "%s"\n    zonefile: "%s"\n' "$1" "$2"
+            [ -z "${NSD_ZONE_OPTIONS:-}" ] || printf '    %s\n' "$NSD_ZONE_OPTIONS"
             shift 2
         done
     } >"$dir/nsd.conf"
     nsd-checkconf "$dir/nsd.conf" || fail "nsd configuration for $address"
     nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
-    started $!
+    NSD_PID=$!
+    started $NSD_PID
     local zone
     zone=$(sed -n 's/^    name: "\(.*\)"$/\1/p' "$dir/nsd.conf" | head -1)
     for _ in $(seq 100); do

@@ -19,6 +19,7 @@ public:
     void onCaption(const std::string&) override {}
     void onStatusText(int, const std::string&) override {}
     void onTray(int) override {}
+    void onLeases(const std::vector<clLease>&) override {}
     void onClosed() override { m_closed(); }
 
 private:

@@ -7,7 +7,8 @@
 
 namespace quorvane {
 
-struct clDHCPif {
+struct clDHCPif
+{
     static constexpr int32_t kDefaultLease = 259200; // three days
 
     std::string IPaddr;    // the server's own address on that interface
@@ -15,7 +16,7 @@ struct clDHCPif {
     std::string ScopeFrom; // first address handed out
     std::string ScopeTo;   // last address handed out
     std::string Subnet;
-    std::string Gateway;   // empty: none
+    std::string Gateway;         // empty: none
     int32_t TTL = kDefaultLease; // lease period, seconds
     bool Enable = false;
     bool operator==(const clDHCPif&) const = default;

@@ -37,7 +37,15 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
                                         [this] { return m_serverRunning; }),
       m_notifications(*this, m_store, m_dns, m_ZoneTS),
       m_zoneTransfers(network, clock, *this, m_store, m_dns, m_flood),
-      m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; })
+      m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; }),
+      m_dhcp(
+          network, clock, [this](int level, const std::string& text) { AddLine(level, text); },
+          [this] { m_dns.countRequest(); },
+          [this](std::string_view name) {
+              for (const auto& [owner, record] : m_store.records(name))
+                  if (record.Permanent) return true;
+              return false;
+          })
 {
     m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
@@ -45,6 +53,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
     m_store.setZoneNotify([this](const clZone& zone) {
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
+    m_dns.setLeases(&m_dhcp);
     m_dns.setOtherAnswers([this](int32_t id, std::string_view message) {
         bool taken = false;
         guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(id, message); });
@@ -88,6 +97,8 @@ void Engine::Main()
         AddLine(0, "Loading IP address blocks...");
         m_flood.LoadBlocks(m_options.programFolder / kBlocksFileName);
         AddLine(0, "Loading DHCP Leases...");
+        guarded("modDHCP Load", [&] { m_dhcp.Load(m_options.programFolder / kLeaseFileName); });
+        m_events.onLeases(m_dhcp.leases());
         bindReloadPort();
         m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
@@ -144,6 +155,21 @@ void Engine::saveBlocks()
     });
 }
 
+void Engine::saveLeases()
+{
+    guarded("modDHCP SaveLeases", [&] {
+        if (!m_dhcp.SaveLeases(m_options.programFolder / kLeaseFileName))
+            throw std::system_error(errno, std::generic_category(), "Cannot write dhcp.dat");
+    });
+}
+
+void Engine::deleteLease(const std::string& address)
+{
+    guarded("frmDHCPLeases DelLease", [&] {
+        if (m_dhcp.deleteLease(address)) m_events.onLeases(m_dhcp.leases());
+    });
+}
+
 void Engine::execute(Command command)
 {
     switch (command) {
@@ -164,10 +190,12 @@ void Engine::close(CloseReason reason)
     guarded("frmMain QueryUnload", [&] { AddLine(0, closeReasonLine(reason)); });
     if (m_settings.CACHERELOAD) m_store.saveCache(false);
     saveBlocks();
+    saveLeases();
     guarded("frmMain Unload", [&] {
         closeDns();
         m_zoneTransfers.closeAll();
         m_ZoneTS.closeAll();
+        m_dhcp.closeAll();
         m_network.close(m_WSDNS2);
         m_network.close(m_WSReload);
         m_WSDNS2 = kNoSocket;
@@ -248,6 +276,8 @@ void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view 
         guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
     else if (socket == m_WSReload)
         guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
+    else if (m_serverRunning && m_dhcp.owns(socket))
+        guarded("frmMain WSDHCP", [&] { m_dhcp.DataArrival(socket, data); });
 }
 
 void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from)

@@ -2,6 +2,7 @@
 // and the operator's commands. Talks to the world only through Network, Clock and EngineEvents.
 #pragma once
 
+#include "dhcp/dhcp_server.h"
 #include "host/engine_events.h"
 #include "host/event_log.h"
 #include "host/settings.h"
@@ -56,6 +57,8 @@ public:
     // The options dialog's accepted settings (see checkOptions): applied, services rebound when
     // running, and saved.
     void applyOptions(const Settings& accepted, const std::vector<std::string>& blockList);
+    // The leases window's "Delete": the lease of that address leaves the table.
+    void deleteLease(const std::string& address);
     // Logs the reason, saves what is kept across runs, closes the sockets and the log file.
     void close(CloseReason reason);
 
@@ -95,8 +98,10 @@ private:
     void WriteBlockLog(const std::string& address);
     void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
+    void saveLeases();
     void Timer1();
     void pollSecondaryZones(DateTime now);
+    void keepLeases();
     void zeroSkippedSeconds(int second);
     void showStatus();
     SupportData supportData() const;
@@ -136,6 +141,7 @@ private:
     ZoneNotifications m_notifications;
     ZoneTransferServer m_zoneTransfers;
     ReloadPort m_reloadPort;
+    DhcpServer m_dhcp;
     DateTime m_lastNewZoneScan = 0;
     DateTime m_lastZonePoll = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last

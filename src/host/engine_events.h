@@ -2,7 +2,10 @@
 // the engine thread; a window forwards them to its own thread and never calls back into the engine.
 #pragma once
 
+#include "dhcp/lease_table.h"
+
 #include <string>
+#include <vector>
 
 namespace quorvane {
 
@@ -26,6 +29,8 @@ public:
     virtual void onStatusText(int panel, const std::string& text) = 0;
     // The notification-area icon: 0 normal, 1 activity, 2 error.
     virtual void onTray(int state) = 0;
+    // The lease table changed: the leases window shows this list.
+    virtual void onLeases(const std::vector<clLease>& leases) = 0;
     // Shut-down has finished its saves; the front end ends the loop and the program.
     virtual void onClosed() = 0;
 };

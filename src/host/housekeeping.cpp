@@ -35,8 +35,10 @@ void Engine::receiveDns(const Endpoint& from, std::string_view data)
     const DateTime now = m_clock.now();
     if (!m_flood.check(from.address, (now - std::floor(now)) * kSecondsPerDay)) return;
     const bool isAnswer = (static_cast<unsigned char>(data[2]) & 0x80) != 0;
-    if (!isAnswer) guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
-    else guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
+    if (!isAnswer)
+        guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
+    else
+        guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
 }
 
 // Answers to our queries; this socket has no flood check, and queries that arrive on it are dropped.
@@ -79,6 +81,7 @@ void Engine::Timer1()
         m_dns.retryWaiting();
         m_store.sweepCache();
         pollSecondaryZones(now);
+        keepLeases();
         if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
             m_lastNewZoneScan = now;
             m_store.CheckNewZone();
@@ -88,6 +91,16 @@ void Engine::Timer1()
         if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
         m_log.flush();
     });
+}
+
+// Leases that ended long ago go, and a table that changed is written at once (at most once a
+// second), so that a crash or a power cut loses no lease of the run.
+void Engine::keepLeases()
+{
+    m_dhcp.purge();
+    if (!m_dhcp.takeChanged()) return;
+    saveLeases();
+    m_events.onLeases(m_dhcp.leases());
 }
 
 // Secondary zones whose refresh or retry time has come are queued for a check, at most once a
@@ -100,7 +113,8 @@ void Engine::pollSecondaryZones(DateTime now)
     for (const clZone& zone : m_store.Zones())
         if (zone.ZoneType == zonetype::Secondary && !zone.PrimaryIP.empty() && zone.NextRefresh <= now)
             due.push_back(zone.Name);
-    for (const std::string& zone : due) guarded("ctlZTS Que", [&] { m_ZoneTS.Que(zone); });
+    for (const std::string& zone : due)
+        guarded("ctlZTS Que", [&] { m_ZoneTS.Que(zone); });
 }
 
 void Engine::zeroSkippedSeconds(int second)

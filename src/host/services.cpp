@@ -12,6 +12,7 @@ void Engine::StartServices()
 {
     guarded("modMain StartServices", [&] {
         if (!bindDns()) return;
+        m_dhcp.bind(m_settings.DHCP);
         bindQuerySocket();
         m_serverRunning = true;
         m_events.onServerState(true);
@@ -79,6 +80,7 @@ void Engine::mnuStartStop()
     }
     m_dns.clearPending();
     closeDns();
+    m_dhcp.closeAll();
     AddLine(0, "Server paused.");
     m_events.onServerState(false);
     m_events.onStatusText(0, "Paused");

@@ -15,9 +15,9 @@ namespace quorvane {
 
 namespace {
 
-constexpr size_t kBatch = 32;            // datagrams per system call
-constexpr size_t kMaxDatagram = 4096;    // larger datagrams are no DNS or DHCP request: dropped
-constexpr int kBatchesPerWake = 4;       // leave room for timers and other sockets under load
+constexpr size_t kBatch = 32;         // datagrams per system call
+constexpr size_t kMaxDatagram = 4096; // larger datagrams are no DNS or DHCP request: dropped
+constexpr int kBatchesPerWake = 4;    // leave room for timers and other sockets under load
 
 std::optional<asio::ip::address_v4> bindAddress(const std::string& text)
 {
@@ -37,9 +37,25 @@ sockaddr_in toSockaddr(const Endpoint& to)
     return address;
 }
 
+// The name of the interface that holds the address ("eth0"); empty when none does.
+std::string interfaceOf(uint32_t address)
+{
+    std::string name;
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) return name;
+    for (const ifaddrs* i = list; i != nullptr && name.empty(); i = i->ifa_next) {
+        if (i->ifa_addr == nullptr || i->ifa_addr->sa_family != AF_INET) continue;
+        if (ntohl(reinterpret_cast<const sockaddr_in*>(i->ifa_addr)->sin_addr.s_addr) == address)
+            name = i->ifa_name;
+    }
+    freeifaddrs(list);
+    return name;
+}
+
 } // namespace
 
-struct AsioNetwork::Udp {
+struct AsioNetwork::Udp
+{
     explicit Udp(asio::io_context& io) : socket(io) {}
     asio::ip::udp::socket socket;
     // Receiving: one buffer, address and header per datagram of a batch.
@@ -67,6 +83,11 @@ SocketId AsioNetwork::bindUdp(const std::string& address, uint16_t port)
     if (!ec) udp->socket.bind({*ip, port}, ec);
     if (!ec) udp->socket.non_blocking(true, ec);
     if (ec) return kNoSocket;
+    return addUdp(std::move(udp));
+}
+
+SocketId AsioNetwork::addUdp(std::unique_ptr<Udp> udp)
+{
     const SocketId id = m_nextId++;
     armRead(id, *udp);
     m_udp.emplace(id, std::move(udp));
@@ -102,7 +123,8 @@ void AsioNetwork::drainDatagrams(SocketId id, Udp& udp)
             if ((udp.headers[i].msg_hdr.msg_flags & MSG_TRUNC) != 0) continue;
             const Endpoint from{ntohl(udp.from[i].sin_addr.s_addr), ntohs(udp.from[i].sin_port)};
             if (m_events)
-                m_events->onDatagram(id, from, std::string_view(udp.buffers[i].data(), udp.headers[i].msg_len));
+                m_events->onDatagram(id, from,
+                                     std::string_view(udp.buffers[i].data(), udp.headers[i].msg_len));
             if (m_udp.count(id) == 0) return; // the handler closed this socket
         }
         udp.holdingSends = false;
@@ -126,7 +148,8 @@ void AsioNetwork::flushSends(Udp& udp)
             headers[i].msg_hdr.msg_iov = &iov[i];
             headers[i].msg_hdr.msg_iovlen = 1;
         }
-        const int sent = ::sendmmsg(udp.socket.native_handle(), headers.data(), static_cast<unsigned>(count), 0);
+        const int sent =
+            ::sendmmsg(udp.socket.native_handle(), headers.data(), static_cast<unsigned>(count), 0);
         // Send errors are ignored: a message that failed is skipped, the rest still go.
         done += sent > 0 ? static_cast<size_t>(sent) : 1;
     }
@@ -140,7 +163,8 @@ void AsioNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view d
     Udp& udp = *it->second;
     const sockaddr_in address = toSockaddr(to);
     if (!udp.holdingSends) {
-        ::sendto(udp.socket.native_handle(), data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+        ::sendto(udp.socket.native_handle(), data.data(), data.size(), 0,
+                 reinterpret_cast<const sockaddr*>(&address),
                  sizeof address); // errors ignored
         return;
     }
@@ -156,7 +180,8 @@ void AsioNetwork::sendTo(SocketId socket, const Endpoint& to, std::string_view d
 uint16_t AsioNetwork::localPort(SocketId socket) const
 {
     std::error_code ec;
-    if (const auto it = m_udp.find(socket); it != m_udp.end()) return it->second->socket.local_endpoint(ec).port();
+    if (const auto it = m_udp.find(socket); it != m_udp.end())
+        return it->second->socket.local_endpoint(ec).port();
     return localTcpPort(socket);
 }
 
@@ -166,6 +191,32 @@ void AsioNetwork::close(SocketId socket)
     // operation_aborted and touches nothing.
     m_udp.erase(socket);
     closeTcp(socket);
+}
+
+// The DHCP sockets. On Linux a socket bound to an interface's own address never receives datagrams
+// sent to 255.255.255.255, and a client without an address can only broadcast. So each DHCP socket
+// is bound to the wildcard address, port 67, and tied to the interface that owns the address
+// (SO_BINDTODEVICE): it hears that interface's broadcasts and nothing of the others, and its
+// broadcast replies leave through that interface. SO_REUSEADDR lets one such socket per interface
+// share the port.
+SocketId AsioNetwork::bindDhcp(const std::string& address)
+{
+    constexpr uint16_t kServerPort = 67;
+    const auto own = addressFromText(address);
+    const std::string device = own ? interfaceOf(*own) : std::string();
+    if (device.empty()) return kNoSocket;
+    auto udp = std::make_unique<Udp>(m_loop.impl().io);
+    std::error_code ec;
+    udp->socket.open(asio::ip::udp::v4(), ec);
+    if (!ec) udp->socket.set_option(asio::socket_base::reuse_address(true), ec);
+    if (!ec) udp->socket.set_option(asio::socket_base::broadcast(true), ec);
+    if (!ec && ::setsockopt(udp->socket.native_handle(), SOL_SOCKET, SO_BINDTODEVICE, device.c_str(),
+                            static_cast<socklen_t>(device.size())) != 0)
+        return kNoSocket;
+    if (!ec) udp->socket.bind({asio::ip::address_v4::any(), kServerPort}, ec);
+    if (!ec) udp->socket.non_blocking(true, ec);
+    if (ec) return kNoSocket;
+    return addUdp(std::move(udp));
 }
 
 std::vector<std::string> AsioNetwork::localAddresses() const

@@ -18,6 +18,7 @@ public:
 
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override;
+    SocketId bindDhcp(const std::string& address) override;
     SocketId listenTcp(const std::string& address, uint16_t port) override;
     SocketId connectTcp(const Endpoint& to) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
@@ -30,6 +31,7 @@ private:
     struct Udp;
     struct Listener;
     struct Connection;
+    SocketId addUdp(std::unique_ptr<Udp> udp);
     void armRead(SocketId id, Udp& udp);
     void drainDatagrams(SocketId id, Udp& udp);
     void flushSends(Udp& udp);

@@ -53,6 +53,10 @@ public:
     // Binds a UDP socket to address:port; an empty address means all interfaces, port 0 any free port.
     // Returns kNoSocket when the address or port cannot be bound.
     virtual SocketId bindUdp(const std::string& address, uint16_t port) = 0;
+    // The DHCP server's socket for the interface that holds address: UDP port 67, receiving the
+    // interface's broadcasts too, and allowed to broadcast its replies. kNoSocket when no interface
+    // holds the address or the port cannot be bound.
+    virtual SocketId bindDhcp(const std::string& address) = 0;
     // Binds and listens on a TCP socket; kNoSocket on failure.
     virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
     // Starts a connection to a peer from any local address; onTcpConnected or onTcpClosed follows,

@@ -2,6 +2,7 @@
 // deciding between a reply and resolution through other servers.
 #include "query/dns_service.h"
 
+#include "wire/addresses.h"
 #include "wire/dns_codes.h"
 #include "wire/type_names.h"
 
@@ -69,6 +70,12 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
         found.zoneSoa = authority != nullptr && authority->RecType == rtype::SOA ? authority : nullptr;
         if (found.zoneSoa != nullptr && request.CurName == request.QName) request.Authoritative = true;
         found.nameExists = found.answered = false;
+        if (const auto lease = leaseRecord(request)) {
+            SectionAdd(request, kAnswer, *lease);
+            if (request.CurName == request.QName) request.Authoritative = true; // our own data
+            found.nameExists = found.answered = true;
+            return found;
+        }
         const clDNSRecord* alias = nullptr;
         for (const auto& [name, record] : m_store.records(request.CurName)) {
             if (record.TTL(now) <= -kServedPastExpiry) continue;
@@ -92,6 +99,25 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
         SectionAdd(request, kAnswer, *alias);
         request.CurName = alias->Data;
     }
+}
+
+// The A record of a leased name, or the PTR record of a leased address's reverse name.
+std::optional<clDNSRecord> DnsService::leaseRecord(const clDNSRequest& request) const
+{
+    if (m_leases == nullptr || (request.QType != rtype::A && request.QType != rtype::PTR))
+        return std::nullopt;
+    const bool address = request.QType == rtype::A;
+    if (!address && !request.CurName.ends_with(".in-addr.arpa.")) return std::nullopt;
+    const auto lease =
+        address ? m_leases->leaseAddress(request.CurName) : m_leases->leaseName(ArpaToIP(request.CurName));
+    if (!lease) return std::nullopt;
+    clDNSRecord record;
+    record.Permanent = true;
+    record.RecType = static_cast<int16_t>(request.QType);
+    record.Name = request.CurName;
+    record.Data = address ? IPToData(lease->data) : lease->data;
+    record.setTTL(lease->ttl, m_clock.now());
+    return record;
 }
 
 void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)
@@ -120,7 +146,8 @@ void DnsService::AddAddl(clDNSRequest& request, std::string_view name)
 {
     const DateTime now = m_clock.now();
     for (const auto& [owner, record] : m_store.records(name))
-        if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAdditional, record);
+        if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry)
+            SectionAdd(request, kAdditional, record);
 }
 
 // With AUTOCNAME, a question for an alias itself also gets the addresses the alias stands for.
@@ -132,7 +159,8 @@ void DnsService::CNAMERes(clDNSRequest& request)
     for (const auto& alias : aliases) {
         if (alias.RecType != rtype::CNAME) continue;
         for (const auto& [owner, record] : m_store.records(alias.Data))
-            if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAnswer, record);
+            if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry)
+                SectionAdd(request, kAnswer, record);
     }
 }
 

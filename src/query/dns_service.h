@@ -5,6 +5,7 @@
 
 #include "net/clock.h"
 #include "query/dns_request.h"
+#include "query/lease_lookup.h"
 #include "query/query_host.h"
 #include "query/query_id.h"
 #include "store/record_store.h"
@@ -55,6 +56,8 @@ public:
     // by identifier; the handler gives whether it took the answer.
     using AnswerHandler = std::function<bool(int32_t id, std::string_view message)>;
     void setOtherAnswers(AnswerHandler handler) { m_otherAnswers = std::move(handler); }
+    // The DHCP leases, which answer A and PTR questions for the names and addresses they hold.
+    void setLeases(const LeaseLookup* leases) { m_leases = leases; }
     // Zone change notifications (opcode 4) are handed on here, after they were counted.
     using NotifyHandler = std::function<void(const Endpoint& from, std::string_view message)>;
     void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
@@ -107,6 +110,7 @@ private:
         bool tooLong = false;                 // the alias chain ran past the limit
     };
     Lookup lookUp(clDNSRequest& request);
+    std::optional<clDNSRecord> leaseRecord(const clDNSRequest& request) const;
     void giveUp(clDNSRequest& request);
     void outOfWork(clDNSRequest& request, clDNSRequest& client);
     void refuse(clDNSRequest& request);
@@ -143,6 +147,7 @@ private:
     Bytes m_reply;          // the reply being built, reused likewise
     Bytes m_query;          // the query to another server being built
     AnswerHandler m_otherAnswers;
+    const LeaseLookup* m_leases = nullptr;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;
     std::deque<Step> m_steps;

@@ -25,6 +25,8 @@ public:
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
     SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
+    // A UDP socket on port 67 of an address the machine has.
+    SocketId bindDhcp(const std::string& address) override { return address.empty() ? kNoSocket : bindUdp(address, 67); }
     SocketId connectTcp(const Endpoint& to) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
     void sendTcp(SocketId connection, std::string_view data) override;

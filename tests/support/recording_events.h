@@ -19,6 +19,7 @@ struct RecordingEvents : EngineEvents {
         if (panel == 0) status = text;
     }
     void onTray(int state) override { tray = state; }
+    void onLeases(const std::vector<clLease>& list) override { leases = list; }
     void onClosed() override { closed = true; }
 
     std::vector<std::string> lines; // texts without the "hh:mm:ss   " prefix
@@ -28,6 +29,7 @@ struct RecordingEvents : EngineEvents {
     std::string status;
     std::string caption;
     int tray = 0;
+    std::vector<clLease> leases;
     bool closed = false;
 };
 

@@ -1,0 +1,244 @@
+#include "dhcp/dhcp_server.h"
+
+#include "net/atomic_file.h"
+#include "wire/addresses.h"
+
+#include <algorithm>
+#include <fstream>
+#include <unordered_set>
+
+namespace quorvane {
+
+namespace {
+
+constexpr uint16_t kClientPort = 68;
+constexpr uint32_t kBroadcast = 0xFFFFFFFF;
+// A lease answers DNS with its remaining time, at most this long, so that a name that moves to
+// another address is not kept in caches for the days a lease may last.
+constexpr int32_t kMaxLeaseTTL = 3600;
+
+} // namespace
+
+DhcpServer::DhcpServer(Network& network, const Clock& clock, Log log, std::function<void()> countRequest,
+                       LeaseTable::PermanentName permanent)
+    : m_network(network), m_clock(clock), m_log(std::move(log)), m_countRequest(std::move(countRequest)),
+      m_permanent(std::move(permanent))
+{
+}
+
+void DhcpServer::bind(const std::vector<clDHCPif>& interfaces)
+{
+    closeAll();
+    for (const clDHCPif& interface : interfaces) {
+        if (!interface.Enable) continue;
+        const SocketId socket = m_network.bindDhcp(interface.IPaddr);
+        if (socket == kNoSocket) {
+            m_log(0, "Binding DHCP service to " + interface.IPaddr + " failed!");
+            continue;
+        }
+        m_WSDHCP.push_back({socket, interface});
+        m_log(0, "DHCP service started on " + interface.IPaddr);
+    }
+}
+
+void DhcpServer::closeAll()
+{
+    for (const Element& element : m_WSDHCP)
+        m_network.close(element.socket);
+    m_WSDHCP.clear();
+}
+
+bool DhcpServer::owns(SocketId socket) const
+{
+    return std::any_of(m_WSDHCP.begin(), m_WSDHCP.end(),
+                       [socket](const Element& e) { return e.socket == socket; });
+}
+
+// Each datagram is one whole message: a short one is dropped, never kept to be joined with the
+// next, which may come from another client.
+void DhcpServer::DataArrival(SocketId socket, std::string_view data)
+{
+    for (const Element& element : m_WSDHCP)
+        if (element.socket == socket && isDhcpRequest(data)) return Arrival(element, data);
+}
+
+void DhcpServer::Arrival(const Element& element, std::string_view data)
+{
+    m_countRequest();
+    const auto request = readDhcpRequest(data, element.interface);
+    if (!request) return;
+    const std::string& name = request->ClientName;
+    switch (request->MessageType) {
+    case dhcptype::Discover:
+        m_log(0, "DHCP Discovery from " + name +
+                     (request->ReqIP.empty() ? "" : " (Looking for " + request->ReqIP + ")"));
+        return Discover(element, *request);
+    case dhcptype::Request:
+        if (request->ClientIP == "0.0.0.0")
+            m_log(0, "DHCP Lease Request from " + name + " for " + request->ReqIP);
+        else
+            m_log(0, "DHCP Renewal Request from " + name + " for " + request->ClientIP);
+        return Request(element, *request);
+    case dhcptype::Decline:
+        m_log(0, "DHCP Decline from " + name);
+        return Decline(*request);
+    case dhcptype::Release:
+        m_log(0, "DHCP Release from " + request->ClientIP);
+        return Release(request->ClientIP);
+    default:
+        return;
+    }
+}
+
+void DhcpServer::Discover(const Element& element, const clDHCPRequest& request)
+{
+    const clLease client{0, "", request.ClientName, request.ClientID};
+    const clLease* known = m_table.byClientID(request.ClientID);
+    std::optional<std::string> address;
+    if (known != nullptr && valid(element.interface, known->IPaddr, client)) address = known->IPaddr;
+    if (!address) address = freeAddress(request, client);
+    if (!address) {
+        m_log(0,
+              "DHCP scope of " + element.interface.IPaddr + " has no free address for " + request.ClientName);
+        return; // a client that gets no offer asks again later
+    }
+    m_table.Remove(*address, request.ClientName);
+    // The offer holds the address a short while: offers nobody takes up must not fill the scope.
+    m_table.add({addSeconds(m_clock.now(), kOfferHold), *address, request.ClientName, request.ClientID});
+    m_changed = true;
+    Send(element, request, dhcptype::Offer, *address);
+}
+
+// The first address of the scope, from its start upward, that no lease of another client holds and
+// that no client declined lately; none when the client's name belongs to another.
+std::optional<std::string> DhcpServer::freeAddress(const clDHCPRequest& request, const clLease& client) const
+{
+    const clDHCPif& interface = request.Interface;
+    const auto from = addressFromText(interface.ScopeFrom);
+    const auto to = addressFromText(interface.ScopeTo);
+    const DateTime now = m_clock.now();
+    if (!from || !to || m_table.nameHeld(client, true, now, m_permanent)) return std::nullopt;
+    // One pass over the table, so the walk costs as much for a full scope as for an empty one.
+    std::unordered_set<uint32_t> held;
+    for (const clLease& lease : m_table.leases())
+        if (lease.End > now && lease.ClientID != client.ClientID)
+            if (const auto address = addressFromText(lease.IPaddr)) held.insert(*address);
+    for (uint64_t candidate = *from; candidate <= *to; ++candidate) {
+        const auto address = static_cast<uint32_t>(candidate);
+        const std::string text = addressText(address);
+        const auto declined = m_declined.find(text);
+        if (held.contains(address) || text == interface.IPaddr) continue;
+        if (declined != m_declined.end() && declined->second > now) continue;
+        return text;
+    }
+    return std::nullopt;
+}
+
+bool DhcpServer::valid(const clDHCPif& interface, const std::string& address, const clLease& client) const
+{
+    const auto declined = m_declined.find(address);
+    if (declined != m_declined.end() && declined->second > m_clock.now()) return false;
+    return m_table.ValidLease(interface, address, client, true, m_clock.now(), m_permanent);
+}
+
+void DhcpServer::Request(const Element& element, const clDHCPRequest& request)
+{
+    // A request that names another server answers that server's offer: ours is not needed.
+    if (!request.ServerID.empty() && request.ServerID != element.interface.IPaddr) {
+        if (m_table.eraseClientID(request.ClientID)) m_changed = true;
+        return;
+    }
+    if (m_table.eraseClientID(request.ClientID)) m_changed = true;
+    // A renewing client names its address in ciaddr and sends no option 50.
+    const std::string address = request.ReqIP.empty() ? request.ClientIP : request.ReqIP;
+    const clLease client{0, "", request.ClientName, request.ClientID};
+    if (!m_table.ValidLease(element.interface, address, client, true, m_clock.now(), m_permanent))
+        return Send(element, request, dhcptype::Nak, address);
+    m_table.Remove(address, request.ClientName);
+    m_table.add(
+        {addSeconds(m_clock.now(), element.interface.TTL), address, request.ClientName, request.ClientID});
+    m_changed = true;
+    Send(element, request, dhcptype::Ack, address);
+}
+
+void DhcpServer::Release(const std::string& address)
+{
+    if (m_table.endAddress(address, m_clock.now())) m_changed = true;
+}
+
+// The client found its address in use by another machine: it gives up its lease, and the address
+// rests for an hour, as clients expect, before it is offered again.
+void DhcpServer::Decline(const clDHCPRequest& request)
+{
+    const std::string& address = request.ReqIP;
+    if (address.empty()) return;
+    const DateTime now = m_clock.now();
+    std::erase_if(m_declined, [now](const auto& entry) { return entry.second <= now; });
+    m_declined[address] = addSeconds(now, kDeclineHold);
+    const clLease* lease = m_table.byClientID(request.ClientID);
+    if (lease != nullptr && lease->IPaddr == address && m_table.eraseClientID(request.ClientID))
+        m_changed = true;
+}
+
+void DhcpServer::Send(const Element& element, const clDHCPRequest& request, int type,
+                      const std::string& address)
+{
+    const char* what = type == dhcptype::Offer ? "Offer"
+                       : type == dhcptype::Ack ? "Acknowledgement"
+                                               : "Negative";
+    m_log(0, std::string("Sending DHCP ") + what + " to " + request.ClientName + " for " + address);
+    // A client without an address cannot take a datagram sent to one: it hears broadcasts only.
+    const auto client = addressFromText(request.ClientIP);
+    const uint32_t to = client && *client != 0 ? *client : kBroadcast;
+    m_network.sendTo(element.socket, {to, kClientPort}, buildDhcpReply(request, type, address));
+}
+
+void DhcpServer::Load(const std::filesystem::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    if (in) m_table.load(in); // none at the first start: the table stays empty
+}
+
+bool DhcpServer::SaveLeases(const std::filesystem::path& file) const
+{
+    return writeFileAtomically(file, m_table.fileText());
+}
+
+bool DhcpServer::takeChanged()
+{
+    const bool changed = m_changed;
+    m_changed = false;
+    return changed;
+}
+
+void DhcpServer::purge()
+{
+    if (m_table.purge(m_clock.now()) > 0) m_changed = true;
+}
+
+bool DhcpServer::deleteLease(const std::string& address)
+{
+    const bool deleted = m_table.eraseAddress(address);
+    m_changed = m_changed || deleted;
+    return deleted;
+}
+
+std::optional<LeaseAnswer> DhcpServer::leaseAddress(std::string_view name) const
+{
+    return answer(m_table.currentByName(name, m_clock.now()), true);
+}
+
+std::optional<LeaseAnswer> DhcpServer::leaseName(std::string_view address) const
+{
+    return answer(m_table.currentByAddress(address, m_clock.now()), false);
+}
+
+std::optional<LeaseAnswer> DhcpServer::answer(const clLease* lease, bool byName) const
+{
+    if (lease == nullptr) return std::nullopt;
+    const double left = (lease->End - m_clock.now()) * kSecondsPerDay;
+    const auto ttl = static_cast<int32_t>(std::clamp(left, 1.0, static_cast<double>(kMaxLeaseTTL)));
+    return LeaseAnswer{byName ? lease->IPaddr : lease->ClientName, ttl};
+}
+
+} // namespace quorvane

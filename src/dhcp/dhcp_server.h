@@ -1,0 +1,83 @@
+// modDHCP: the DHCP server. One socket (WSDHCP element) per enabled interface; DISCOVER, REQUEST,
+// DECLINE and RELEASE change the lease table and get their replies; the table is read from and
+// written to "dhcp.dat", and answers DNS questions for the names and addresses it holds.
+#pragma once
+
+#include "dhcp/dhcp_message.h"
+#include "dhcp/lease_table.h"
+#include "net/clock.h"
+#include "net/network.h"
+#include "query/lease_lookup.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quorvane {
+
+class DhcpServer : public LeaseLookup
+{
+public:
+    using Log = std::function<void(int level, const std::string& text)>;
+    // An offer holds its address this long for the client's request.
+    static constexpr int32_t kOfferHold = 60;
+    // An address a client declined (someone else uses it) is not offered again for this long.
+    static constexpr int32_t kDeclineHold = 3600;
+
+    // countRequest counts a message in the per-second statistics; permanent says whether a name
+    // belongs to a permanent DNS record.
+    DhcpServer(Network& network, const Clock& clock, Log log, std::function<void()> countRequest,
+               LeaseTable::PermanentName permanent);
+
+    // One socket per enabled interface, each with its log line; the sockets of an earlier call go.
+    void bind(const std::vector<clDHCPif>& interfaces);
+    void closeAll();
+    bool owns(SocketId socket) const;
+    // A datagram on one of the sockets; only called while the server runs.
+    void DataArrival(SocketId socket, std::string_view data);
+
+    // The lease file: read at start, written atomically after changes and at exit.
+    void Load(const std::filesystem::path& file);
+    bool SaveLeases(const std::filesystem::path& file) const;
+    // Whether the table changed since the last call; the housekeeping tick saves it then.
+    bool takeChanged();
+    // Once a tick: leases that ended long ago leave the table.
+    void purge();
+    // The operator's "Delete" in the leases window.
+    bool deleteLease(const std::string& address);
+    const std::vector<clLease>& leases() const { return m_table.leases(); }
+
+    std::optional<LeaseAnswer> leaseAddress(std::string_view name) const override;
+    std::optional<LeaseAnswer> leaseName(std::string_view address) const override;
+
+private:
+    struct Element
+    {
+        SocketId socket = kNoSocket;
+        clDHCPif interface;
+    };
+    void Arrival(const Element& element, std::string_view data);
+    void Discover(const Element& element, const clDHCPRequest& request);
+    void Request(const Element& element, const clDHCPRequest& request);
+    void Release(const std::string& address);
+    void Decline(const clDHCPRequest& request);
+    void Send(const Element& element, const clDHCPRequest& request, int type, const std::string& address);
+    std::optional<std::string> freeAddress(const clDHCPRequest& request, const clLease& client) const;
+    bool valid(const clDHCPif& interface, const std::string& address, const clLease& client) const;
+    std::optional<LeaseAnswer> answer(const clLease* lease, bool byName) const;
+
+    Network& m_network;
+    const Clock& m_clock;
+    Log m_log;
+    std::function<void()> m_countRequest;
+    LeaseTable::PermanentName m_permanent;
+    std::vector<Element> m_WSDHCP;
+    LeaseTable m_table;
+    std::map<std::string, DateTime> m_declined; // address -> until when it is not offered
+    bool m_changed = false;
+};
+
+} // namespace quorvane

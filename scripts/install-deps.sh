@@ -18,6 +18,7 @@ if [ "${1:-build}" = test ]; then
         libbenchmark-dev                                # micro-benchmarks
         iproute2 util-linux python3                     # private network namespaces for integration tests
         bind9-dnsutils knot-dnsutils                    # real DNS clients
+        busybox isc-dhcp-client dhcpcd-base             # real DHCP clients (dhcpcd without its service)
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
     )
     servers=(nsd knot bind9)                            # peers: authoritative servers, primaries and secondaries

@@ -139,3 +139,64 @@ start_nsd() {
 udp_in() {
     awk '/^Udp: [0-9]/ { print $2 }' /proc/net/snmp
 }
+
+# --- DHCP ----------------------------------------------------------------------------------------
+# Writes quorvane.ini to program folder $1 (made, with its data folder): DHCP on 10.77.0.1 for
+# home.lan, addresses 10.77.0.100 to 10.77.0.199, mask /24, router 10.77.0.254, leases of 600 s.
+dhcp_folder() {
+    mkdir -p "$1/data"
+    printf 'Name: ns.home.lan\nLogDetail: YES\nDHCP: %s\n' \
+        '10.77.0.1 home.lan 10.77.0.100 10.77.0.199 255.255.255.0 10.77.0.254 600' >"$1/quorvane.ini"
+}
+
+# The served link: a veth pair whose end qv0 (10.77.0.1/24) stays here with the server, and whose
+# end qc0 lies in the clients' namespace, a network and mount namespace of their own where /run
+# and /var/lib/dhcpcd are empty tmpfs, so that no client touches this machine's state. Sets
+# CLIENT_NS, the PID that keeps it; when the case ends, every process in it is killed (dhcpcd's
+# helpers outlive their parent), then what the case started.
+dhcp_link() {
+    unshare --net --mount sh -c 'mount -t tmpfs tmpfs /run &&
+        { [ ! -d /var/lib/dhcpcd ] || mount -t tmpfs tmpfs /var/lib/dhcpcd; } && exec sleep 300' &
+    CLIENT_NS=$!
+    disown "$CLIENT_NS" # ended by end_clients, without a word from this shell
+    local previous
+    previous=$(trap -p EXIT)
+    previous=${previous#"trap -- "}
+    eval "previous=${previous%" EXIT"}"
+    # shellcheck disable=SC2064 # the case's own exit trap, as it is now, runs after
+    trap "end_clients; $previous" EXIT
+    for _ in $(seq 50); do
+        [ "$(cat "/proc/$CLIENT_NS/comm" 2>/dev/null)" = sleep ] && break
+        sleep 0.1
+    done
+    [ "$(cat "/proc/$CLIENT_NS/comm" 2>/dev/null)" = sleep ] || fail "no namespace for the clients"
+    CLIENT_NET=$(readlink "/proc/$CLIENT_NS/ns/net")
+    ip link add qv0 type veth peer name qc0 netns "$CLIENT_NS" || fail "no veth pair"
+    ip addr add 10.77.0.1/24 dev qv0
+    ip link set qv0 up
+    in_clients ip link set lo up
+    in_clients ip link set qc0 up
+}
+
+# Runs the command that follows in the clients' namespace.
+in_clients() {
+    nsenter -t "$CLIENT_NS" -n -m "$@"
+}
+
+# Starts the command that follows in the clients' namespace, in the background; sets CLIENT_PID.
+start_client() {
+    nsenter -t "$CLIENT_NS" -n -m "$@" &
+    CLIENT_PID=$!
+    disown "$CLIENT_PID"
+    started "$CLIENT_PID"
+}
+
+# Kills every process in the clients' network namespace, by its PID.
+end_clients() {
+    local p
+    [ -n "${CLIENT_NET:-}" ] || { kill -KILL "$CLIENT_NS" 2>/dev/null; return 0; }
+    for p in /proc/[0-9]*; do
+        [ "$(readlink "$p/ns/net" 2>/dev/null)" = "$CLIENT_NET" ] && kill -KILL "${p#/proc/}" 2>/dev/null
+    done
+    return 0
+}

@@ -97,6 +97,7 @@ std::optional<clDHCPRequest> readDhcpRequest(std::string_view datagram, const cl
     request.HWType = static_cast<uint8_t>(byteAt(datagram, 1));
     request.txID = datagram.substr(4, 4);
     request.ClientIP = DataToIP(datagram.substr(12, 4));
+    request.RelayIP = DataToIP(datagram.substr(24, 4));
     request.HWAddr = datagram.substr(kChaddrAt, hardwareLength);
     for (size_t at = kDhcpOptionsAt; datagram.size() - at >= 2;) {
         const unsigned code = byteAt(datagram, at);
@@ -135,7 +136,8 @@ Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& 
     out.append(4, '\0'); // secs and flags
     out += IPToData(request.ClientIP);
     out += IPToData(leased ? address : "0.0.0.0");
-    out.append(8, '\0'); // siaddr and giaddr
+    out.append(4, '\0');                                                    // siaddr
+    out += IPToData(request.RelayIP.empty() ? "0.0.0.0" : request.RelayIP); // a relay knows its reply by it
     out += request.HWAddr;
     out.append(kChaddrSize - request.HWAddr.size(), '\0');
     out.append(kServerNameAndFile, '\0');

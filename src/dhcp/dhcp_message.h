@@ -29,6 +29,7 @@ struct clDHCPRequest
     uint8_t HWType = 0;
     Bytes HWAddr;              // hardware-length bytes of chaddr
     std::string ClientIP;      // ciaddr, "0.0.0.0" when the client has none
+    std::string RelayIP;       // giaddr: the relay agent that passed the request on, or "0.0.0.0"
     Bytes ClientID;            // option 61, or the hardware type and address when it was not sent
     bool ClientIDSent = false; // option 61 came with the request, and goes back with the reply
     std::string HostName;      // the first label of option 12, cleaned; "dhcp-" + hardware hex without it
@@ -48,7 +49,7 @@ bool isDhcpRequest(std::string_view datagram);
 // length runs past the end of the datagram.
 std::optional<clDHCPRequest> readDhcpRequest(std::string_view datagram, const clDHCPif& interface);
 
-// The reply of the given type: BOOTREPLY with the request's transaction, hardware and ciaddr,
+// The reply of the given type: BOOTREPLY with the request's transaction, hardware, ciaddr and giaddr,
 // yiaddr = address for an offer or an acknowledgement (0.0.0.0 otherwise), then the options 53, 61
 // (when the client sent it), 1, 54, 51, 6, 3 (with a gateway), 12, 15 and 255, in that order.
 Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& address);

@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <fstream>
-#include <unordered_set>
 
 namespace quorvane {
 
 namespace {
 
+constexpr uint16_t kServerPort = 67;
 constexpr uint16_t kClientPort = 68;
 constexpr uint32_t kBroadcast = 0xFFFFFFFF;
 // A lease answers DNS with its remaining time, at most this long, so that a name that moves to
@@ -111,32 +111,27 @@ void DhcpServer::Discover(const Element& element, const clDHCPRequest& request)
 
 // The first address of the scope, from its start upward, that no lease of another client holds and
 // that no client declined lately; none when the client's name belongs to another.
-std::optional<std::string> DhcpServer::freeAddress(const clDHCPRequest& request, const clLease& client) const
+std::optional<std::string> DhcpServer::freeAddress(const clDHCPRequest& request, const clLease& client)
 {
     const clDHCPif& interface = request.Interface;
     const auto from = addressFromText(interface.ScopeFrom);
     const auto to = addressFromText(interface.ScopeTo);
+    const auto own = addressFromText(interface.IPaddr);
     const DateTime now = m_clock.now();
-    if (!from || !to || m_table.nameHeld(client, true, now, m_permanent)) return std::nullopt;
-    // One pass over the table, so the walk costs as much for a full scope as for an empty one.
-    std::unordered_set<uint32_t> held;
-    for (const clLease& lease : m_table.leases())
-        if (lease.End > now && lease.ClientID != client.ClientID)
-            if (const auto address = addressFromText(lease.IPaddr)) held.insert(*address);
-    for (uint64_t candidate = *from; candidate <= *to; ++candidate) {
-        const auto address = static_cast<uint32_t>(candidate);
-        const std::string text = addressText(address);
-        const auto declined = m_declined.find(text);
-        if (held.contains(address) || text == interface.IPaddr) continue;
-        if (declined != m_declined.end() && declined->second > now) continue;
-        return text;
-    }
-    return std::nullopt;
+    if (!from || !to || *from > *to || m_table.nameHeld(client, true, now, m_permanent)) return std::nullopt;
+    const auto refused = [&](uint32_t address) {
+        if (own && address == *own) return true;
+        const auto declined = m_declined.find(address);
+        return declined != m_declined.end() && declined->second > now;
+    };
+    const auto address = m_table.firstFree(*from, *to, client, now, refused);
+    return address ? std::optional<std::string>(addressText(*address)) : std::nullopt;
 }
 
 bool DhcpServer::valid(const clDHCPif& interface, const std::string& address, const clLease& client) const
 {
-    const auto declined = m_declined.find(address);
+    const auto number = addressFromText(address);
+    const auto declined = number ? m_declined.find(*number) : m_declined.end();
     if (declined != m_declined.end() && declined->second > m_clock.now()) return false;
     return m_table.ValidLease(interface, address, client, true, m_clock.now(), m_permanent);
 }
@@ -172,9 +167,11 @@ void DhcpServer::Decline(const clDHCPRequest& request)
 {
     const std::string& address = request.ReqIP;
     if (address.empty()) return;
-    const DateTime now = m_clock.now();
-    std::erase_if(m_declined, [now](const auto& entry) { return entry.second <= now; });
-    m_declined[address] = addSeconds(now, kDeclineHold);
+    const auto number = addressFromText(address);
+    const auto from = addressFromText(request.Interface.ScopeFrom);
+    const auto to = addressFromText(request.Interface.ScopeTo);
+    if (!number || !from || !to || *number < *from || *number > *to) return; // only our own addresses rest
+    m_declined[*number] = addSeconds(m_clock.now(), kDeclineHold);
     const clLease* lease = m_table.byClientID(request.ClientID);
     if (lease != nullptr && lease->IPaddr == address && m_table.eraseClientID(request.ClientID))
         m_changed = true;
@@ -187,10 +184,16 @@ void DhcpServer::Send(const Element& element, const clDHCPRequest& request, int 
                        : type == dhcptype::Ack ? "Acknowledgement"
                                                : "Negative";
     m_log(0, std::string("Sending DHCP ") + what + " to " + request.ClientName + " for " + address);
-    // A client without an address cannot take a datagram sent to one: it hears broadcasts only.
+    // A relay agent takes the reply on the server port and passes it on. Otherwise a client without
+    // an address cannot take a datagram sent to one: it hears broadcasts only.
+    const auto relay = addressFromText(request.RelayIP);
     const auto client = addressFromText(request.ClientIP);
-    const uint32_t to = client && *client != 0 ? *client : kBroadcast;
-    m_network.sendTo(element.socket, {to, kClientPort}, buildDhcpReply(request, type, address));
+    Endpoint to{kBroadcast, kClientPort};
+    if (relay && *relay != 0)
+        to = {*relay, kServerPort};
+    else if (client && *client != 0)
+        to = {*client, kClientPort};
+    m_network.sendTo(element.socket, to, buildDhcpReply(request, type, address));
 }
 
 void DhcpServer::Load(const std::filesystem::path& file)
@@ -213,7 +216,16 @@ bool DhcpServer::takeChanged()
 
 void DhcpServer::purge()
 {
-    if (m_table.purge(m_clock.now()) > 0) m_changed = true;
+    const DateTime now = m_clock.now();
+    if (m_table.purge(now) > 0) m_changed = true;
+    for (auto declined = m_declined.begin(); declined != m_declined.end();) {
+        if (declined->second > now) {
+            ++declined;
+            continue;
+        }
+        m_table.mayBeFree(declined->first);
+        declined = m_declined.erase(declined);
+    }
 }
 
 bool DhcpServer::deleteLease(const std::string& address)

@@ -44,11 +44,12 @@ public:
     bool SaveLeases(const std::filesystem::path& file) const;
     // Whether the table changed since the last call; the housekeeping tick saves it then.
     bool takeChanged();
-    // Once a tick: leases that ended long ago leave the table.
+    // Once a tick: leases that ended long ago leave the table, declined addresses that rested
+    // long enough may be offered again.
     void purge();
     // The operator's "Delete" in the leases window.
     bool deleteLease(const std::string& address);
-    const std::vector<clLease>& leases() const { return m_table.leases(); }
+    std::vector<clLease> leases() const { return m_table.leases(); }
 
     std::optional<LeaseAnswer> leaseAddress(std::string_view name) const override;
     std::optional<LeaseAnswer> leaseName(std::string_view address) const override;
@@ -65,7 +66,7 @@ private:
     void Release(const std::string& address);
     void Decline(const clDHCPRequest& request);
     void Send(const Element& element, const clDHCPRequest& request, int type, const std::string& address);
-    std::optional<std::string> freeAddress(const clDHCPRequest& request, const clLease& client) const;
+    std::optional<std::string> freeAddress(const clDHCPRequest& request, const clLease& client);
     bool valid(const clDHCPif& interface, const std::string& address, const clLease& client) const;
     std::optional<LeaseAnswer> answer(const clLease* lease, bool byName) const;
 
@@ -76,7 +77,7 @@ private:
     LeaseTable::PermanentName m_permanent;
     std::vector<Element> m_WSDHCP;
     LeaseTable m_table;
-    std::map<std::string, DateTime> m_declined; // address -> until when it is not offered
+    std::map<uint32_t, DateTime> m_declined; // address -> until when it is not offered (a few at most)
     bool m_changed = false;
 };
 

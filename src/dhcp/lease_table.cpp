@@ -76,6 +76,15 @@ Bytes HexToHW(std::string_view text)
     return bytes;
 }
 
+std::vector<clLease> LeaseTable::leases() const
+{
+    std::vector<clLease> list;
+    list.reserve(m_leases.size());
+    for (const Entry& entry : m_leases)
+        list.push_back(entry.lease);
+    return list;
+}
+
 bool LeaseTable::ValidLease(const clDHCPif& interface, const std::string& address, const clLease& client,
                             bool expiredFree, DateTime now, const PermanentName& permanent) const
 {
@@ -84,9 +93,11 @@ bool LeaseTable::ValidLease(const clDHCPif& interface, const std::string& addres
     const auto to = addressFromText(interface.ScopeTo);
     if (!candidate || !from || !to || address == interface.IPaddr) return false;
     if (*candidate < *from || *candidate > *to) return false;
-    for (const clLease& lease : m_leases)
-        if (lease.IPaddr == address && lease.ClientID != client.ClientID && holds(lease, expiredFree, now))
-            return false;
+    const auto [first, last] = m_byAddress.equal_range(address);
+    for (auto it = first; it != last; ++it) {
+        const clLease& lease = it->second->lease;
+        if (lease.ClientID != client.ClientID && holds(lease, expiredFree, now)) return false;
+    }
     return !nameHeld(client, expiredFree, now, permanent);
 }
 
@@ -94,76 +105,164 @@ bool LeaseTable::nameHeld(const clLease& client, bool expiredFree, DateTime now,
                           const PermanentName& permanent) const
 {
     // The client's own lease holds nothing against it: a client that starts over keeps its address.
-    for (const clLease& lease : m_leases)
-        if (lease.ClientName == client.ClientName && lease.ClientID != client.ClientID &&
-            holds(lease, expiredFree, now))
-            return true;
+    const auto [first, last] = m_byName.equal_range(client.ClientName);
+    for (auto it = first; it != last; ++it) {
+        const clLease& lease = it->second->lease;
+        if (lease.ClientID != client.ClientID && holds(lease, expiredFree, now)) return true;
+    }
     return permanent && permanent(client.ClientName);
+}
+
+bool LeaseTable::addressHeld(const std::string& address, std::string_view clientID, DateTime now) const
+{
+    const auto [first, last] = m_byAddress.equal_range(address);
+    for (auto it = first; it != last; ++it)
+        if (it->second->lease.ClientID != clientID && it->second->lease.End > now) return true;
+    return false;
+}
+
+std::optional<uint32_t> LeaseTable::firstFree(uint32_t from, uint32_t to, const clLease& client, DateTime now,
+                                              const std::function<bool(uint32_t)>& skip)
+{
+    uint32_t& searchFrom = m_searchFrom.try_emplace(from, from).first->second;
+    // The search goes on where it stopped: every address below was held or refused then, and an
+    // address that came free since has moved the start back.
+    for (uint64_t candidate = std::max(from, searchFrom); candidate <= to; ++candidate) {
+        const auto address = static_cast<uint32_t>(candidate);
+        if (skip(address) || addressHeld(addressText(address), client.ClientID, now)) continue;
+        searchFrom = address;
+        return address;
+    }
+    searchFrom = to; // a full scope: only a freed address helps now
+    return std::nullopt;
+}
+
+void LeaseTable::freed(const std::string& address)
+{
+    if (const auto number = addressFromText(address)) mayBeFree(*number);
+}
+
+void LeaseTable::mayBeFree(uint32_t address)
+{
+    for (auto& [from, searchFrom] : m_searchFrom)
+        if (address >= from && address < searchFrom) searchFrom = address;
+}
+
+void LeaseTable::add(clLease lease)
+{
+    m_leases.push_back({std::move(lease), ++m_added});
+    const Position added = std::prev(m_leases.end());
+    m_byAddress.emplace(added->lease.IPaddr, added);
+    m_byName.emplace(added->lease.ClientName, added);
+    m_byClient.emplace(added->lease.ClientID, added);
+}
+
+void LeaseTable::unindex(Index& index, const std::string& key, Position lease)
+{
+    const auto [first, last] = index.equal_range(key);
+    for (auto it = first; it != last; ++it)
+        if (it->second == lease) return void(index.erase(it));
+}
+
+void LeaseTable::erase(Position lease)
+{
+    unindex(m_byAddress, lease->lease.IPaddr, lease);
+    unindex(m_byName, lease->lease.ClientName, lease);
+    unindex(m_byClient, lease->lease.ClientID, lease);
+    freed(lease->lease.IPaddr);
+    m_leases.erase(lease);
+}
+
+void LeaseTable::eraseKey(const Index& index, const std::string& key)
+{
+    std::vector<Position> doomed;
+    const auto [first, last] = index.equal_range(key);
+    for (auto it = first; it != last; ++it)
+        doomed.push_back(it->second);
+    for (const Position lease : doomed)
+        erase(lease);
 }
 
 void LeaseTable::Remove(const std::string& address, const std::string& clientName)
 {
-    std::erase_if(m_leases, [&](const clLease& lease) {
-        return lease.IPaddr == address || lease.ClientName == clientName;
-    });
+    eraseKey(m_byAddress, address);
+    eraseKey(m_byName, clientName);
+}
+
+const clLease* LeaseTable::first(const Index& index, std::string_view key, DateTime now, bool current) const
+{
+    const Entry* found = nullptr;
+    const auto [first, last] = index.equal_range(std::string(key));
+    for (auto it = first; it != last; ++it) {
+        const Entry& entry = *it->second;
+        if (current && entry.lease.End <= now) continue;
+        if (found == nullptr || entry.order < found->order) found = &entry;
+    }
+    return found == nullptr ? nullptr : &found->lease;
 }
 
 const clLease* LeaseTable::byClientID(std::string_view clientID) const
 {
-    for (const clLease& lease : m_leases)
-        if (lease.ClientID == clientID) return &lease;
-    return nullptr;
+    return first(m_byClient, clientID, 0, false);
 }
 
 bool LeaseTable::eraseClientID(std::string_view clientID)
 {
-    const auto found = std::find_if(m_leases.begin(), m_leases.end(),
-                                    [&](const clLease& lease) { return lease.ClientID == clientID; });
-    if (found == m_leases.end()) return false;
-    m_leases.erase(found);
-    return true;
+    const clLease* lease = byClientID(clientID);
+    if (lease == nullptr) return false;
+    const auto [first, last] = m_byClient.equal_range(std::string(clientID));
+    for (auto it = first; it != last; ++it)
+        if (&it->second->lease == lease) return erase(it->second), true;
+    return false;
 }
 
 bool LeaseTable::endAddress(const std::string& address, DateTime now)
 {
-    bool found = false;
-    for (clLease& lease : m_leases)
-        if (lease.IPaddr == address) {
-            lease.End = now;
-            found = true;
-        }
-    return found;
+    const auto [first, last] = m_byAddress.equal_range(address);
+    for (auto it = first; it != last; ++it)
+        it->second->lease.End = now;
+    if (first != last) freed(address);
+    return first != last;
 }
 
 bool LeaseTable::eraseAddress(const std::string& address)
 {
-    return std::erase_if(m_leases, [&](const clLease& lease) { return lease.IPaddr == address; }) > 0;
+    const bool found = m_byAddress.count(address) != 0;
+    eraseKey(m_byAddress, address);
+    return found;
 }
 
 size_t LeaseTable::purge(DateTime now)
 {
-    return std::erase_if(m_leases, [&](const clLease& lease) { return lease.End + kKeepEndedDays < now; });
+    size_t removed = 0;
+    for (auto lease = m_leases.begin(); lease != m_leases.end();) {
+        const auto next = std::next(lease);
+        if (lease->lease.End + kKeepEndedDays < now) {
+            erase(lease);
+            ++removed;
+        } else if (lease->lease.End <= now) {
+            freed(lease->lease.IPaddr);
+        }
+        lease = next;
+    }
+    return removed;
 }
 
 const clLease* LeaseTable::currentByName(std::string_view name, DateTime now) const
 {
-    for (const clLease& lease : m_leases)
-        if (lease.ClientName == name && lease.End > now) return &lease;
-    return nullptr;
+    return first(m_byName, name, now, true);
 }
 
 const clLease* LeaseTable::currentByAddress(std::string_view address, DateTime now) const
 {
-    for (const clLease& lease : m_leases)
-        if (lease.IPaddr == address && lease.End > now) return &lease;
-    return nullptr;
+    return first(m_byAddress, address, now, true);
 }
 
 std::string LeaseTable::fileText() const
 {
     std::string text(kLeaseFileHeader);
     text += '\n';
-    for (const clLease& lease : m_leases)
+    for (const auto& [lease, order] : m_leases)
         text += lease.ClientName + "  " + lease.IPaddr + "  " + HWToHex(lease.ClientID) + "  " +
                 dateTimeText(lease.End) + '\n';
     return text;
@@ -172,6 +271,10 @@ std::string LeaseTable::fileText() const
 void LeaseTable::load(std::istream& in)
 {
     m_leases.clear();
+    m_byAddress.clear();
+    m_byName.clear();
+    m_byClient.clear();
+    m_searchFrom.clear();
     std::string line;
     while (std::getline(in, line)) {
         std::string_view rest(line);
@@ -192,8 +295,11 @@ void LeaseTable::load(std::istream& in)
         const auto end =
             parseDateTime(first == std::string_view::npos ? "" : rest.substr(first, last - first + 1));
         const auto valid = addressFromText(address);
-        if (!end || !valid || CleanName(name).empty()) continue;
-        m_leases.push_back({*end, addressText(*valid), CleanName(name) + ".", HexToHW(id)});
+        Bytes clientID = HexToHW(id);
+        // A lease belongs to a client: a line without one would be written back as a line that
+        // does not read.
+        if (!end || !valid || CleanName(name).empty() || clientID.empty()) continue;
+        add({*end, addressText(*valid), CleanName(name) + ".", std::move(clientID)});
     }
 }
 

@@ -1,0 +1,62 @@
+// Builds client requests as DHCP clients send them, for the DHCP tests.
+#pragma once
+
+#include "dhcp/dhcp_interface.h"
+#include "net/bytes.h"
+#include "wire/addresses.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quorvane::test {
+
+// The served interface of the tests: 10.0.0.1, home.lan, 10.0.0.100 to 10.0.0.102, a /24, router
+// 10.0.0.254, leases of 600 s.
+inline clDHCPif testInterface()
+{
+    clDHCPif i;
+    i.IPaddr = "10.0.0.1";
+    i.Domain = ".home.lan";
+    i.ScopeFrom = "10.0.0.100";
+    i.ScopeTo = "10.0.0.102";
+    i.Subnet = "255.255.255.0";
+    i.Gateway = "10.0.0.254";
+    i.TTL = 600;
+    i.Enable = true;
+    return i;
+}
+
+using DhcpOptions = std::vector<std::pair<int, Bytes>>;
+
+// A BOOTREQUEST from hardware address 02 00 00 00 00 <host>, with ciaddr and options as given
+// (no end option is added: the caller gives 255 when it wants one).
+inline Bytes dhcpRequest(int host, const std::string& ciaddr, const DhcpOptions& options)
+{
+    Bytes m;
+    m += '\x01';
+    m += '\x01';
+    m += '\x06';
+    m += '\0';
+    m += "\x12\x34\x56\x78";
+    m.append(4, '\0');
+    m += IPToData(ciaddr);
+    m.append(12, '\0');
+    m += Bytes("\x02\0\0\0\0", 5) + static_cast<char>(host);
+    m.append(10 + 192, '\0');
+    m += "\x63\x82\x53\x63";
+    for (const auto& [code, data] : options) {
+        m += static_cast<char>(code);
+        if (code == 0 || code == 255) continue;
+        m += static_cast<char>(data.size());
+        m += data;
+    }
+    return m;
+}
+
+inline Bytes typeOption(int type)
+{
+    return Bytes(1, static_cast<char>(type));
+}
+
+} // namespace quorvane::test

@@ -1,0 +1,149 @@
+#include "dhcp/dhcp_server.h"
+#include "dhcp_test_support.h"
+
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+
+#include <gtest/gtest.h>
+
+namespace quorvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
+
+constexpr Endpoint kBroadcast{0xFFFFFFFF, 68};
+
+struct DhcpFixture
+{
+    FakeClock clock;
+    FakeNetwork network;
+    Lines lines;
+    int counted = 0;
+    DhcpServer server{network, clock, [this](int, const std::string& text) { lines.push_back(text); },
+                      [this] { ++counted; }, [](std::string_view name) { return name == "www.home.lan."; }};
+    SocketId socket = kNoSocket;
+
+    DhcpFixture()
+    {
+        network.addresses = {"10.0.0.1"};
+        clDHCPif elsewhere = testInterface();
+        elsewhere.IPaddr = "10.9.9.9"; // no interface of this machine
+        server.bind({testInterface(), elsewhere});
+        socket = network.findOpen(false, 67);
+    }
+    // Sends a request of the given type from host 02 00 00 00 00 <host>; the replies it got.
+    std::vector<FakeNetwork::Sent> ask(int host, int type, const std::string& ciaddr, DhcpOptions options)
+    {
+        options.insert(options.begin(), {53, typeOption(type)});
+        options.push_back({255, {}});
+        network.sent.clear();
+        server.DataArrival(socket, dhcpRequest(host, ciaddr, options));
+        return network.sent;
+    }
+    std::vector<FakeNetwork::Sent> discover(int host, const std::string& name)
+    {
+        return ask(host, dhcptype::Discover, "0.0.0.0", {{12, name}});
+    }
+    std::vector<FakeNetwork::Sent> request(int host, const std::string& name, const std::string& address)
+    {
+        return ask(host, dhcptype::Request, "0.0.0.0",
+                   {{12, name}, {50, IPToData(address)}, {54, IPToData("10.0.0.1")}});
+    }
+};
+
+// The type and offered address of a reply.
+std::pair<int, std::string> typeAndAddress(const FakeNetwork::Sent& reply)
+{
+    return {reply.data[242], DataToIP(reply.data.substr(16, 4))};
+}
+
+TEST(DhcpServer, AClientIsOfferedAcknowledgedRenewedAndReleased)
+{
+    DhcpFixture f;
+    EXPECT_EQ(f.lines,
+              (Lines{"DHCP service started on 10.0.0.1", "Binding DHCP service to 10.9.9.9 failed!"}));
+    f.lines.clear();
+
+    auto replies = f.discover(7, "pc1");
+    ASSERT_EQ(replies.size(), 1u);
+    EXPECT_EQ(replies[0].to, kBroadcast); // the client has no address yet
+    EXPECT_EQ(typeAndAddress(replies[0]), std::make_pair(2, std::string("10.0.0.100")));
+    EXPECT_DOUBLE_EQ(f.server.leases()[0].End, addSeconds(f.clock.now(), DhcpServer::kOfferHold));
+    replies = f.request(7, "pc1", "10.0.0.100");
+    ASSERT_EQ(replies.size(), 1u);
+    EXPECT_EQ(typeAndAddress(replies[0]), std::make_pair(5, std::string("10.0.0.100")));
+    EXPECT_EQ(f.server.leaseAddress("pc1.home.lan.")->data, "10.0.0.100");
+    EXPECT_EQ(f.server.leaseAddress("pc1.home.lan.")->ttl, 600);
+    EXPECT_EQ(f.server.leaseName("10.0.0.100")->data, "pc1.home.lan.");
+
+    // A renewal names its address in ciaddr only, and is answered there.
+    replies = f.ask(7, dhcptype::Request, "10.0.0.100", {{12, "pc1"}});
+    ASSERT_EQ(replies.size(), 1u);
+    EXPECT_EQ(replies[0].to, (Endpoint{0x0A000064, 68}));
+    EXPECT_EQ(typeAndAddress(replies[0]).first, 5);
+
+    // Through a relay agent, the reply goes back to the relay's server port.
+    Bytes relayed = dhcpRequest(7, "0.0.0.0", {{53, typeOption(1)}, {12, "pc1"}, {255, {}}});
+    relayed.replace(24, 4, IPToData("10.0.0.2"));
+    f.network.sent.clear();
+    f.server.DataArrival(f.socket, relayed);
+    ASSERT_EQ(f.network.sent.size(), 1u);
+    EXPECT_EQ(f.network.sent[0].to, (Endpoint{0x0A000002, 67}));
+    EXPECT_EQ(f.network.sent[0].data.substr(24, 4), IPToData("10.0.0.2"));
+    f.request(7, "pc1", "10.0.0.100");
+    f.lines.resize(6);
+
+    // Another client may not take the address, nor the name.
+    EXPECT_EQ(typeAndAddress(f.discover(8, "pc2").at(0)).second, "10.0.0.101");
+    EXPECT_EQ(typeAndAddress(f.request(8, "pc2", "10.0.0.100").at(0)).first, 6);
+    EXPECT_TRUE(f.discover(9, "pc1").empty());
+    EXPECT_TRUE(f.discover(9, "www").empty()); // a name of a permanent record
+
+    EXPECT_TRUE(f.ask(7, dhcptype::Release, "10.0.0.100", {}).empty());
+    EXPECT_FALSE(f.server.leaseAddress("pc1.home.lan."));
+    EXPECT_EQ(
+        f.lines,
+        (Lines{"DHCP Discovery from pc1.home.lan.", "Sending DHCP Offer to pc1.home.lan. for 10.0.0.100",
+               "DHCP Lease Request from pc1.home.lan. for 10.0.0.100",
+               "Sending DHCP Acknowledgement to pc1.home.lan. for 10.0.0.100",
+               "DHCP Renewal Request from pc1.home.lan. for 10.0.0.100",
+               "Sending DHCP Acknowledgement to pc1.home.lan. for 10.0.0.100",
+               "DHCP Discovery from pc2.home.lan.", "Sending DHCP Offer to pc2.home.lan. for 10.0.0.101",
+               "DHCP Lease Request from pc2.home.lan. for 10.0.0.100",
+               "Sending DHCP Negative to pc2.home.lan. for 10.0.0.100", "DHCP Discovery from pc1.home.lan.",
+               "DHCP scope of 10.0.0.1 has no free address for pc1.home.lan.",
+               "DHCP Discovery from www.home.lan.",
+               "DHCP scope of 10.0.0.1 has no free address for www.home.lan.",
+               "DHCP Release from 10.0.0.100"}));
+    EXPECT_EQ(f.counted, 10);
+    EXPECT_TRUE(f.server.takeChanged());
+    EXPECT_FALSE(f.server.takeChanged());
+}
+
+TEST(DhcpServer, OffersDeclinesAndOtherServersFreeAddressesInTheirTime)
+{
+    DhcpFixture f;
+    EXPECT_EQ(typeAndAddress(f.discover(7, "pc1").at(0)).second, "10.0.0.100");
+    f.ask(7, dhcptype::Decline, "0.0.0.0", {{12, "pc1"}, {50, IPToData("10.0.0.100")}});
+    EXPECT_EQ(f.lines.back(), "DHCP Decline from pc1.home.lan.");
+    EXPECT_EQ(typeAndAddress(f.discover(7, "pc1").at(0)).second, "10.0.0.101");
+    // The client takes another server's offer: ours goes at once.
+    EXPECT_TRUE(
+        f.ask(7, dhcptype::Request, "0.0.0.0", {{50, IPToData("10.0.0.101")}, {54, IPToData("10.0.0.2")}})
+            .empty());
+    EXPECT_TRUE(f.server.leases().empty());
+
+    EXPECT_EQ(typeAndAddress(f.discover(8, "pc2").at(0)).second, "10.0.0.101");
+    EXPECT_EQ(typeAndAddress(f.discover(9, "pc3").at(0)).second, "10.0.0.102");
+    EXPECT_TRUE(f.discover(10, "pc4").empty()); // .100 declined, the others offered
+    f.clock.advance(61s); // unanswered offers end, and the tick finds their addresses free
+    f.server.purge();
+    EXPECT_EQ(typeAndAddress(f.discover(10, "pc4").at(0)).second, "10.0.0.101");
+    f.clock.advance(3600s); // the declined address rests no longer
+    f.server.purge();
+    EXPECT_EQ(typeAndAddress(f.discover(11, "pc5").at(0)).second, "10.0.0.100");
+}
+
+} // namespace
+} // namespace quorvane::test

@@ -1,0 +1,78 @@
+#include "dhcp/lease_table.h"
+#include "dhcp_test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace quorvane::test {
+namespace {
+
+const DateTime kNow = fromCalendar({2026, 11, 23, 12, 0, 0});
+
+TEST(LeaseTable, ValidLeaseKeepsAddressesAndNamesToTheirClients)
+{
+    LeaseTable table;
+    table.add({kNow + 1, "10.0.0.100", "pc1.home.lan.", "id1"});   // running
+    table.add({kNow - 1, "10.0.0.101", "old.home.lan.", "idold"}); // ended
+    const auto permanent = [](std::string_view name) { return name == "www.home.lan."; };
+    struct Case
+    {
+        const char* what;
+        std::string address;
+        clLease client;
+        bool expiredFree;
+        bool valid;
+    };
+    const Case cases[] = {
+        {"a free address", "10.0.0.102", {0, "", "pc2.home.lan.", "id2"}, true, true},
+        {"the interface's own", "10.0.0.1", {0, "", "pc2.home.lan.", "id2"}, true, false},
+        {"below the scope", "10.0.0.99", {0, "", "pc2.home.lan.", "id2"}, true, false},
+        {"above the scope", "10.0.0.103", {0, "", "pc2.home.lan.", "id2"}, true, false},
+        {"no address", "10.0.0", {0, "", "pc2.home.lan.", "id2"}, true, false},
+        {"held by another", "10.0.0.100", {0, "", "pc2.home.lan.", "id2"}, true, false},
+        {"held by the same client", "10.0.0.100", {0, "", "pc1.home.lan.", "id1"}, true, true},
+        {"an ended lease, free", "10.0.0.101", {0, "", "pc2.home.lan.", "id2"}, true, true},
+        {"an ended lease, not free", "10.0.0.101", {0, "", "pc2.home.lan.", "id2"}, false, false},
+        {"a name held by another", "10.0.0.102", {0, "", "pc1.home.lan.", "id2"}, true, false},
+        {"a name of a permanent record", "10.0.0.102", {0, "", "www.home.lan.", "id2"}, true, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(table.ValidLease(testInterface(), c.address, c.client, c.expiredFree, kNow, permanent),
+                  c.valid);
+    }
+}
+
+TEST(LeaseTable, TheFileIsWrittenAndReadBackLineByLine)
+{
+    EXPECT_EQ(HWToHex(Bytes("\x00\x0a\xff", 3)), "000AFF");
+    EXPECT_EQ(HexToHW("000aFF"), Bytes("\x00\x0a\xff", 3));
+    EXPECT_EQ(HexToHW("0A1"), Bytes("\x0a", 1)); // an odd last digit is dropped
+
+    std::istringstream file("; Quorvane - DHCP Leases\n"
+                            "PC1.home.lan.  010.0.0.100  0102  2026-11-23 12:30:00 ; a comment\n"
+                            "bad.home.lan.  10.0.0.101  01  2026-11-23 25:00:00\n"
+                            "april.home.lan.  10.0.0.101  01  2026-04-31 10:00:00\n"
+                            "short.home.lan.  10.0.0.102\n"
+                            "  \n"
+                            "x.home.lan.  10.0.0.102  ff  2026-11-23 12:00:05\r\n");
+    LeaseTable table;
+    table.load(file);
+    ASSERT_EQ(table.leases().size(), 2u);
+    EXPECT_EQ(table.leases()[0], (clLease{fromCalendar({2026, 11, 23, 12, 30, 0}), "10.0.0.100",
+                                          "pc1.home.lan.", Bytes("\x01\x02", 2)}));
+    EXPECT_EQ(table.fileText(), "; Quorvane - DHCP Leases\n"
+                                "pc1.home.lan.  10.0.0.100  0102  2026-11-23 12:30:00\n"
+                                "x.home.lan.  10.0.0.102  FF  2026-11-23 12:00:05\n");
+
+    // Ended leases stay a day, so a client coming back gets its address again.
+    EXPECT_EQ(table.purge(fromCalendar({2026, 11, 24, 12, 10, 0})), 1u);
+    EXPECT_EQ(table.leases().size(), 1u);
+    EXPECT_EQ(table.currentByName("pc1.home.lan.", fromCalendar({2026, 11, 23, 12, 29, 0}))->IPaddr,
+              "10.0.0.100");
+    EXPECT_EQ(table.currentByName("pc1.home.lan.", fromCalendar({2026, 11, 23, 12, 31, 0})), nullptr);
+}
+
+} // namespace
+} // namespace quorvane::test

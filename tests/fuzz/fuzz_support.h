@@ -37,7 +37,7 @@ public:
     void setEvents(NetworkEvents*) override {}
     SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
     SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
-    SocketId bindDhcp(const std::string&) override { return kNoSocket; }
+    SocketId bindDhcp(const std::string&) override { return ++lastConnection; }
     SocketId connectTcp(const Endpoint&) override { return ++lastConnection; }
     void sendTo(SocketId, const Endpoint&, std::string_view) override {}
     void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }

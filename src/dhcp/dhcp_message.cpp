@@ -1,8 +1,10 @@
 #include "dhcp/dhcp_message.h"
 
+#include "dhcp/lease_table.h"
 #include "wire/addresses.h"
 #include "wire/clean_name.h"
 
+#include <algorithm>
 #include <array>
 
 namespace quorvane {
@@ -34,15 +36,13 @@ unsigned byteAt(std::string_view data, size_t i)
     return static_cast<unsigned char>(data[i]);
 }
 
-std::string lowerHex(std::string_view bytes)
+// "dhcp-" + the bytes in lower-case hexadecimal: the name of a client that gives none.
+std::string generatedName(std::string_view bytes)
 {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (const char c : bytes) {
-        text += kDigits[static_cast<unsigned char>(c) >> 4];
-        text += kDigits[static_cast<unsigned char>(c) & 15];
-    }
-    return text;
+    std::string hex = HWToHex(bytes);
+    std::transform(hex.begin(), hex.end(), hex.begin(),
+                   [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c + 32) : c; });
+    return "dhcp-" + hex;
 }
 
 void readOption(clDHCPRequest& request, unsigned code, std::string_view data)
@@ -119,7 +119,7 @@ std::optional<clDHCPRequest> readDhcpRequest(std::string_view datagram, const cl
     // A client that gives no name still needs one in the lease table and in DNS; its hardware
     // address makes one that stays the same across its requests.
     if (request.HostName.empty())
-        request.HostName = "dhcp-" + lowerHex(request.HWAddr.empty() ? request.ClientID : request.HWAddr);
+        request.HostName = generatedName(request.HWAddr.empty() ? request.ClientID : request.HWAddr);
     request.ClientName = request.HostName + "." + request.DomainName + ".";
     return request;
 }

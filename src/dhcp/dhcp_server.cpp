@@ -237,11 +237,13 @@ bool DhcpServer::deleteLease(const std::string& address)
 
 std::optional<LeaseAnswer> DhcpServer::leaseAddress(std::string_view name) const
 {
+    if (m_table.size() == 0) return std::nullopt; // a server without DHCP pays nothing per question
     return answer(m_table.currentByName(name, m_clock.now()), true);
 }
 
 std::optional<LeaseAnswer> DhcpServer::leaseName(std::string_view address) const
 {
+    if (m_table.size() == 0) return std::nullopt;
     return answer(m_table.currentByAddress(address, m_clock.now()), false);
 }
 

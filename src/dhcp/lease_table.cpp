@@ -192,7 +192,7 @@ void LeaseTable::Remove(const std::string& address, const std::string& clientNam
 const clLease* LeaseTable::first(const Index& index, std::string_view key, DateTime now, bool current) const
 {
     const Entry* found = nullptr;
-    const auto [first, last] = index.equal_range(std::string(key));
+    const auto [first, last] = index.equal_range(key);
     for (auto it = first; it != last; ++it) {
         const Entry& entry = *it->second;
         if (current && entry.lease.End <= now) continue;
@@ -210,7 +210,7 @@ bool LeaseTable::eraseClientID(std::string_view clientID)
 {
     const clLease* lease = byClientID(clientID);
     if (lease == nullptr) return false;
-    const auto [first, last] = m_byClient.equal_range(std::string(clientID));
+    const auto [first, last] = m_byClient.equal_range(clientID);
     for (auto it = first; it != last; ++it)
         if (&it->second->lease == lease) return erase(it->second), true;
     return false;

@@ -102,7 +102,13 @@ private:
         uint64_t order = 0; // tells the first of several leases of one key
     };
     using Position = std::list<Entry>::iterator;
-    using Index = std::unordered_multimap<std::string, Position>;
+    // Looked up by std::string_view without making a string of it: DNS asks on every A question.
+    struct KeyHash
+    {
+        using is_transparent = void;
+        size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
+    };
+    using Index = std::unordered_multimap<std::string, Position, KeyHash, std::equal_to<>>;
     void erase(Position lease);
     void eraseKey(const Index& index, const std::string& key);
     void freed(const std::string& address);

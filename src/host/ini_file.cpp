@@ -142,6 +142,10 @@ Settings parseIni(std::string_view text)
         else if (key == "NS") addUnique(s.NS, seenNs, normalAddress(value));
         else if (key == "BOMBLEVEL") s.BOMBLEVEL = leadingNumber<uint16_t>(value);
         else if (key == "NOBLOCK") addUnique(s.NOBLOCK, seenNoBlock, normalAddress(value));
+        else if (key == "AAAARECORDS") s.AAAARECORDS = flag;
+        else if (key == "EDNS") s.EDNS = flag;
+        else if (key == "TCPQUERIES") s.TCPQUERIES = flag;
+        else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
             if (!dhcp.IPaddr.empty() && seenDhcp.insert(dhcp.IPaddr).second) s.DHCP.push_back(std::move(dhcp));
@@ -181,6 +185,10 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
         out += "DHCP: " + d.IPaddr + ' ' + d.Domain + ' ' + d.ScopeFrom + ' ' + d.ScopeTo + ' ' + d.Subnet + ' ' +
                gateway + ' ' + std::to_string(d.TTL) + '\n';
     }
+    setFlag(out, "AAAARecords: YES", s.AAAARECORDS, defaults.AAAARECORDS);
+    setFlag(out, "EDNS: YES", s.EDNS, defaults.EDNS);
+    setFlag(out, "TCPQueries: YES", s.TCPQUERIES, defaults.TCPQUERIES);
+    setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
     return out;
 }
 

@@ -32,6 +32,12 @@ struct Settings {
     std::vector<std::string> NOBLOCK;
     std::vector<clDHCPif> DHCP;           // enabled interfaces, in file order
 
+    // Additions for today's clients, each off by default.
+    bool AAAARECORDS = false;             // IPv6 address records (type 28) from end to end
+    bool EDNS = false;                    // OPT records, larger replies, truncation at the client's size
+    bool TCPQUERIES = false;              // ordinary questions over TCP 53
+    bool QUERYHARDENING = false;          // random identifiers and source ports for outgoing queries
+
     bool operator==(const Settings&) const = default;
 };
 

@@ -87,6 +87,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.BOMBLEVEL = 50;
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
+    s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = true;
 
     const std::string text = formatIni(s, 40123);
     EXPECT_EQ(text, "Name: ns.home.lan\n"
@@ -106,7 +107,11 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "ReloadPort: 40123 \n"
                     "BombLevel: 50 \n"
                     "NoBlock: 192.168.1.5\n"
-                    "DHCP: 192.168.1.1 .home.lan 192.168.1.100 192.168.1.200 255.255.255.0 0.0.0.0 86400\n");
+                    "DHCP: 192.168.1.1 .home.lan 192.168.1.100 192.168.1.200 255.255.255.0 0.0.0.0 86400\n"
+                    "AAAARecords: YES\n"
+                    "EDNS: YES\n"
+                    "TCPQueries: YES\n"
+                    "QueryHardening: YES\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});

@@ -34,7 +34,7 @@ void appendRdata(Bytes& out, const clDNSRecord& record)
         out.append(record.Data, mailboxEnd + 1);
         break;
     }
-    default: out += record.Data; break; // A, TXT (held in wire form) and types learned as received
+    default: out += record.Data; break; // A, AAAA, TXT (held in wire form) and types learned as received
     }
 }
 
@@ -66,6 +66,9 @@ bool readRecordData(std::string_view message, std::string_view rdata, clDNSRecor
     case rtype::A:
         record.Data = rdata;
         return rdata.size() == 4;
+    case rtype::AAAA:
+        record.Data = rdata;
+        return rdata.size() == 16;
     case rtype::NS:
     case rtype::CNAME:
     case rtype::PTR:

@@ -26,11 +26,13 @@ int32_t toInterval(uint32_t seconds)
     return static_cast<int32_t>(std::min<uint32_t>(seconds, std::numeric_limits<int32_t>::max()));
 }
 
-// The types a copy keeps: those of the store that zone files carry. The others up to TXT are
-// obsolete or experimental, and a file could not hold them across a restart.
-bool keptType(int type)
+// The types a copy keeps: those of the store that zone files carry (AAAA when the store keeps it).
+// The others up to TXT are obsolete or experimental, and a file could not hold them across a restart.
+bool keptType(int type, const RecordStore& store)
 {
     switch (type) {
+    case rtype::AAAA:
+        return store.keepsType(type);
     case rtype::A:
     case rtype::NS:
     case rtype::CNAME:
@@ -156,7 +158,7 @@ void ctlZTS::takeRecords(std::string_view message, WireReader& reader)
             return;
         }
         // Records outside the zone would be answered as ours: a primary speaks for its zone only.
-        if (!keptType(type) || dnsClass != kClassIN || !inZone(owner, m_zone) || !storableName(owner))
+        if (!keptType(type, m_store) || dnsClass != kClassIN || !inZone(owner, m_zone) || !storableName(owner))
             continue;
         if (m_received.size() >= kMaxRecords) return abandon();
         clDNSRecord record;

@@ -7,7 +7,7 @@
 
 namespace quorvane {
 
-std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot)
+std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot, bool aaaa)
 {
     std::string text(kCacheFileHeader);
     text += "\n";
@@ -17,7 +17,7 @@ std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snap
     for (const auto& [owner, record] : records) {
         if (record.Permanent && !snapshot) continue;
         const int32_t ttl = record.TTL(now);
-        if (ttl < 0 || !storableName(owner)) continue;
+        if (ttl < 0 || !storableName(owner) || (record.RecType == rtype::AAAA && !aaaa)) continue;
         const auto data = recordDataText(record);
         if (!data) continue;
         if (owner != previous) text += owner;
@@ -35,7 +35,7 @@ void RecordStore::saveCache(bool snapshot)
 {
     guarded("modDNS saveCache", [&] {
         const std::filesystem::path file = m_folder / (snapshot ? kSnapshotFileName : kCacheFileName);
-        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot)))
+        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot, m_settings.aaaa)))
             reportError("modDNS saveCache", "Cannot write " + file.string());
     });
 }

@@ -3,6 +3,7 @@
 #include "store/record_store.h"
 #include "store/zone_text.h"
 #include "wire/addresses.h"
+#include "wire/addresses6.h"
 #include "wire/clean_name.h"
 
 #include <fstream>
@@ -38,6 +39,7 @@ std::optional<HostsLine> parseHostsLine(std::string_view line)
     const std::vector<std::string_view> fields = words(line.substr(0, line.find('#')));
     if (fields.size() < 2) return std::nullopt;
     auto address = parseAddress(fields[0]);
+    if (!address) address = parseAddress6(fields[0]);
     if (!address) return std::nullopt;
     HostsLine hosts{std::move(*address), {}};
     for (size_t i = 1; i < fields.size(); ++i) {
@@ -71,9 +73,11 @@ void RecordStore::LoadHosts()
         for (std::string text; std::getline(in, text);) {
             const auto hosts = parseHostsLine(text);
             if (!hosts) continue;
+            const bool v6 = hosts->address.size() == 16;
+            if (v6 && !keepsType(rtype::AAAA)) continue;
             const std::string& host = hosts->names.front();
-            add(host, rtype::A, hosts->address, -1);
-            add(DataToArpa(hosts->address), rtype::PTR, host, -1);
+            add(host, v6 ? rtype::AAAA : rtype::A, hosts->address, -1);
+            add(v6 ? Data6ToArpa(hosts->address) : DataToArpa(hosts->address), rtype::PTR, host, -1);
             for (size_t alias = 1; alias < hosts->names.size(); ++alias)
                 add(hosts->names[alias], rtype::CNAME, host, 0);
         }

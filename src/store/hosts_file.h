@@ -13,12 +13,12 @@ namespace quorvane {
 
 struct HostsLine
 {
-    Bytes address;                  // 4 bytes
+    Bytes address;                  // 4 bytes, or 16 for an IPv6 address
     std::vector<std::string> names; // cleaned, with a trailing "."; the first is the host's own name
 };
 
 // Nothing for a blank or comment line, a line without a usable name, and a line whose address is
-// not strict dotted IPv4 text (IPv6 lines of system hosts files among them).
+// neither strict dotted IPv4 text nor IPv6 text.
 std::optional<HostsLine> parseHostsLine(std::string_view line);
 
 } // namespace quorvane

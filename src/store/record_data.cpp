@@ -2,6 +2,7 @@
 
 #include "store/zone_text.h"
 #include "wire/addresses.h"
+#include "wire/addresses6.h"
 #include "wire/type_names.h"
 
 namespace quorvane {
@@ -147,6 +148,9 @@ std::optional<std::string> recordDataText(const clDNSRecord& record)
     case rtype::A:
         if (data.size() != 4) return std::nullopt;
         return "A " + DataToIP(data);
+    case rtype::AAAA:
+        if (data.size() != 16) return std::nullopt;
+        return "AAAA " + Data6ToText(data);
     case rtype::NS:
     case rtype::CNAME:
     case rtype::PTR:

@@ -35,7 +35,7 @@ std::optional<SoaFields> readSoa(std::string_view data);
 
 // The record's type word and data as one zone-file line writes them after the TTL: "A 10.0.0.1",
 // "CNAME host.zone.", "MX 10 mail.zone.", "SOA ns.zone. admin.zone. 1 3600 600 86400 3600",
-// "TXT \"text\"". Nothing for types that files do not carry (markers, DFCN, unknown learned types)
+// "TXT \"text\"", "AAAA 2001:db8::1". Nothing for types that files do not carry (markers, DFCN, unknown learned types)
 // and for data that would not read back the same (a name with blanks or syntax characters, an A
 // record of other than 4 bytes, a malformed SOA).
 std::optional<std::string> recordDataText(const clDNSRecord& record);

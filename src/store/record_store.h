@@ -31,6 +31,7 @@ struct StoreSettings
     std::string hostsPath;   // HOSTS: empty for none; a relative path is taken from the program folder
     int32_t hostsTTL = 3600; // HOSTSTTL, seconds
     int32_t minCacheTTL = 0; // CACHETTL, seconds
+    bool aaaa = false;       // AAAARECORDS: IPv6 address records are read from files and kept
 };
 
 // How LoadFile keeps the records of a file.
@@ -67,6 +68,9 @@ public:
     // log is the engine's AddLine.
     RecordStore(const Clock& clock, std::filesystem::path programFolder, Log log);
     void configure(const StoreSettings& settings) { m_settings = settings; }
+    const StoreSettings& settings() const { return m_settings; }
+    // Whether a record of this type read from a file or a transfer is kept: AAAA only when switched on.
+    bool keepsType(int type) const { return type != rtype::AAAA || m_settings.aaaa; }
     // Called by CheckNewZone for each primary zone it loaded (empty PrimaryIP): NOTIFY's hand-off.
     void setZoneNotify(ZoneNotify notify) { m_notify = std::move(notify); }
 
@@ -127,8 +131,8 @@ public:
     void LoadBoot();
     // Each data/*.new file replaces its .dns file and is loaded; primary zones are then notified.
     void CheckNewZone();
-    // The hosts file as the "<hosts>" zone: A and PTR for each address's first name, CNAME for the
-    // aliases.
+    // The hosts file as the "<hosts>" zone: A (or, when kept, AAAA) and PTR for each address's first
+    // name, CNAME for the aliases.
     void LoadHosts();
     // The whole reload: zones, named.root, hosts file.
     void LoadPerm();

@@ -66,6 +66,7 @@ void RecordStore::loadZoneFile(const std::string& zone, const std::filesystem::p
     readZoneText(
         in, zone,
         [&](ZoneRecord&& record) {
+            if (!keepsType(record.type)) return;
             if (const auto soa = record.type == rtype::SOA ? readSoa(record.data) : std::nullopt) {
                 target.Serial = soa->serial;
                 target.RefreshIV = toInterval(soa->refresh);
@@ -175,6 +176,7 @@ void RecordStore::LoadFile(const std::filesystem::path& file, FileRecords kind, 
         readZoneText(
             in, ".",
             [&](ZoneRecord&& record) {
+                if (!keepsType(record.type)) return;
                 ++count;
                 if (kind == FileRecords::Learned) {
                     CacheAdd(record.owner, record.type, record.ttl, std::move(record.data), record.pref);

@@ -3,6 +3,7 @@
 #include "store/dns_record.h"
 #include "store/record_data.h"
 #include "store/zone_text.h"
+#include "wire/addresses6.h"
 
 #include <algorithm>
 #include <limits>
@@ -180,6 +181,13 @@ bool LineParser::readData(const std::string& type, const std::vector<Token>& fie
         if (!address) return false;
         record.type = rtype::A;
         record.data = *address;
+        return true;
+    }
+    if (type == "AAAA") {
+        auto address = count >= 1 ? parseAddress6(field(0)) : std::nullopt;
+        if (!address) return false;
+        record.type = rtype::AAAA;
+        record.data = std::move(*address);
         return true;
     }
     if (type == "NS" || type == "CNAME" || type == "PTR" || type == "DFCN") {

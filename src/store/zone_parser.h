@@ -1,5 +1,5 @@
 // Reads the zone-file format: one record per line, "(" ... ")" over several lines, ";" comments,
-// "@" and blank owners, optional TTL and class, eight type words. Text in, records out: it never
+// "@" and blank owners, optional TTL and class, nine type words (AAAA among them; the store decides whether to keep it). Text in, records out: it never
 // touches the store or a file itself, and never throws for any input.
 #pragma once
 

@@ -68,7 +68,7 @@ std::string storedSnapshot(const std::string& text, std::string_view origin, Zon
             store.CacheAddF(record.owner, record.type, record.ttl, std::move(record.data), record.pref, true);
         },
         comments);
-    return cacheFileText(store.CacheRecords(), clock.now(), true);
+    return cacheFileText(store.CacheRecords(), clock.now(), true, true);
 }
 
 } // namespace

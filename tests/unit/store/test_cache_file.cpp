@@ -43,6 +43,14 @@ TEST(CacheFile, WritesRepeatedOwnersWithABlankAndReadsBack)
     // The snapshot adds the permanent records; zero.example. expired already and is left out.
     f.store.saveCache(true);
     EXPECT_EQ(f.folder.read("snapshot.dat"), expected + "zone.example. 3600 A 10.0.0.1\n");
+    // With IPv6 records switched on, the learned AAAA record is written too.
+    StoreSettings withAaaa;
+    withAaaa.aaaa = true;
+    f.store.configure(withAaaa);
+    f.store.saveCache(false);
+    EXPECT_EQ(f.folder.read("named.cache"), expected + "other.example. 289 AAAA ::\n");
+    f.store.configure({});
+    f.store.saveCache(false);
 
     // Read back at the next start, the same records come back as learned ones.
     StoreFixture next;

@@ -79,7 +79,9 @@ TEST(RecordData, SoaAndRecordLines)
     EXPECT_EQ(line(rtype::TXT, "\x02hi"), "TXT \"hi\"");
     EXPECT_EQ(line(rtype::DFCN, "target."), "-");
     EXPECT_EQ(line(rtype::kNameMarker, ""), "-");
-    EXPECT_EQ(line(28, Bytes(16, '\1')), "-");
+    EXPECT_EQ(line(rtype::AAAA, Bytes("\x20\x01\x0d\xb8", 4) + Bytes(11, '\0') + "\x05"), "AAAA 2001:db8::5");
+    EXPECT_EQ(line(rtype::AAAA, Bytes(4, '\1')), "-");
+    EXPECT_EQ(line(99, "bytes"), "-");
 }
 
 } // namespace quorvane

@@ -26,7 +26,11 @@ const char* closeReasonLine(CloseReason reason)
 
 Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options)
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
-      m_log(clock, m_options.programFolder),
+      m_log(clock, m_options.programFolder), m_queryPorts(network),
+      m_tcpAsks(network,
+                [this](const Endpoint& from, std::string_view message) {
+                    guarded("frmMain WSDNS2", [&] { m_dns.ProcAns(from, message, true); });
+                }),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder,
@@ -54,9 +58,9 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
-    m_dns.setOtherAnswers([this](int32_t id, std::string_view message) {
+    m_dns.setOtherAnswers([this](const Endpoint& from, int32_t id, std::string_view message) {
         bool taken = false;
-        guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(id, message); });
+        guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(from, id, message); });
         return taken;
     });
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
@@ -128,9 +132,10 @@ void Engine::configureFromSettings()
 {
     m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
-    m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL});
+    m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS});
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
-                     m_settings.NS, m_settings.SPOOFSECURE});
+                     m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
+                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
@@ -196,9 +201,9 @@ void Engine::close(CloseReason reason)
         m_zoneTransfers.closeAll();
         m_ZoneTS.closeAll();
         m_dhcp.closeAll();
-        m_network.close(m_WSDNS2);
+        m_queryPorts.closeAll();
+        m_tcpAsks.closeAll();
         m_network.close(m_WSReload);
-        m_WSDNS2 = kNoSocket;
         m_WSReload = kNoSocket;
         m_log.closeFile();
     });
@@ -260,6 +265,11 @@ void Engine::writeSupportFileCommand()
     m_events.onErrorReport(text, file);
 }
 
+void Engine::sendDnsTcp(SocketId connection, std::string_view message)
+{
+    m_zoneTransfers.sendAnswer(connection, message);
+}
+
 void Engine::DoTray(int state)
 {
     if (state == m_trayState) return;
@@ -272,7 +282,7 @@ void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view 
 {
     if (socket == m_WSDNS)
         guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
-    else if (socket == m_WSDNS2)
+    else if (m_queryPorts.owns(socket))
         guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
     else if (socket == m_WSReload)
         guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
@@ -289,20 +299,24 @@ void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoin
 void Engine::onTcpConnected(SocketId connection)
 {
     if (connection == m_ZoneTS.Winsock()) guarded("ctlZTS WSConnect", [&] { m_ZoneTS.connected(); });
+    else m_tcpAsks.connected(connection);
 }
 
-// Our connection to a primary goes to the secondary-zone client, every other to the service.
+// Our connection to a primary goes to the secondary-zone client, our questions asked again over TCP
+// to their own pool, every other connection to the service.
 void Engine::onTcpData(SocketId connection, std::string_view data)
 {
     if (connection == m_ZoneTS.Winsock())
         guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.DataArrival(data); });
+    else if (m_tcpAsks.owns(connection))
+        m_tcpAsks.data(connection, data);
     else
         guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
 }
 
 void Engine::onTcpDrained(SocketId connection)
 {
-    if (connection == m_ZoneTS.Winsock()) return; // a request, nothing follows it
+    if (connection == m_ZoneTS.Winsock() || m_tcpAsks.owns(connection)) return; // a question, nothing follows it
     guarded("ctlZT ProcReq", [&] { m_zoneTransfers.drained(connection); });
 }
 
@@ -310,6 +324,8 @@ void Engine::onTcpClosed(SocketId connection)
 {
     if (connection == m_ZoneTS.Winsock())
         guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.peerClosed(); });
+    else if (m_tcpAsks.owns(connection))
+        m_tcpAsks.closed(connection);
     else
         guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
 }

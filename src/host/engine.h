@@ -10,6 +10,8 @@
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
+#include "query/query_ports.h"
+#include "query/tcp_asks.h"
 #include "replication/notify.h"
 #include "replication/reload_port.h"
 #include "replication/secondary_zones.h"
@@ -115,7 +117,9 @@ private:
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
-    void sendDns2(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS2, to, message); }
+    void sendDnsTcp(SocketId connection, std::string_view message) override;
+    void sendDns2(const Endpoint& to, std::string_view message) override { m_queryPorts.send(to, message); }
+    bool askOverTcp(const Endpoint& to, std::string_view message) override { return m_tcpAsks.ask(to, message); }
     void DoTray(int state) override;
     void appendDailyLog(const std::string& suffix, const std::string& lines) override;
 
@@ -132,8 +136,9 @@ private:
     std::vector<std::string> m_localAddresses;
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
-    SocketId m_WSDNS2 = kNoSocket; // queries to other servers; bound once, kept while paused
     SocketId m_WSReload = kNoSocket; // commands from local tools; bound at start, kept while paused
+    QueryPorts m_queryPorts; // queries to other servers (WSDNS2, or the hardened pool); kept while paused
+    TcpAsks m_tcpAsks;       // truncated answers asked again over TCP
     FloodGuard m_flood;
     RecordStore m_store;
     DnsService m_dns;

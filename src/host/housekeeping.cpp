@@ -79,6 +79,8 @@ void Engine::Timer1()
         const DateTime now = m_clock.now();
         m_dns.removeFinished();
         m_dns.retryWaiting();
+        m_queryPorts.tick();
+        m_tcpAsks.tick();
         m_store.sweepCache();
         pollSecondaryZones(now);
         keepLeases();

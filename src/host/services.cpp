@@ -51,9 +51,8 @@ bool Engine::bindDns()
 // and kept, so that answers to queries sent before a pause are still recognised as such.
 void Engine::bindQuerySocket()
 {
-    if (m_WSDNS2 != kNoSocket) return;
-    m_WSDNS2 = m_network.bindUdp("", 0);
-    if (m_WSDNS2 == kNoSocket) AddLine(0, "Binding the socket for queries to other DNS servers failed!");
+    if (!m_queryPorts.open(m_settings.QUERYHARDENING))
+        AddLine(0, "Binding the socket for queries to other DNS servers failed!");
 }
 
 // The reload socket: this machine only, a port the system picks, published in quorvane.ini.

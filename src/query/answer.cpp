@@ -141,13 +141,17 @@ void DnsService::AddAuth(clDNSRequest& request)
     }
 }
 
+bool DnsService::isAddress(const clDNSRecord& record) const
+{
+    return record.RecType == rtype::A || (record.RecType == rtype::AAAA && m_settings.aaaa);
+}
+
 // Address records of a name that an answer points to (a mail exchanger, a name server).
 void DnsService::AddAddl(clDNSRequest& request, std::string_view name)
 {
     const DateTime now = m_clock.now();
     for (const auto& [owner, record] : m_store.records(name))
-        if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry)
-            SectionAdd(request, kAdditional, record);
+        if (isAddress(record) && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAdditional, record);
 }
 
 // With AUTOCNAME, a question for an alias itself also gets the addresses the alias stands for.
@@ -159,8 +163,7 @@ void DnsService::CNAMERes(clDNSRequest& request)
     for (const auto& alias : aliases) {
         if (alias.RecType != rtype::CNAME) continue;
         for (const auto& [owner, record] : m_store.records(alias.Data))
-            if (record.RecType == rtype::A && record.TTL(now) > -kServedPastExpiry)
-                SectionAdd(request, kAnswer, record);
+            if (isAddress(record) && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAnswer, record);
     }
 }
 

@@ -32,6 +32,9 @@ struct clDNSRequest {
     static constexpr int kNew = 0, kWaiting = 1, kWaitingSub = 2, kFinished = 9;
 
     Endpoint client;
+    SocketId TcpConnection = kNoSocket; // the client's TCP connection; none for a datagram
+    int ClientEdns = -1;                // the EDNS version of the client's OPT record; -1 without one
+    uint16_t ClientSize = 0;            // the reply size the client's OPT record allows
     std::string ClientIP;
     int32_t ClientPort = 0;
     int32_t QueryID = 0;
@@ -54,6 +57,7 @@ struct clDNSRequest {
     clNServ Asked;                  // the server asked last (it may have left NSAcol since)
     DateTime TimeOut = 0;           // when the wait for its answer ends
     int32_t CurOutID = 0;           // the identifier of the query sent to it
+    bool SentEdns = false;          // that query carried an OPT record
     int Depth = 0;                  // 0 for a client's request; sub-requests count up
     clDNSRequest* Parent = nullptr; // the request a sub-request finds a server's address for
     // The work spent on a client's request by it and all its sub-requests; kept on the client's
@@ -66,6 +70,10 @@ struct clDNSRequest {
     void reset()
     {
         client = {};
+        TcpConnection = kNoSocket;
+        ClientEdns = -1;
+        ClientSize = 0;
+        SentEdns = false;
         ClientIP.clear();
         ClientPort = QueryID = 0;
         RecursionDesired = RecursionAllowed = Authoritative = false;

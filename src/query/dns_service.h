@@ -17,6 +17,7 @@
 #include <list>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace quorvane {
 
@@ -28,6 +29,10 @@ struct QuerySettings {
     bool forwarding = false;             // RECURSIONOUT
     std::vector<std::string> forwarders; // NS
     bool spoofSecure = false;            // SPOOFSECURE
+    bool aaaa = false;                   // AAAARECORDS: AAAA questions and additional records
+    bool edns = false;                   // EDNS: OPT records and replies cut to the client's size
+    bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
+    bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
 };
 
 // A record is still served until 5 seconds after it expired.
@@ -39,6 +44,7 @@ inline constexpr int kServedPastExpiry = 5;
 // That is ample for a small network (a silent forwarder holds each request for 12 s, so this
 // carries over 800 new names a second) and small beside the cache.
 inline constexpr size_t kMaxPending = 10000;
+inline constexpr size_t kMaxPlainServers = 1024;
 // The log line written on the tick after requests were refused for a full list.
 inline constexpr const char* kPendingFullText =
     "Too many requests waiting for other servers - refused with a server failure: ";
@@ -46,15 +52,23 @@ inline constexpr const char* kPendingFullText =
 class DnsService {
 public:
     DnsService(QueryHost& host, const Clock& clock, RecordStore& store);
-    void configure(QuerySettings settings) { m_settings = std::move(settings); }
+    void configure(QuerySettings settings)
+    {
+        m_settings = std::move(settings);
+        NextQueryID.setRandom(m_settings.hardening);
+    }
+    bool hardened() const { return m_settings.hardening; }
 
-    // One query datagram (QR clear) from a client that passed the flood check.
-    void ProcReq(const Endpoint& from, std::string_view message);
-    // One answer datagram (QR set) from another server.
-    void ProcAns(const Endpoint& from, std::string_view message);
+    // One query (QR clear) from a client that passed the flood check: a datagram, or a message of
+    // the TCP connection tcp, which the reply then goes back on.
+    void ProcReq(const Endpoint& from, std::string_view message, SocketId tcp = kNoSocket);
+    bool answersTcp() const { return m_settings.tcpQueries; }
+    // One answer (QR set) from another server: a datagram, or the message of a TCP connection that
+    // asked again after a truncated answer.
+    void ProcAns(const Endpoint& from, std::string_view message, bool viaTcp = false);
     // Answers that belong to other queries of this server (the zone checks) are offered here first,
-    // by identifier; the handler gives whether it took the answer.
-    using AnswerHandler = std::function<bool(int32_t id, std::string_view message)>;
+    // by sender and identifier; the handler gives whether it took the answer.
+    using AnswerHandler = std::function<bool(const Endpoint& from, int32_t id, std::string_view message)>;
     void setOtherAnswers(AnswerHandler handler) { m_otherAnswers = std::move(handler); }
     // The DHCP leases, which answer A and PTR questions for the names and addresses they hold.
     void setLeases(const LeaseLookup* leases) { m_leases = leases; }
@@ -123,21 +137,29 @@ private:
     bool isOwnAddress(const std::string& address) const;
     void askForAddress(clDNSRequest& request, const std::string& serverName);
     void ReturnSub(clDNSRequest& sub, bool found);
-    void sendQuery(const clDNSRequest& request);
-    void takeAnswer(const Endpoint& from, std::string_view message);
+    int32_t newOutID();
+    void sendQuery(clDNSRequest& request);
+    void buildQuery(const clDNSRequest& request, bool edns);
+    void takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp);
+    bool answeredByAsked(const clDNSRequest& request, const Endpoint& from) const;
     clDNSRequest* findWaiting(int32_t id, std::string_view name, int type);
     void forgetOutID(const clDNSRequest& request);
     void dropAsked(clDNSRequest& request);
     void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
+    bool isAddress(const clDNSRecord& record) const;
     void CNAMERes(clDNSRequest& request);
     // The order in which a section's records are written (valid until the next call).
     const std::vector<size_t>& RoundRobin(clDNSRequest& request, Section section);
     void writeSection(clDNSRequest& request, Section section);
     void logRecord(Section section, const clDNSRecord& record);
-    void notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,
+    void notImplemented(const Endpoint& from, SocketId tcp, std::string_view message, const std::string& ip,
                         const std::string& subject);
+    void sendError(clDNSRequest& request, int rcode);
+    void writeHeader(const clDNSRequest& request);
+    void finishReply(const clDNSRequest& request);
+    void sendReply(const Endpoint& to, SocketId tcp, std::string_view message);
 
     QueryHost& m_host;
     const Clock& m_clock;
@@ -150,11 +172,16 @@ private:
     const LeaseLookup* m_leases = nullptr;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;
+    std::vector<size_t> m_recordEnds; // where each record of the reply being built ends
+    size_t m_questionEnd = 0;         // and where its question ends
     std::deque<Step> m_steps;
     // The request that sent each outgoing identifier, so that an answer finds it without a walk of
     // the list; one entry per request, dropped when it asks again or leaves the list.
     std::unordered_map<int32_t, clDNSRequest*> m_byOutID;
     uint64_t m_refused = 0; // requests refused since the last tick because the list was full
+    // Servers that answered a query with OPT by a format error: asked without it from then on. At
+    // most kMaxPlainServers; when full it starts again empty.
+    std::unordered_set<std::string> m_plainServers;
 };
 
 } // namespace quorvane

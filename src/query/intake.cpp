@@ -1,6 +1,7 @@
 // Request intake: one query datagram becomes nothing, an "incomplete" line, a not-implemented
 // reply, or a pending request that the answer builder takes over.
 #include "query/dns_service.h"
+#include "query/edns.h"
 #include "query/message_bytes.h"
 
 #include "wire/dns_codes.h"
@@ -15,10 +16,11 @@ namespace {
 constexpr int kOpcodeQuery = 0;
 
 // The question types answered from local data or by recursion; every other one is not implemented.
-bool supportedType(int type)
+bool supportedType(int type, bool aaaa)
 {
     switch (type) {
     case 255: case 1: case 2: case 5: case 6: case 12: case 15: case 16: return true;
+    case 28: return aaaa;
     default: return false;
     }
 }
@@ -38,7 +40,7 @@ void DnsService::countRequest()
     RequestsPerSecond[(second + 1) % 60] = 0; // the slot ahead starts clean for the next second
 }
 
-void DnsService::ProcReq(const Endpoint& from, std::string_view message)
+void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketId tcp)
 {
     countRequest();
     const bool logging = m_host.wants(0);
@@ -55,13 +57,14 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
     if (opcode != kOpcodeQuery) {
         const std::string subject = OpCodeN(opcode);
         if (logging) m_host.AddLine(0, subject + " from " + ip);
-        notImplemented(from, message, ip, subject);
+        notImplemented(from, tcp, message, ip, subject);
         return;
     }
 
     clDNSRequest& request = m_request;
     request.reset();
     request.client = from;
+    request.TcpConnection = tcp;
     request.ClientIP = ip;
     request.ClientPort = from.port;
     request.QueryID = shortAt(message, 0);
@@ -78,21 +81,28 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message)
     if (dnsClass != kClassIN) {
         const std::string subject = ClassN(dnsClass);
         if (logging) m_host.AddLine(0, "DNS Request from " + ip + " for " + subject);
-        notImplemented(from, message, ip, subject);
+        notImplemented(from, tcp, message, ip, subject);
         return;
     }
     const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
     if (logging) m_host.AddLine(0, "Request from " + ip + " for " + subject);
-    if (!supportedType(request.QType)) {
-        notImplemented(from, message, ip, subject);
+    if (m_settings.edns) {
+        const ClientOpt opt = readClientOpt(message, message.size() - rest.size());
+        request.ClientEdns = opt.present ? opt.version : -1;
+        request.ClientSize = static_cast<uint16_t>(replyLimit(opt));
+        if (opt.malformed) return sendError(request, kRcodeFormatError);
+        if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
+    }
+    if (!supportedType(request.QType, m_settings.aaaa)) {
+        notImplemented(from, tcp, message, ip, subject);
         return;
     }
     Check(request); // one that has to wait for another server moves to PendingRequests
     runSteps();
 }
 
-void DnsService::notImplemented(const Endpoint& from, std::string_view message, const std::string& ip,
-                                const std::string& subject)
+void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,
+                                const std::string& ip, const std::string& subject)
 {
     ++ReplyCount;
     if (m_host.wants(0)) {
@@ -104,7 +114,7 @@ void DnsService::notImplemented(const Endpoint& from, std::string_view message, 
     std::string reply(message);
     reply[2] = static_cast<char>(byteAt(message, 2) | 0x80);
     reply[3] = static_cast<char>(0x84);
-    m_host.sendDns(from, reply);
+    sendReply(from, tcp, reply);
     m_host.DoTray(1);
 }
 

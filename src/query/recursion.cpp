@@ -1,6 +1,7 @@
 // Resolution through other servers: which servers a request asks, in what order and how long it
 // waits for each, sub-requests for servers whose address is not known yet, and giving up.
 #include "query/dns_service.h"
+#include "query/edns.h"
 
 #include "wire/addresses.h"
 #include "wire/dns_codes.h"
@@ -205,10 +206,16 @@ void DnsService::AskNS(clDNSRequest& request)
     if (request.Asked.Retry >= kTriesPerServer) servers.erase(servers.begin() + static_cast<long>(chosen));
     request.State = clDNSRequest::kWaiting;
     request.TimeOut = m_clock.now() + waitSeconds(listed) / kSecondsPerDay;
-    forgetOutID(request);
-    request.CurOutID = NextQueryID.next();
-    m_byOutID[request.CurOutID] = &request;
     sendQuery(request);
+}
+
+// A fresh identifier for a query of resolution; drawn at random, it is drawn again while a waiting
+// request holds it (the list is far shorter than the 65535 identifiers).
+int32_t DnsService::newOutID()
+{
+    int32_t id = NextQueryID.next();
+    while (NextQueryID.random() && m_byOutID.contains(id)) id = NextQueryID.next();
+    return id;
 }
 
 // No server of the list has a known address: a sub-request looks up the address of one.
@@ -256,7 +263,30 @@ void DnsService::ReturnSub(clDNSRequest& sub, bool found)
     m_steps.push_back({parent, Step::Resume});
 }
 
-void DnsService::sendQuery(const clDNSRequest& request)
+// The question to the server in request.Asked, under a new identifier. With EDNS it carries OPT,
+// unless that server answered a format error to one before.
+void DnsService::sendQuery(clDNSRequest& request)
+{
+    forgetOutID(request);
+    request.CurOutID = newOutID();
+    m_byOutID[request.CurOutID] = &request;
+    const clNServ& server = request.Asked;
+    request.SentEdns = m_settings.edns && !m_plainServers.contains(server.IP);
+    buildQuery(request, request.SentEdns);
+    if (m_host.wants(2))
+        m_host.AddLine(2, "Sending request to " + server.IP + " (" + server.AuthFor + ") for " + RTypeN(request.QType) +
+                              "-record for " + request.CurName);
+    m_host.sendDns2({addressValue(server.IP), kDnsPort}, m_query);
+    m_host.DoTray(1);
+}
+
+// Hardened, an answer counts only when it comes from the address and port the question went to.
+bool DnsService::answeredByAsked(const clDNSRequest& request, const Endpoint& from) const
+{
+    return !m_settings.hardening || (from.address == addressValue(request.Asked.IP) && from.port == kDnsPort);
+}
+
+void DnsService::buildQuery(const clDNSRequest& request, bool edns)
 {
     Bytes& out = m_query;
     out.clear();
@@ -264,16 +294,12 @@ void DnsService::sendQuery(const clDNSRequest& request)
     out += static_cast<char>(m_settings.forwarding ? 1 : 0); // forwarders are asked to recurse
     out += '\0';
     out += MakeShort(1);
-    out.append(6, '\0');
+    out.append(4, '\0');
+    out += MakeShort(edns ? 1 : 0);
     out += ZipName(request.CurName, out);
     out += MakeShort(request.QType);
     out += MakeShort(1);
-    const clNServ& server = request.Asked;
-    if (m_host.wants(2))
-        m_host.AddLine(2, "Sending request to " + server.IP + " (" + server.AuthFor + ") for " + RTypeN(request.QType) +
-                              "-record for " + request.CurName);
-    m_host.sendDns2({addressValue(server.IP), kDnsPort}, out);
-    m_host.DoTray(1);
+    if (edns) appendOpt(out, 0);
 }
 
 void DnsService::removeFinished()

@@ -1,10 +1,13 @@
 // Answer building, part two: the reply message, its log lines, and the rotation of records of one
 // name and type from answer to answer.
 #include "query/dns_service.h"
+#include "query/edns.h"
+#include "query/message_bytes.h"
 #include "query/record_wire.h"
 
 #include "store/record_data.h"
 #include "wire/addresses.h"
+#include "wire/addresses6.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -14,6 +17,12 @@ namespace quorvane {
 namespace {
 
 constexpr size_t kMaxSectionRecords = 100;
+
+void patchShort(Bytes& out, size_t at, size_t value)
+{
+    out[at] = static_cast<char>(value >> 8 & 0xFF);
+    out[at + 1] = static_cast<char>(value & 0xFF);
+}
 
 const char* sectionName(Section section)
 {
@@ -44,6 +53,34 @@ void DnsService::SendAnswer(clDNSRequest& request)
         if (request.RCode != 0) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
     }
 
+    writeHeader(request);
+    m_recordEnds.clear();
+    for (Section s : {kAnswer, kAuthority, kAdditional}) writeSection(request, s);
+    finishReply(request);
+    sendReply(request.client, request.TcpConnection, m_reply);
+    m_host.DoTray(1);
+}
+
+// A query that cannot be taken as it stands (a bad or unknown OPT record): the header, the question
+// and our OPT record, with that response code.
+void DnsService::sendError(clDNSRequest& request, int rcode)
+{
+    request.State = clDNSRequest::kFinished;
+    request.RCode = rcode;
+    ++ReplyCount;
+    if (m_host.wants(0)) {
+        m_host.AddLine(0, "Sending reply to " + request.ClientIP + " about " + RTypeN(request.QType) + "-record for " +
+                              request.QName + ":");
+        m_host.AddLine(0, "-> Header: " + RCodeN(rcode));
+    }
+    writeHeader(request);
+    m_recordEnds.clear();
+    finishReply(request);
+    sendReply(request.client, request.TcpConnection, m_reply);
+}
+
+void DnsService::writeHeader(const clDNSRequest& request)
+{
     Bytes& out = m_reply;
     out.clear();
     putShort(out, static_cast<size_t>(request.QueryID));
@@ -53,12 +90,41 @@ void DnsService::SendAnswer(clDNSRequest& request)
     for (Section s : {kAnswer, kAuthority, kAdditional})
         putShort(out, std::min(request.section(s).size(), kMaxSectionRecords));
     out += ZipName(request.QName, out);
-    putShort(out, static_cast<size_t>(request.QType & 0xFF)); // questions answered here are all below 256
+    putShort(out, static_cast<size_t>(request.QType & 0xFFFF));
     putShort(out, 1);
-    for (Section s : {kAnswer, kAuthority, kAdditional}) writeSection(request, s);
+    m_questionEnd = out.size();
+}
 
-    m_host.sendDns(request.client, out);
-    m_host.DoTray(1);
+// With EDNS switched on, a datagram reply is cut after the last whole record that fits the
+// client's limit, with TC set, and a client that sent OPT gets ours. Over TCP nothing is cut.
+void DnsService::finishReply(const clDNSRequest& request)
+{
+    if (!m_settings.edns) return;
+    Bytes& out = m_reply;
+    const size_t extra = request.ClientEdns >= 0 ? kOptSize : 0;
+    if (request.TcpConnection == kNoSocket && out.size() + extra > request.ClientSize) {
+        size_t kept = 0;
+        while (kept < m_recordEnds.size() && m_recordEnds[kept] + extra <= request.ClientSize) ++kept;
+        out.resize(kept == 0 ? m_questionEnd : m_recordEnds[kept - 1]);
+        for (size_t at = 6; at < 12; at += 2) { // the sections' counts, in their order
+            const size_t count = std::min(static_cast<size_t>(shortAt(out, at)), kept);
+            kept -= count;
+            patchShort(out, at, count);
+        }
+        out[2] = static_cast<char>(out[2] | 2); // TC
+    }
+    if (extra > 0) {
+        appendOpt(out, request.RCode);
+        patchShort(out, 10, static_cast<size_t>(shortAt(out, 10)) + 1);
+    }
+}
+
+void DnsService::sendReply(const Endpoint& to, SocketId tcp, std::string_view message)
+{
+    if (tcp == kNoSocket)
+        m_host.sendDns(to, message);
+    else
+        m_host.sendDnsTcp(tcp, message);
 }
 
 void DnsService::writeSection(clDNSRequest& request, Section section)
@@ -71,6 +137,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
     for (size_t i = 0; i < order.size() && i < kMaxSectionRecords; ++i) {
         const clDNSRecord& record = records[order[i]];
         appendRecord(m_reply, record, std::max(record.TTL(now), 0));
+        m_recordEnds.push_back(m_reply.size());
         if (detail) logRecord(section, record);
     }
 }
@@ -110,6 +177,7 @@ void DnsService::logRecord(Section section, const clDNSRecord& record)
                        record.Name + " = ";
     switch (record.RecType) {
     case rtype::A: line += DataToIP(record.Data); break;
+    case rtype::AAAA: line += Data6ToText(record.Data); break;
     case rtype::SOA:
         if (const auto soa = readSoa(record.Data))
             line += soa->primary + " (Serial " + std::to_string(soa->serial) + ")";

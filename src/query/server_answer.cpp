@@ -2,6 +2,7 @@
 // cache, and the request taken a step further: answered, sent down a referral, or on to the next
 // server when the answer was of no use.
 #include "query/dns_service.h"
+#include "query/edns.h"
 #include "query/message_bytes.h"
 #include "query/record_wire.h"
 
@@ -40,7 +41,7 @@ std::vector<Received> readRecords(std::string_view message, WireReader& reader)
             received.ttl = static_cast<int32_t>(reader.longValue());
             const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
             if (!reader.ok()) return records;
-            if (dnsClass != kClassIN || type == 0 || type >= rtype::kMarkerBase) continue;
+            if (dnsClass != kClassIN || type == 0 || type == kTypeOPT || type >= rtype::kMarkerBase) continue;
             received.record.RecType = static_cast<int16_t>(type);
             if (readRecordData(message, rdata, received.record)) records.push_back(std::move(received));
         }
@@ -65,23 +66,24 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 
 } // namespace
 
-void DnsService::ProcAns(const Endpoint& from, std::string_view message)
+void DnsService::ProcAns(const Endpoint& from, std::string_view message, bool viaTcp)
 {
-    takeAnswer(from, message);
+    takeAnswer(from, message, viaTcp);
     runSteps();
 }
 
-void DnsService::takeAnswer(const Endpoint& from, std::string_view message)
+void DnsService::takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp)
 {
     if (message.size() < 12) return;
     const int32_t id = shortAt(message, 0);
-    if (m_otherAnswers && m_otherAnswers(id, message)) return;
+    if (m_otherAnswers && m_otherAnswers(from, id, message)) return;
     const std::string ip = addressText(from.address);
     WireReader reader(message, 12);
     const std::string name = reader.name();
     const int type = reader.shortValue();
     reader.shortValue(); // class
     clDNSRequest* request = reader.ok() && shortAt(message, 4) == 1 ? findWaiting(id, name, type) : nullptr;
+    if (request != nullptr && !answeredByAsked(*request, from)) request = nullptr;
     if (request == nullptr) {
         if (m_host.wants(0)) m_host.AddLine(0, "Reply from " + ip + ": Ignored - No matching requests.");
         return;
@@ -97,6 +99,21 @@ void DnsService::takeAnswer(const Endpoint& from, std::string_view message)
     if (m_host.wants(0)) m_host.AddLine(0, "Reply from " + ip + (refused > 0 ? ": Ignored - Not authority!" : ""));
 
     const int rcode = static_cast<int>(byteAt(message, 3) & 15);
+    const bool truncated = (byteAt(message, 2) & 2) != 0;
+    if (rcode == kRcodeFormatError && request->SentEdns) {
+        // A server that does not know OPT: asked the same question again without it.
+        if (m_plainServers.size() >= kMaxPlainServers) m_plainServers.clear();
+        m_plainServers.insert(request->Asked.IP);
+        if (m_host.wants(1)) m_host.AddLine(1, "-> Header: Format error - asking again without EDNS");
+        return sendQuery(*request);
+    }
+    if (truncated && !viaTcp && m_settings.tcpQueries) {
+        buildQuery(*request, request->SentEdns);
+        if (m_host.askOverTcp({from.address, kDnsPort}, m_query)) {
+            if (m_host.wants(1)) m_host.AddLine(1, "-> Header: Truncated - asking again over TCP");
+            return;
+        }
+    }
     if (rcode != 0 && rcode != kNameError) {
         if (m_host.wants(1)) m_host.AddLine(1, "-> Header: " + RCodeN(rcode));
         return dropAsked(*request);
@@ -135,8 +152,7 @@ void DnsService::takeAnswer(const Endpoint& from, std::string_view message)
         if (!checkZone || inZone(owner, zone))
             m_store.CacheAdd(owner, static_cast<int16_t>(markerType), negativeTTL, {}, 0);
     };
-    const bool authoritative = (byteAt(message, 2) & 4) != 0;
-    const bool truncated = (byteAt(message, 2) & 2) != 0; // an empty answer then says nothing
+    const bool authoritative = (byteAt(message, 2) & 4) != 0; // with TC set, an empty answer says nothing
 
     if (rcode == kNameError) {
         learnAbsent(last, rtype::kNameMarker);

@@ -95,6 +95,17 @@ void ctlZTS::sendSoaQuery()
     m_host.sendDns2({*to, kDnsPort}, query);
 }
 
+// Hardened, an SOA answer counts only from the primary's address and port 53, for our question.
+bool ctlZTS::fromPrimary(const Endpoint& from, std::string_view message) const
+{
+    const auto primary = addressFromText(m_primary);
+    if (!primary || from.address != *primary || from.port != kDnsPort) return false;
+    WireReader reader(message, 12);
+    const std::string name = reader.name();
+    const int type = reader.shortValue();
+    return reader.ok() && shortAt(message, 4) == 1 && name == m_zone && type == kTypeSOA;
+}
+
 Bytes ctlZTS::question(int32_t id, int type) const
 {
     Bytes message;
@@ -110,9 +121,10 @@ Bytes ctlZTS::question(int32_t id, int type) const
 
 // An answer that names the zone's SOA gives its serial. Our answer that holds none (a refusal, an
 // error) is taken all the same and left to the watchdog, which counts it as no answer.
-bool ctlZTS::takeAnswer(int32_t id, std::string_view message)
+bool ctlZTS::takeAnswer(const Endpoint& from, int32_t id, std::string_view message)
 {
     if (m_state != SoaSent || id != m_soaId || message.size() < 12) return false;
+    if (m_dns.hardened() && !fromPrimary(from, message)) return false;
     if ((byteAt(message, 3) & 15) != 0) return true;
     WireReader reader(message, 12);
     for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {

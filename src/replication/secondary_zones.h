@@ -46,7 +46,7 @@ public:
     void Que(const std::string& zone) override;
     // An answer on the outgoing query socket, offered by identifier before the query path sees it:
     // true when it is the answer to our SOA query, which then goes to GotSOA.
-    bool takeAnswer(int32_t id, std::string_view message);
+    bool takeAnswer(const Endpoint& from, int32_t id, std::string_view message);
     // Events of our connection to the primary (Winsock).
     void connected();
     void DataArrival(std::string_view data);
@@ -79,6 +79,7 @@ private:
     void disableTimer();
     void closeSocket();
     Bytes question(int32_t id, int type) const;
+    bool fromPrimary(const Endpoint& from, std::string_view message) const;
 
     Network& m_network;
     Clock& m_clock;

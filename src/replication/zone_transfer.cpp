@@ -7,6 +7,7 @@
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
+#include "wire/wire_reader.h"
 
 #include <algorithm>
 
@@ -20,6 +21,16 @@ constexpr size_t kSliceBytes = 64 * 1024;
 // While a transfer runs, requests that come in wait in the buffer; a peer that sends more than two
 // of the largest messages meanwhile is not a secondary and is cut off.
 constexpr size_t kMaxBuffered = 2 * (65535 + 2);
+
+// A standard query for anything but a zone: what the DNS service answers when it takes TCP.
+bool ordinaryQuestion(std::string_view message)
+{
+    if ((byteAt(message, 2) & 0x78) != 0) return false;
+    WireReader reader(message, 12);
+    reader.name();
+    const int type = reader.shortValue();
+    return !reader.ok() || (type != kTypeAXFR && type != kTypeIXFR);
+}
 
 void frame(Bytes& out, std::string_view message)
 {
@@ -72,6 +83,7 @@ void ZoneTransferServer::Accept(ctlZT& element, SocketId connection, const Endpo
     element.transfer.reset();
     element.Winsock = connection;
     element.remote = addressText(from.address);
+    element.peer = from;
 }
 
 ctlZT* ZoneTransferServer::find(SocketId connection)
@@ -108,6 +120,8 @@ void ZoneTransferServer::takeMessages(ctlZT& element)
 void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
 {
     if ((byteAt(message, 2) & 0x80) != 0) return; // a response: not ours to answer
+    if (m_dns.answersTcp() && ordinaryQuestion(message))
+        return m_dns.ProcReq(element.peer, message, element.Winsock);
     m_dns.countRequest();
     const std::string& ip = element.remote;
     const auto incomplete = [&] {
@@ -265,6 +279,16 @@ void ZoneTransferServer::send(ctlZT& element, std::string_view framed)
 {
     m_network.sendTcp(element.Winsock, framed);
     m_host.DoTray(1);
+}
+
+void ZoneTransferServer::sendAnswer(SocketId connection, std::string_view message)
+{
+    ctlZT* element = find(connection);
+    if (element == nullptr) return;
+    element->idleTicks = 0;
+    m_out.clear();
+    frame(m_out, message);
+    send(*element, m_out);
 }
 
 void ZoneTransferServer::drained(SocketId connection)

@@ -1,6 +1,7 @@
 // The zone-transfer service on TCP port 53: one ctlZT per connection in the pool TCPcon. It frames
 // messages with their 2-byte length, answers SOA queries for our zones and sends whole zones to
-// their secondaries (for AXFR, and for IXFR too), refuses everything else, and closes a connection
+// their secondaries (for AXFR, and for IXFR too), hands ordinary questions to the DNS service when
+// it answers TCP, refuses everything else, and closes a connection
 // after 10 idle seconds. A large transfer goes out in slices as the peer takes them, so it never
 // holds the loop.
 #pragma once
@@ -41,6 +42,7 @@ public:
     Bytes buffer;          // received and not yet taken as whole messages
     int16_t idleTicks = 0; // seconds without data in or transfer data out
     std::string remote;    // the peer's dotted address, for the log
+    Endpoint peer;
     SocketId Winsock = kNoSocket;
 
     std::optional<ZoneTransferProgress> transfer; // while a zone is being sent
@@ -74,6 +76,9 @@ public:
     void DataArrival(SocketId connection, std::string_view data);
     // The connection took all we queued: a transfer goes on with its next slice.
     void drained(SocketId connection);
+    // A reply of the DNS service to a question asked on one of our connections; nothing when that
+    // connection has gone meanwhile.
+    void sendAnswer(SocketId connection, std::string_view message);
     // The peer closed the connection (or it failed).
     void peerClosed(SocketId connection);
     // Every connection is closed (the program ends).

@@ -85,7 +85,7 @@ void soaAnswer(Client& c, std::string_view input)
     answer[1] = c.host.query[1];
     const auto id = static_cast<int32_t>(static_cast<unsigned char>(answer[0]) << 8 |
                                          static_cast<unsigned char>(answer[1]));
-    c.zts.takeAnswer(id, answer);
+    c.zts.takeAnswer({}, id, answer);
     if (c.zts.state() == ctlZTS::Connecting) c.zts.connected();
 }
 

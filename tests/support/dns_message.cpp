@@ -1,6 +1,7 @@
 #include "support/dns_message.h"
 
 #include "wire/addresses.h"
+#include "wire/addresses6.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -18,6 +19,17 @@ Bytes makeQuery(uint16_t id, const std::string& name, uint16_t type, bool recurs
     return m;
 }
 
+Bytes withOpt(Bytes query, uint16_t payload, int version)
+{
+    query[11] = static_cast<char>(query[11] + 1);
+    query += '\0';
+    query += MakeShort(41) + MakeShort(payload);
+    query += static_cast<char>(0);
+    query += static_cast<char>(version);
+    query += MakeShort(0) + MakeShort(0);
+    return query;
+}
+
 DecodedReply decodeReply(const Bytes& message)
 {
     DecodedReply d;
@@ -29,6 +41,7 @@ DecodedReply decodeReply(const Bytes& message)
     d.aa = (flags & 0x0400) != 0;
     d.rd = (flags & 0x0100) != 0;
     d.ra = (flags & 0x0080) != 0;
+    d.tc = (flags & 0x0200) != 0;
     d.rcode = flags & 0x0F;
     for (int& count : d.counts) count = ExtractShort(rest, true);
     d.qname = ExtractName(message, rest, true);
@@ -40,7 +53,7 @@ DecodedReply decodeReply(const Bytes& message)
             r.section = section;
             r.name = ExtractName(message, rest, true);
             r.type = ExtractShort(rest, true);
-            ExtractShort(rest, true);
+            const int dnsClass = ExtractShort(rest, true);
             r.ttl = static_cast<long>(ExtractLong(rest, true));
             const auto length = static_cast<size_t>(ExtractShort(rest, true));
             if (rest.size() < length) return d;
@@ -57,6 +70,11 @@ DecodedReply decodeReply(const Bytes& message)
                 r.data = ExtractName(message, rdata, true);
                 r.data += ' ' + ExtractName(message, rdata, true);
                 r.data += ' ' + std::to_string(static_cast<long>(ExtractLong(rdata, true)));
+            } else if (r.type == 28) {
+                r.data = Data6ToText(rdata);
+            } else if (r.type == 41) {
+                r.data = "payload " + std::to_string(dnsClass) + " ext " + std::to_string(r.ttl >> 24) + " version " +
+                         std::to_string(r.ttl >> 16 & 0xFF);
             } else {
                 r.data = std::string(rdata);
             }

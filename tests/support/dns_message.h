@@ -9,18 +9,21 @@
 namespace quorvane::test {
 
 Bytes makeQuery(uint16_t id, const std::string& name, uint16_t type, bool recursionDesired);
+// The query with an OPT record added (payload size, EDNS version).
+Bytes withOpt(Bytes query, uint16_t payload, int version = 0);
 
 struct DecodedRecord {
     int section = 0; // 2 answer, 3 authority, 4 additional
     std::string name;
     int type = 0;
     long ttl = 0;
-    std::string data; // A dotted; NS/CNAME/PTR the name; MX "pref name"; SOA "primary mailbox serial"
+    std::string data; // A dotted; NS/CNAME/PTR the name; MX "pref name"; SOA "primary mailbox serial";
+                      // AAAA its text; OPT "payload P ext E version V"
 };
 
 struct DecodedReply {
     int id = 0;
-    bool qr = false, aa = false, rd = false, ra = false;
+    bool qr = false, aa = false, tc = false, rd = false, ra = false;
     int rcode = 0;
     int counts[4] = {};
     std::string qname;

@@ -49,7 +49,7 @@ struct SecondaryFixture : ReplicationFixture
     bool answerSoa(uint32_t serial, int idOffset = 0)
     {
         Bytes answer = makeAnswer(host.queries.back().message, 0, true, {soa("copy.test.", serial)});
-        return zts.takeAnswer(shortAt(answer, 0) + idOffset, answer);
+        return zts.takeAnswer({}, shortAt(answer, 0) + idOffset, answer);
     }
     // The request sent on the current connection, without its length.
     Bytes request() { return network.tcpSent[zts.Winsock()].substr(2); }

@@ -1,0 +1,79 @@
+#include "query/tcp_asks.h"
+
+#include "query/message_bytes.h"
+
+#include <algorithm>
+
+namespace quorvane {
+
+bool TcpAsks::ask(const Endpoint& server, std::string_view query)
+{
+    if (m_asks.size() >= kMaxAsks || query.size() > 65535) return false;
+    const SocketId connection = m_network.connectTcp(server);
+    if (connection == kNoSocket) return false;
+    Ask& ask = m_asks.emplace_back();
+    ask.connection = connection;
+    ask.server = server;
+    ask.query += static_cast<char>(query.size() >> 8);
+    ask.query += static_cast<char>(query.size() & 0xFF);
+    ask.query += query;
+    return true;
+}
+
+bool TcpAsks::owns(SocketId connection) const
+{
+    return std::any_of(m_asks.begin(), m_asks.end(), [&](const Ask& a) { return a.connection == connection; });
+}
+
+TcpAsks::Ask* TcpAsks::find(SocketId connection)
+{
+    const auto it = std::find_if(m_asks.begin(), m_asks.end(), [&](const Ask& a) { return a.connection == connection; });
+    return it == m_asks.end() ? nullptr : &*it;
+}
+
+void TcpAsks::connected(SocketId connection)
+{
+    if (Ask* ask = find(connection)) m_network.sendTcp(connection, ask->query);
+}
+
+// The answer is the first framed message; whatever follows it is not ours to read.
+void TcpAsks::data(SocketId connection, std::string_view bytes)
+{
+    Ask* ask = find(connection);
+    if (ask == nullptr) return;
+    ask->received.append(bytes.substr(0, 65537 - ask->received.size())); // one message at most
+    if (ask->received.size() < 2) return;
+    const size_t length = static_cast<size_t>(shortAt(ask->received, 0));
+    if (ask->received.size() < length + 2) return;
+    const Endpoint server = ask->server;
+    const Bytes message = ask->received.substr(2, length);
+    end(connection); // first, so that the answer's handling may ask again
+    m_deliver(server, message);
+}
+
+void TcpAsks::closed(SocketId connection)
+{
+    end(connection);
+}
+
+void TcpAsks::tick()
+{
+    std::vector<SocketId> over;
+    for (Ask& ask : m_asks)
+        if (++ask.ticks >= kLifeTicks) over.push_back(ask.connection);
+    for (const SocketId connection : over) end(connection);
+}
+
+void TcpAsks::end(SocketId connection)
+{
+    m_network.close(connection);
+    std::erase_if(m_asks, [&](const Ask& a) { return a.connection == connection; });
+}
+
+void TcpAsks::closeAll()
+{
+    for (const Ask& ask : m_asks) m_network.close(ask.connection);
+    m_asks.clear();
+}
+
+} // namespace quorvane

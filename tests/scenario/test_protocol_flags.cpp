@@ -1,0 +1,207 @@
+// The four additions for today's clients, each checked with its setting on and off: AAAA records,
+// EDNS with truncation, questions over TCP, and hardened outgoing queries.
+#include "query/dns_service.h"
+#include "query/edns.h"
+#include "support/dns_message.h"
+#include "support/fake_clock.h"
+#include "support/recording_query_host.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace quorvane::test {
+
+using Lines = std::vector<std::string>;
+
+namespace {
+
+std::string bigZone()
+{
+    std::string zone = "@ IN SOA ns.zone. admin.zone. 7 3600 600 86400 300\n"
+                       "@ IN NS ns.zone.\n"
+                       "@ IN MX 10 mail.zone.\n"
+                       "ns IN A 10.0.0.1\n"
+                       "mail IN A 10.0.0.25\n"
+                       "mail IN AAAA 2001:db8::25\n"
+                       "v6 IN AAAA 2001:DB8:0:0:0:0:0:1\n";
+    for (int i = 1; i <= 40; ++i) zone += "many IN A 10.1.0." + std::to_string(i) + "\n";
+    return zone;
+}
+
+struct Server {
+    FakeClock clock;
+    TempFolder folder;
+    RecordingQueryHost host;
+    RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
+    DnsService dns{host, clock, store};
+
+    explicit Server(QuerySettings settings)
+    {
+        std::filesystem::create_directory(folder.path() / "data");
+        folder.write("data/zone.dns", bigZone());
+        folder.write("hosts", "2001:db8::7 laptop\n10.0.0.7 printer\n");
+        StoreSettings stored;
+        stored.hostsPath = "hosts";
+        stored.aaaa = settings.aaaa;
+        store.configure(stored);
+        store.LoadPerm();
+        host.maxLevel = -1;
+        dns.configure(std::move(settings));
+    }
+    // The reply to one query, sent as a datagram or on TCP connection tcp.
+    DecodedReply ask(const Bytes& query, SocketId tcp = kNoSocket)
+    {
+        host.replies.clear();
+        dns.ProcReq({0x0A000005, 1234}, query, tcp);
+        if (host.replies.size() != 1) return {};
+        last = host.replies[0].message;
+        return decodeReply(last);
+    }
+    Bytes last;
+};
+
+QuerySettings flags(bool aaaa, bool edns, bool tcp, bool hardening)
+{
+    QuerySettings s;
+    s.forwarding = true;
+    s.forwarders = {"10.9.9.9"};
+    s.aaaa = aaaa;
+    s.edns = edns;
+    s.tcpQueries = tcp;
+    s.hardening = hardening;
+    return s;
+}
+
+} // namespace
+
+TEST(ProtocolFlags, AaaaRecordsOnlyWhenSwitchedOn)
+{
+    Server off(flags(false, false, false, false));
+    EXPECT_EQ(off.ask(makeQuery(1, "v6.zone.", 28, true)).rcode, 4);
+    EXPECT_EQ(off.ask(makeQuery(2, "zone.", 15, true)).section(4), Lines{"mail.zone. A 10.0.0.25"});
+    EXPECT_TRUE(off.store.records("laptop.").empty()) << "an IPv6 hosts line stays out";
+
+    Server on(flags(true, false, false, false));
+    auto r = on.ask(makeQuery(1, "v6.zone.", 28, true));
+    EXPECT_TRUE(r.aa);
+    EXPECT_EQ(r.section(2), Lines{"v6.zone. AAAA 2001:db8::1"});
+    r = on.ask(makeQuery(2, "zone.", 15, true));
+    EXPECT_EQ(r.section(4), (Lines{"mail.zone. A 10.0.0.25", "mail.zone. AAAA 2001:db8::25"}));
+    EXPECT_EQ(on.ask(makeQuery(3, "laptop.", 28, true)).section(2), Lines{"laptop. AAAA 2001:db8::7"});
+    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.", 12, true))
+                  .section(2)
+                  .size(),
+              1u);
+    // A name with an address of the other family only has no data of this type.
+    r = on.ask(makeQuery(5, "ns.zone.", 28, true));
+    EXPECT_EQ(r.rcode, 0);
+    EXPECT_TRUE(r.section(2).empty());
+}
+
+TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
+{
+    Server off(flags(false, false, false, false));
+    auto r = off.ask(withOpt(makeQuery(1, "many.zone.", 1, true), 4096));
+    EXPECT_EQ(r.section(2).size(), 40u) << "without EDNS only the record cap applies";
+    EXPECT_FALSE(r.tc);
+    EXPECT_TRUE(r.section(4).empty()) << "and no OPT comes back";
+
+    Server on(flags(false, true, false, false));
+    r = on.ask(makeQuery(2, "many.zone.", 1, true));
+    EXPECT_TRUE(r.ok && r.tc);
+    EXPECT_LE(on.last.size(), 512u);
+    EXPECT_LT(r.section(2).size(), 40u);
+    EXPECT_GT(on.last.size() + 16, 512u) << "cut at the last record that fits, not before";
+
+    r = on.ask(withOpt(makeQuery(3, "many.zone.", 1, true), 4096));
+    EXPECT_TRUE(r.ok);
+    EXPECT_FALSE(r.tc) << "40 records fit in 1232 bytes";
+    EXPECT_EQ(r.section(2).size(), 40u);
+    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 0 version 0"});
+
+    r = on.ask(withOpt(makeQuery(4, "many.zone.", 1, true), 600));
+    EXPECT_TRUE(r.ok && r.tc);
+    EXPECT_LE(on.last.size(), 600u);
+    EXPECT_EQ(r.section(4).size(), 1u) << "the OPT record survives the cut";
+
+    r = on.ask(withOpt(makeQuery(5, "many.zone.", 1, true), 1232, 1));
+    EXPECT_EQ(r.rcode, 0);
+    EXPECT_TRUE(r.section(2).empty());
+    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 1 version 0"}) << "BADVERS";
+
+    r = on.ask(withOpt(withOpt(makeQuery(6, "many.zone.", 1, true), 1232), 1232));
+    EXPECT_EQ(r.rcode, 1) << "two OPT records";
+    Bytes cut = withOpt(makeQuery(7, "many.zone.", 1, true), 1232);
+    cut.resize(cut.size() - 3);
+    EXPECT_EQ(on.ask(cut).rcode, 1);
+
+    // Over TCP nothing is cut, OPT or not.
+    Server tcp(flags(false, true, true, false));
+    r = tcp.ask(makeQuery(8, "many.zone.", 1, true), 7);
+    EXPECT_FALSE(r.tc);
+    EXPECT_EQ(r.section(2).size(), 40u);
+    EXPECT_EQ(tcp.host.replies[0].to.port, 7) << "the reply went back on connection 7";
+}
+
+TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
+{
+    Server s(flags(false, true, true, false));
+    s.ask(makeQuery(1, "away.example.", 1, true));
+    ASSERT_EQ(s.host.queries.size(), 1u);
+    const Bytes first = s.host.queries[0].message;
+    EXPECT_EQ(decodeReply(first).section(4), Lines{". ?41? payload 1232 ext 0 version 0"});
+
+    // A format error: the same server is asked again without OPT, and stays so.
+    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(first, 1, false, {}));
+    ASSERT_EQ(s.host.queries.size(), 2u);
+    const Bytes second = s.host.queries[1].message;
+    EXPECT_TRUE(decodeReply(second).section(4).empty());
+
+    // A truncated answer is asked again over TCP; the TCP answer completes the request.
+    Bytes truncated = makeAnswer(second, 0, false, {});
+    truncated[2] = static_cast<char>(truncated[2] | 2);
+    s.host.replies.clear();
+    s.dns.ProcAns({0x0A090909, 53}, truncated);
+    ASSERT_EQ(s.host.tcpQueries.size(), 1u);
+    EXPECT_EQ(s.host.tcpQueries[0].to.port, 53);
+    EXPECT_TRUE(s.host.replies.empty());
+    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}), true);
+    ASSERT_EQ(s.host.replies.size(), 1u);
+    EXPECT_EQ(decodeReply(s.host.replies[0].message).section(2), Lines{"away.example. A 10.2.2.2"});
+}
+
+TEST(ProtocolFlags, HardenedQueriesTakeRandomIdentifiersAndStrictAnswers)
+{
+    const auto identifiers = [](bool hardening) {
+        Server s(flags(false, false, false, hardening));
+        std::vector<int> ids;
+        for (int i = 0; i < 1000; ++i) {
+            s.ask(makeQuery(1, "n" + std::to_string(i) + ".example.", 1, true));
+            ids.push_back(decodeReply(s.host.queries.back().message).id);
+        }
+        return ids;
+    };
+    const std::vector<int> counted = identifiers(false);
+    EXPECT_EQ(counted[999] - counted[0], 999);
+    const std::vector<int> random = identifiers(true);
+    int sequential = 0;
+    for (size_t i = 1; i < random.size(); ++i) sequential += random[i] == random[i - 1] + 1;
+    EXPECT_LT(sequential, 10);
+    EXPECT_GT(std::set<int>(random.begin(), random.end()).size(), 980u);
+
+    // An answer from another port or address is ignored; the server asked is believed.
+    Server s(flags(false, false, false, true));
+    s.ask(makeQuery(1, "away.example.", 1, true));
+    const Bytes query = s.host.queries[0].message;
+    s.host.replies.clear();
+    s.dns.ProcAns({0x0A090909, 5353}, makeAnswer(query, 0, false, {wireA(2, "away.example.", "6.6.6.6")}));
+    s.dns.ProcAns({0x0A090908, 53}, makeAnswer(query, 0, false, {wireA(2, "away.example.", "6.6.6.6")}));
+    EXPECT_TRUE(s.host.replies.empty());
+    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(query, 0, false, {wireA(2, "away.example.", "10.2.2.2")}));
+    ASSERT_EQ(s.host.replies.size(), 1u);
+    EXPECT_EQ(decodeReply(s.host.replies[0].message).section(2), Lines{"away.example. A 10.2.2.2"});
+}
+
+} // namespace quorvane::test

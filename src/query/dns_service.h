@@ -5,6 +5,7 @@
 
 #include "net/clock.h"
 #include "query/dns_request.h"
+#include "query/edns.h"
 #include "query/lease_lookup.h"
 #include "query/query_host.h"
 #include "query/query_id.h"
@@ -155,7 +156,7 @@ private:
     void writeSection(clDNSRequest& request, Section section);
     void logRecord(Section section, const clDNSRecord& record);
     void notImplemented(const Endpoint& from, SocketId tcp, std::string_view message, const std::string& ip,
-                        const std::string& subject);
+                        const std::string& subject, const ClientOpt* opt = nullptr);
     void sendError(clDNSRequest& request, int rcode);
     void writeHeader(const clDNSRequest& request);
     void finishReply(const clDNSRequest& request);

@@ -78,23 +78,24 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
     }
     request.QType = ExtractShort(rest, true);
     const int dnsClass = ExtractShort(rest, true);
+    const size_t questionEnd = message.size() - rest.size();
+    const ClientOpt opt = m_settings.edns ? readClientOpt(message, questionEnd) : ClientOpt{};
+    request.ClientEdns = opt.present ? opt.version : -1;
+    request.ClientSize = static_cast<uint16_t>(replyLimit(opt));
+    // With EDNS the echo ends after the question and carries our OPT, not whatever the client sent.
+    const size_t echoed = m_settings.edns ? questionEnd : message.size();
     if (dnsClass != kClassIN) {
         const std::string subject = ClassN(dnsClass);
         if (logging) m_host.AddLine(0, "DNS Request from " + ip + " for " + subject);
-        notImplemented(from, tcp, message, ip, subject);
+        notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }
     const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
     if (logging) m_host.AddLine(0, "Request from " + ip + " for " + subject);
-    if (m_settings.edns) {
-        const ClientOpt opt = readClientOpt(message, message.size() - rest.size());
-        request.ClientEdns = opt.present ? opt.version : -1;
-        request.ClientSize = static_cast<uint16_t>(replyLimit(opt));
-        if (opt.malformed) return sendError(request, kRcodeFormatError);
-        if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
-    }
+    if (opt.malformed) return sendError(request, kRcodeFormatError);
+    if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
     if (!supportedType(request.QType, m_settings.aaaa)) {
-        notImplemented(from, tcp, message, ip, subject);
+        notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }
     Check(request); // one that has to wait for another server moves to PendingRequests
@@ -102,7 +103,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
 }
 
 void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,
-                                const std::string& ip, const std::string& subject)
+                                const std::string& ip, const std::string& subject, const ClientOpt* opt)
 {
     ++ReplyCount;
     if (m_host.wants(0)) {
@@ -114,6 +115,13 @@ void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_
     std::string reply(message);
     reply[2] = static_cast<char>(byteAt(message, 2) | 0x80);
     reply[3] = static_cast<char>(0x84);
+    if (opt != nullptr) { // the question alone, then our OPT if the client sent one
+        reply.replace(6, 6, 6, '\0');
+        if (opt->present) {
+            reply[11] = 1;
+            appendOpt(reply, 0);
+        }
+    }
     sendReply(from, tcp, reply);
     m_host.DoTray(1);
 }

@@ -16,7 +16,14 @@ namespace quorvane {
 
 namespace {
 
+// At most this many records of a section go into a datagram reply; a reply over TCP is limited by
+// its size only (finishReply), so that a client that asked again there gets every record.
 constexpr size_t kMaxSectionRecords = 100;
+
+size_t sectionCap(const clDNSRequest& request)
+{
+    return request.TcpConnection == kNoSocket ? kMaxSectionRecords : SIZE_MAX;
+}
 
 void patchShort(Bytes& out, size_t at, size_t value)
 {
@@ -88,7 +95,7 @@ void DnsService::writeHeader(const clDNSRequest& request)
     out += static_cast<char>((request.RecursionAllowed ? 0x80 : 0) | (request.RCode & 0x0F));
     putShort(out, 1);
     for (Section s : {kAnswer, kAuthority, kAdditional})
-        putShort(out, std::min(request.section(s).size(), kMaxSectionRecords));
+        putShort(out, std::min(request.section(s).size(), sectionCap(request)));
     out += ZipName(request.QName, out);
     putShort(out, static_cast<size_t>(request.QType & 0xFFFF));
     putShort(out, 1);
@@ -96,15 +103,18 @@ void DnsService::writeHeader(const clDNSRequest& request)
 }
 
 // With EDNS switched on, a datagram reply is cut after the last whole record that fits the
-// client's limit, with TC set, and a client that sent OPT gets ours. Over TCP nothing is cut.
+// client's limit, with TC set, and a client that sent OPT gets ours. Over TCP only the largest
+// message there is limits the reply.
 void DnsService::finishReply(const clDNSRequest& request)
 {
-    if (!m_settings.edns) return;
+    const bool tcp = request.TcpConnection != kNoSocket;
+    if (!m_settings.edns && !tcp) return;
     Bytes& out = m_reply;
-    const size_t extra = request.ClientEdns >= 0 ? kOptSize : 0;
-    if (request.TcpConnection == kNoSocket && out.size() + extra > request.ClientSize) {
+    const size_t extra = m_settings.edns && request.ClientEdns >= 0 ? kOptSize : 0;
+    const size_t limit = tcp ? 65535 : request.ClientSize;
+    if (out.size() + extra > limit) {
         size_t kept = 0;
-        while (kept < m_recordEnds.size() && m_recordEnds[kept] + extra <= request.ClientSize) ++kept;
+        while (kept < m_recordEnds.size() && m_recordEnds[kept] + extra <= limit) ++kept;
         out.resize(kept == 0 ? m_questionEnd : m_recordEnds[kept - 1]);
         for (size_t at = 6; at < 12; at += 2) { // the sections' counts, in their order
             const size_t count = std::min(static_cast<size_t>(shortAt(out, at)), kept);
@@ -134,7 +144,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
     const DateTime now = m_clock.now();
     const bool detail = m_host.wants(1);
     const std::vector<size_t>& order = RoundRobin(request, section);
-    for (size_t i = 0; i < order.size() && i < kMaxSectionRecords; ++i) {
+    for (size_t i = 0; i < order.size() && i < sectionCap(request); ++i) {
         const clDNSRecord& record = records[order[i]];
         appendRecord(m_reply, record, std::max(record.TTL(now), 0));
         m_recordEnds.push_back(m_reply.size());

@@ -27,6 +27,7 @@ std::string bigZone()
                        "mail IN AAAA 2001:db8::25\n"
                        "v6 IN AAAA 2001:DB8:0:0:0:0:0:1\n";
     for (int i = 1; i <= 40; ++i) zone += "many IN A 10.1.0." + std::to_string(i) + "\n";
+    for (int i = 1; i <= 120; ++i) zone += "lots IN A 10.2.0." + std::to_string(i) + "\n";
     return zone;
 }
 
@@ -136,6 +137,9 @@ TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
     Bytes cut = withOpt(makeQuery(7, "many.zone.", 1, true), 1232);
     cut.resize(cut.size() - 3);
     EXPECT_EQ(on.ask(cut).rcode, 1);
+    r = on.ask(withOpt(makeQuery(9, "many.zone.", 99, true), 4096));
+    EXPECT_EQ(r.rcode, 4);
+    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 0 version 0"}) << "our OPT, not the client's";
 
     // Over TCP nothing is cut, OPT or not.
     Server tcp(flags(false, true, true, false));
@@ -143,6 +147,7 @@ TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
     EXPECT_FALSE(r.tc);
     EXPECT_EQ(r.section(2).size(), 40u);
     EXPECT_EQ(tcp.host.replies[0].to.port, 7) << "the reply went back on connection 7";
+    EXPECT_EQ(tcp.ask(makeQuery(10, "lots.zone.", 1, true), 7).section(2).size(), 120u) << "no record cap";
 }
 
 TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)

@@ -1,8 +1,10 @@
 // Feeds arbitrary bytes to the handling of answers from other servers, as the answer to a question
 // that is waiting for one: the input is the answer's flags, its three record counts and its records,
 // after the identifier and question that the server expects. The first input byte also picks
-// forwarding or resolution from the root, so that referrals and sub-requests are reached. The raw
-// input is offered as a whole message too. Any crash, sanitizer report or hang is a finding.
+// forwarding or resolution from the root, so that referrals and sub-requests are reached, and
+// switches the additions (AAAA, EDNS, TCP, hardening) on or off; one bit hands the answer in as if
+// it came over TCP. The raw input is offered as a whole message too. Any crash, sanitizer report or
+// hang is a finding.
 #include "fuzz_support.h"
 #include "query/dns_service.h"
 #include "wire/names.h"
@@ -46,6 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.forwarding = (input[0] & 1) != 0;
     settings.forwarders = {"127.0.0.3"};
     settings.spoofSecure = (input[0] & 2) != 0;
+    settings.aaaa = (input[0] & 4) != 0;
+    settings.edns = (input[0] & 8) != 0;
+    settings.tcpQueries = (input[0] & 16) != 0;
+    settings.hardening = (input[0] & 32) != 0;
+    const bool viaTcp = (input[0] & 64) != 0;
     r.dns.configure(settings);
     r.dns.clearPending();
     r.store.clearCache();
@@ -60,8 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Bytes answer = MakeShort(id) + std::string(input.substr(0, 2)) + MakeShort(1) + std::string(input.substr(2, 6)) +
                    ZipName(kName, "") + MakeShort(1) + MakeShort(1) + std::string(input.substr(8));
     answer[2] = static_cast<char>(answer[2] | 0x80);
-    r.dns.ProcAns({0x7F000002, 53}, answer);
-    r.dns.ProcAns({0x7F000002, 53}, input);
+    r.dns.ProcAns({0x7F000002, 53}, answer, viaTcp);
+    r.dns.ProcAns({0x7F000002, 53}, input, viaTcp);
     r.dns.retryWaiting();
     return 0;
 }

@@ -2,7 +2,9 @@
 // zone-transfer service, as the peer's data would arrive. Each segment is a length byte (0 stands
 // for 256) followed by that many bytes of the stream; after each, the peer is taken to have read
 // everything, so transfers go on. The zone served allows transfers to anyone, so SOA answers,
-// transfers and refusals are all reached. Any crash, sanitizer report or hang is a finding.
+// transfers and refusals are all reached. The stream's last byte switches questions over TCP, EDNS
+// and AAAA on or off, so ordinary questions reach the DNS service and come back on the connection.
+// Any crash, sanitizer report or hang is a finding.
 #include "fuzz_support.h"
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
@@ -57,8 +59,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     static Service s;
     static SocketId next = 1;
     const SocketId connection = next++;
-    s.server.connectionRequest(connection, {0x0A000001, 5353}, true);
     std::string_view input(reinterpret_cast<const char*>(data), size);
+    QuerySettings settings;
+    const unsigned flags = input.empty() ? 0 : static_cast<unsigned char>(input.back());
+    settings.tcpQueries = (flags & 1) != 0;
+    settings.edns = (flags & 2) != 0;
+    settings.aaaa = (flags & 4) != 0;
+    s.dns.configure(settings);
+    s.server.connectionRequest(connection, {0x0A000001, 5353}, true);
     while (!input.empty()) {
         const size_t length =
             std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);

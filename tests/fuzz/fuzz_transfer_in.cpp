@@ -58,6 +58,9 @@ struct Client
     void reset()
     {
         zts.closeAll();
+        StoreSettings settings;
+        settings.aaaa = true; // AAAA records of any data length reach the reader
+        store.configure(settings);
         store.LoadZone(kZone);
     }
 };

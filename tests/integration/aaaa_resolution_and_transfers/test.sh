@@ -1,0 +1,156 @@
+# AAAA beyond the own zones, with every flag on (AAAARecords, EDNS, TCPQueries, QueryHardening):
+#   127.0.0.2/3/4  NSD: the root, test. and example.test. (with AAAA, and AAAA glue for its server)
+#   127.0.0.31     tc.test., a small responder that sets TC on every UDP answer and answers whole
+#                  only over TCP, logging each question with the transport it came by
+#   127.0.0.21     NSD, primary of prim.test. (with AAAA), of which Quorvane is the secondary
+#   127.0.0.11     NSD, secondary of own.test. (with AAAA), of which Quorvane is the primary
+# Quorvane resolves AAAA from the root, asks a truncating server again over TCP, keeps the AAAA of
+# the zone it takes in (and writes them to its file), and gives them away in its own transfers.
+zones="$WORK/zones"
+mkdir -p "$zones"
+soa() { echo "@ 3600 IN SOA ns.$1 admin.$1 1 3600 600 86400 300"; }
+{
+    soa root.
+    echo "@ IN NS ns.root."
+    echo "ns.root. IN A 127.0.0.2"
+    echo "test. IN NS ns.test."
+    echo "ns.test. IN A 127.0.0.3"
+} >"$zones/root.zone"
+{
+    echo '$ORIGIN test.'
+    soa test.
+    echo "@ IN NS ns"
+    echo "ns IN A 127.0.0.3"
+    echo "example IN NS ns1.example"
+    echo "ns1.example IN A 127.0.0.4"
+    echo "ns1.example IN AAAA 2001:db8::4"
+    echo "tc IN NS ns.tc"
+    echo "ns.tc IN A 127.0.0.31"
+} >"$zones/test.zone"
+{
+    echo '$ORIGIN example.test.'
+    soa example.test.
+    echo "@ IN NS ns1"
+    echo "ns1 IN A 127.0.0.4"
+    echo "ns1 IN AAAA 2001:db8::4"
+    echo "www IN CNAME dual"
+    echo "dual IN A 192.0.2.80"
+    echo "dual IN AAAA 2001:db8::80"
+} >"$zones/example.zone"
+{
+    echo '$ORIGIN prim.test.'
+    soa prim.test.
+    echo "@ IN NS ns"
+    echo "ns IN A 127.0.0.21"
+    echo "v6 IN AAAA 2001:db8:2::6"
+} >"$zones/prim.zone"
+start_nsd 127.0.0.2 . "$zones/root.zone"
+start_nsd 127.0.0.3 test. "$zones/test.zone"
+start_nsd 127.0.0.4 example.test. "$zones/example.zone"
+NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.21 prim.test. "$zones/prim.zone"
+
+python3 - "$WORK/tc.log" <<'PY' &
+import select, socket, struct, sys, time
+
+# Every UDP question gets an empty answer with TC set; over TCP, A and AAAA questions get one
+# address each. It ends by itself after 200 s.
+ADDRESS, log = "127.0.0.31", open(sys.argv[1], "a", buffering=1)
+udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+udp.bind((ADDRESS, 53))
+listener = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+listener.bind((ADDRESS, 53))
+listener.listen(8)
+
+def reply(query, transport):
+    at, labels = 12, []
+    while query[at]:
+        labels.append(query[at + 1:at + 1 + query[at]].decode())
+        at += 1 + query[at]
+    qtype = struct.unpack(">H", query[at + 1:at + 3])[0]
+    log.write(f"{transport} {'.'.join(labels)}. {qtype}\n")
+    record = b""
+    if transport == "tcp" and qtype in (1, 28):
+        family, text = (socket.AF_INET, "192.0.2.31") if qtype == 1 else (socket.AF_INET6, "2001:db8::31")
+        data = socket.inet_pton(family, text)
+        record = b"\xc0\x0c" + struct.pack(">HHIH", qtype, 1, 300, len(data)) + data
+    flags = 0x8400 | (query[2] & 1) << 8 | (0x0200 if transport == "udp" else 0)
+    return query[:2] + struct.pack(">HHHHH", flags, 1, 1 if record else 0, 0, 0) + query[12:at + 5] + record
+
+def exactly(s, n):
+    data = b""
+    while len(data) < n:
+        more = s.recv(n - len(data))
+        if not more:
+            raise EOFError
+        data += more
+    return data
+
+streams, end = [], time.monotonic() + 200
+while time.monotonic() < end:
+    for s in select.select([udp, listener] + streams, [], [], 1)[0]:
+        if s is udp:
+            query, peer = udp.recvfrom(4096)
+            udp.sendto(reply(query, "udp"), peer)
+        elif s is listener:
+            streams.append(listener.accept()[0])
+            streams[-1].settimeout(2)
+        else:
+            try:
+                out = reply(exactly(s, struct.unpack(">H", exactly(s, 2))[0]), "tcp")
+                s.sendall(struct.pack(">H", len(out)) + out)
+            except (OSError, EOFError):
+                streams.remove(s)
+                s.close()
+PY
+started $!
+tc_listening() { ss -Hltn 'src 127.0.0.31:53' | grep -q . && ss -Hlun 'src 127.0.0.31:53' | grep -q .; }
+within 5 tc_listening || fail "the truncating server does not listen"
+
+folder="$WORK/folder"
+mkdir -p "$folder/data"
+printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
+printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\n' \
+    >"$folder/quorvane.ini"
+cat >"$folder/data/own.test.dns" <<'ZONE'
+; NotSecure
+@     IN SOA ns.own.test. admin.own.test. ( 2026112401 3600 600 86400 300 )
+      IN NS  ns
+ns    IN A   127.0.0.1
+v6    IN AAAA 2001:db8:1::6
+ZONE
+printf '; PrimaryIP 127.0.0.21\n' >"$folder/data/prim.test.dns"
+start_server "$folder"
+wait_for "DNS service started on 127.0.0.1"
+q() { dig @127.0.0.1 +tries=1 +time=5 +nocookie "$@"; }
+answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) out = out " " $i; print out }' | paste -sd'|'; }
+
+# --- From the root -------------------------------------------------------------------------------
+[ "$(answer www.example.test AAAA)" = "www.example.test. CNAME dual.example.test.|dual.example.test. AAAA 2001:db8::80" ] ||
+    fail "AAAA from the root: $(q www.example.test AAAA)"
+for line in "127.0.0.2 (.)" "127.0.0.3 (test.)" "127.0.0.4 (example.test.)"; do
+    grep -qF "Sending request to $line for AAAA-record for www.example.test." "$WORK/stdout" || fail "not asked: $line"
+done
+# Asked over TCP, the answer waits for example.test.'s server like one asked over UDP.
+[ "$(answer +tcp dual.example.test A)" = "dual.example.test. A 192.0.2.80" ] || fail "A over TCP: $(q +tcp dual.example.test A)"
+
+# --- A truncated answer asked again over TCP ---------------------------------------------------------
+[ "$(answer www.tc.test AAAA)" = "www.tc.test. AAAA 2001:db8::31" ] || fail "truncated upstream: $(q www.tc.test AAAA)
+$(cat "$WORK/tc.log")"
+[ "$(cat "$WORK/tc.log")" = "udp www.tc.test. 28
+tcp www.tc.test. 28" ] || fail "questions to the truncating server: $(cat "$WORK/tc.log")"
+
+# --- Transfer in: the zone from NSD keeps its AAAA, in answers and in the written file ----------------
+prim_served() { [ "$(aa_answer 127.0.0.1 v6.prim.test AAAA)" = 2001:db8:2::6 ]; }
+within 20 prim_served || fail "prim.test. AAAA not served: $(q +norec v6.prim.test AAAA)"
+named-checkzone -D -o - prim.test "$folder/data/prim.test.dns" 2>/dev/null |
+    grep -qE '^v6\.prim\.test\.[[:space:]]+[0-9]+[[:space:]]+IN[[:space:]]+AAAA[[:space:]]+2001:db8:2::6$' ||
+    fail "prim.test.dns does not hold the AAAA: $(cat "$folder/data/prim.test.dns")"
+
+# --- Transfer out: an NSD secondary serves the AAAA of Quorvane's zone --------------------------------
+NSD_ZONE_OPTIONS="request-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.11 own.test. "$WORK/own.zone"
+[ "$(aa_answer 127.0.0.11 v6.own.test AAAA)" = 2001:db8:1::6 ] ||
+    fail "NSD secondary: $(dig @127.0.0.11 +norec v6.own.test AAAA; cat "$WORK/nsd-127.0.0.11/nsd.log")"
+grep -qE "Sending Zone Transfer to 127\.0\.0\.[0-9]+ for own\.test\.?$" "$WORK/stdout" || fail "no transfer line"
+kill -0 "$SERVER_PID" || fail "server ended"
+stop_server

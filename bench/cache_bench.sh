@@ -10,7 +10,8 @@
 #   -r  rounds: each resolver is measured this many times, taking turns; the best run of each
 #       stands (default 3)
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane; build it first)
-#   -s  which resolvers, in order (default "unbound dnsmasq quorvane")
+#   -s  which resolvers, in order (default "unbound dnsmasq quorvane"; "quorvane-flags" is Quorvane
+#       with AAAARecords, EDNS, TCPQueries and QueryHardening switched on)
 #   -c  dnsperf clients, i.e. sockets (default 1)
 #   -q  dnsperf queries outstanding (default 200)
 #   -k  keep the scratch folder (configurations, zone, every dnsperf report) and print its path
@@ -148,7 +149,7 @@ start_dnsmasq() {
 
 # Quorvane's program folder: settings only; data/ stays empty, it holds no zone of its own.
 start_quorvane() {
-    local dir=$1
+    local dir=$1 additions=${2:-no}
     mkdir -p "$dir/data"
     cat >"$dir/quorvane.ini" <<EOF
 Name: cache-bench
@@ -158,9 +159,11 @@ NS: $FORWARDER
 BombLevel: 0
 CacheTTL: 0
 EOF
+    [ "$additions" = yes ] && printf '%s\n' "AAAARecords: YES" "EDNS: YES" "TCPQueries: YES" "QueryHardening: YES" >>"$dir/quorvane.ini"
     launch 0 "$dir" "$QUORVANE" --headless --quiet --dir "$dir"
     SERVER_PID=$LAUNCHED
 }
+start_quorvane_flags() { start_quorvane "$1" yes; }
 
 stop_server() {
     kill -TERM "$SERVER_PID" 2>/dev/null || true
@@ -236,7 +239,7 @@ measure_once() {
     local dir=$WORK/$name
     mkdir -p "$dir"
     echo "== $name, round $run" >&2
-    "start_$name" "$dir"
+    "start_${name//-/_}" "$dir"
     local answers
     answers=$(wait_ready 127.0.0.1 "$dir" "$SERVER_PID")
     echo "$answers" >"$dir/answers-$run"
@@ -355,12 +358,12 @@ main() {
     for name in $RESOLVERS; do
         case $name in
             unbound | dnsmasq) ;;
-            quorvane) [ -x "$QUORVANE" ] || {
+            quorvane | quorvane-flags) [ -x "$QUORVANE" ] || {
                 echo "no Quorvane binary at $QUORVANE; build it (cmake --preset release &&" \
                     "cmake --build --preset release) or pass -b" >&2
                 exit 1
             } ;;
-            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane)" >&2; exit 2 ;;
+            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane, quorvane-flags)" >&2; exit 2 ;;
         esac
     done
 

@@ -13,7 +13,8 @@
 #   -t  query type of every query (default A; e.g. HINFO to load a server that answers only
 #       "not implemented" yet, to try the harness on it)
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane; build it first)
-#   -s  which servers, in order (default "echo nsd knot quorvane quorvane-log")
+#   -s  which servers, in order (default "echo nsd knot quorvane quorvane-log"; "quorvane-flags" is
+#       Quorvane with AAAARecords, EDNS, TCPQueries and QueryHardening switched on)
 #   -c  dnsperf clients, i.e. sockets (default 1)
 #   -q  dnsperf queries outstanding (default 200; more overflows the default socket buffers and
 #       turns into lost queries rather than more answers)
@@ -97,7 +98,7 @@ start_knot() {
 
 # Quorvane's program folder: settings, the zone under data/, logs/ for the daily log file.
 start_quorvane_with() {
-    local dir=$1 write_log=$2
+    local dir=$1 write_log=$2 additions=${3:-no}
     mkdir -p "$dir/data" "$dir/logs"
     cp "$WORK/$ZONE.dns" "$dir/data/$ZONE.dns"
     {
@@ -105,11 +106,13 @@ start_quorvane_with() {
         echo "DNSBind: 127.0.0.1"
         [ "$write_log" = yes ] && echo "WriteLog: YES"
         echo "BombLevel: 0"
+        [ "$additions" = yes ] && printf '%s\n' "AAAARecords: YES" "EDNS: YES" "TCPQueries: YES" "QueryHardening: YES"
     } >"$dir/quorvane.ini"
     launch "$dir" "$QUORVANE" --headless --quiet --dir "$dir"
 }
 start_quorvane() { start_quorvane_with "$1" no; }
 start_quorvane_log() { start_quorvane_with "$1" yes; }
+start_quorvane_flags() { start_quorvane_with "$1" no yes; } # the four additions switched on
 
 stop_server() {
     kill -TERM "$SERVER_PID" 2>/dev/null || true

@@ -8,6 +8,8 @@ mkdir -p "$folder/data"
 printf '; NotSecure\n@ IN SOA ns.t. admin.t. 1 3600 600 604800 300\nhost IN A 10.0.0.9\n' >"$folder/data/t.dns"
 start_server "$folder"
 wait_for 'DNS service started\.$'
+# An answer comes only once start-up has finished, settings file written and closed included.
+dig @127.0.0.1 +tries=3 +time=1 +short host.t A >/dev/null
 fds=$(ls "/proc/$SERVER_PID/fd" | wc -l)
 
 # Five UDP questions a second until the TCP clients are done; one line per question.

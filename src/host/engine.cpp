@@ -187,6 +187,15 @@ void Engine::execute(Command command)
     case Command::WriteSupportFile:
         guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); });
         break;
+    case Command::ClearCache:
+        guarded("frmMain mnuClearCache", [&] {
+            m_store.clearCache();
+            AddLine(0, "Cache cleared by operator");
+        });
+        break;
+    case Command::CacheSnapshot:
+        guarded("frmMain mnuViewCache", [&] { m_store.saveCache(true); });
+        break;
     }
 }
 

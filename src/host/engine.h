@@ -32,7 +32,7 @@ namespace quorvane {
 // "Uptime: 1 Day, 2 Hours, 0 Minutes" for the time between start and now.
 std::string uptimeText(DateTime start, DateTime now);
 
-enum class Command { StartStop, ReloadRecords, WriteSupportFile };
+enum class Command { StartStop, ReloadRecords, WriteSupportFile, ClearCache, CacheSnapshot };
 
 // Why the program closes; each has its own log line.
 enum class CloseReason { User, SessionEnded, TaskManager };

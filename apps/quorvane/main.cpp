@@ -1,5 +1,5 @@
-// Program entry: reads the command line, wires the engine to the real network and clock, and runs
-// the one event loop until the engine closes.
+// Program entry: reads the command line, then runs either the desktop program or, headless, the
+// engine wired to the real network and clock on this thread until the engine closes.
 #include "command_line.h"
 #include "headless.h"
 #include "host/engine.h"
@@ -8,6 +8,7 @@
 #include "net/asio_loop.h"
 #include "net/asio_network.h"
 #include "net/system_clock.h"
+#include "ui/desktop_app.h"
 
 #include <csignal>
 #include <cstdio>
@@ -40,6 +41,27 @@ int runHeadless(const CommandLine& cl, const std::filesystem::path& executable)
     return 0;
 }
 
+// A desktop is there when X11 or Wayland is named, or Qt is told which platform to use.
+bool haveDisplay()
+{
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const char* value = std::getenv(name);
+        if (value != nullptr && *value != '\0') return true;
+    }
+    return false;
+}
+
+// The manual lies beside the program, in the installed documentation, or in the source tree.
+QStringList manualCandidates(const std::filesystem::path& executable)
+{
+    const std::filesystem::path folder = executable.parent_path();
+    QStringList candidates;
+    for (const auto& path : {folder / "manual.html", folder / "../share/doc/quorvane/manual.html",
+                             std::filesystem::path(QUORVANE_SOURCE_DIR) / "docs/manual.html"})
+        candidates.append(QString::fromStdString(path.lexically_normal().string()));
+    return candidates;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -57,9 +79,13 @@ int main(int argc, char** argv)
         std::cout << "Quorvane " << versionText() << '\n';
         return 0;
     }
-    if (!cl.headless) {
-        std::cerr << "quorvane: this build has no desktop window yet; run it with --headless\n";
+    const std::filesystem::path executable = executablePath(argv[0]);
+    if (cl.headless) return runHeadless(cl, executable);
+    if (!haveDisplay()) {
+        std::cerr << "quorvane: no desktop display found; run it with --headless\n";
         return 2;
     }
-    return runHeadless(cl, executablePath(argv[0]));
+    return runDesktop(
+        argc, argv,
+        DesktopSetup{programFolder(cl.dir, executable), executable, manualCandidates(executable)});
 }

@@ -1,0 +1,69 @@
+// Included before anything of Qt: the Asio headers use names that Qt defines as macros.
+#include "ui/engine_thread.h"
+#include "net/asio_loop.h"
+#include "net/asio_network.h"
+#include "net/system_clock.h"
+
+#include <pthread.h>
+
+#include <csignal>
+#include <thread>
+
+namespace quorvane {
+
+struct EngineThread::Parts
+{
+    Parts(EngineEvents& events, EngineOptions options)
+        : network(loop), clock(loop), engine(network, clock, events, std::move(options))
+    {
+    }
+    AsioLoop loop;
+    AsioNetwork network;
+    SystemClock clock;
+    Engine engine;
+    std::thread thread;
+};
+
+EngineThread::EngineThread(EngineEvents& events, EngineOptions options)
+    : m_parts(std::make_unique<Parts>(events, std::move(options)))
+{
+}
+
+EngineThread::~EngineThread()
+{
+    m_parts->loop.stop();
+    if (m_parts->thread.joinable()) m_parts->thread.join();
+}
+
+void EngineThread::start()
+{
+    Engine& engine = m_parts->engine;
+    m_parts->loop.watchSignals({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2}, [&engine](int signal) {
+        switch (signal) {
+        case SIGHUP:
+            engine.execute(Command::ReloadRecords);
+            break;
+        case SIGUSR1:
+            engine.execute(Command::StartStop);
+            break;
+        case SIGUSR2:
+            engine.execute(Command::WriteSupportFile);
+            break;
+        default:
+            engine.close(CloseReason::User);
+            break;
+        }
+    });
+    m_parts->thread = std::thread([parts = m_parts.get()] {
+        pthread_setname_np(pthread_self(), "engine"); // found by name in /proc for CPU figures
+        parts->engine.Main();
+        parts->loop.run();
+    });
+}
+
+void EngineThread::post(std::function<void(Engine&)> work)
+{
+    m_parts->loop.post([&engine = m_parts->engine, work = std::move(work)] { work(engine); });
+}
+
+} // namespace quorvane

@@ -1,0 +1,277 @@
+// The main window against a real engine on the fake network and clock: each menu command reaches
+// the engine, questions are answered through the window's hooks, the layout survives a restart,
+// and a screenshot shows the frame with its three child windows.
+#include "gui_support.h"
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+#include "support/temp_folder.h"
+#include "ui/frm_main.h"
+#include "ui/frm_options.h"
+
+#include <QAction>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <algorithm>
+#include <deque>
+
+using namespace quorvane;
+using quorvane::test::FakeClock;
+using quorvane::test::FakeNetwork;
+using quorvane::test::TempFolder;
+
+namespace {
+
+// Runs posted work on the test's own thread, when the test lets it.
+struct TestLink : EngineLink
+{
+    void post(std::function<void(Engine&)> work) override { pending.push_back(std::move(work)); }
+    std::deque<std::function<void(Engine&)>> pending;
+    Engine* engine = nullptr;
+};
+
+// A program folder, an engine on fakes and the window on top, with every hook recorded.
+struct Desk
+{
+    Desk()
+    {
+        folder.write("manual.html", "<html></html>");
+        folder.write("quorvane-snapshot", "#!/bin/sh\n");
+        std::filesystem::permissions(folder.path() / "quorvane-snapshot", std::filesystem::perms::owner_all);
+        link.engine = &engine;
+        DesktopHooks hooks;
+        hooks.ask = [this](const QString& question, QMessageBox::Icon) {
+            questions.append(question);
+            return answer;
+        };
+        hooks.tell = [this](const QString& text, QMessageBox::Icon) { messages.append(text); };
+        hooks.openUrl = [this](const QUrl& url) {
+            opened.append(url.toLocalFile());
+            return true;
+        };
+        hooks.startProgram = [this](const QString& program, const QStringList& arguments, const QString&) {
+            started.append(QFileInfo(program).fileName() + ' ' + arguments.join(' '));
+            return true;
+        };
+        window.setHooks(hooks);
+        engine.Main();
+    }
+    // Runs what the window posted and delivers what the engine answered, until both are quiet.
+    void settle()
+    {
+        for (int round = 0; round < 10; ++round) {
+            while (!link.pending.empty()) {
+                auto work = std::move(link.pending.front());
+                link.pending.pop_front();
+                work(engine);
+            }
+            QCoreApplication::processEvents();
+            if (link.pending.empty()) return;
+        }
+    }
+    void trigger(const char* name)
+    {
+        QAction* action = window.findChild<QAction*>(QString::fromLatin1(name));
+        QVERIFY2(action != nullptr, name);
+        action->trigger();
+        settle();
+    }
+    bool logged(const std::string& text)
+    {
+        const auto& lines = engine.log().activeLog();
+        return std::any_of(lines.begin(), lines.end(),
+                           [&](const std::string& l) { return l.substr(11) == text; });
+    }
+    QString path(const char* name) const { return QString::fromStdString((folder.path() / name).string()); }
+
+    TempFolder folder;
+    FakeNetwork network;
+    FakeClock clock;
+    Bridge bridge;
+    Engine engine{network, clock, bridge, EngineOptions{folder.path(), "/opt/quorvane/quorvane", false}};
+    TestLink link;
+    frmMain window{link, bridge,
+                   FrameSetup{path(""), {path("")}, {path("missing.html"), path("manual.html")}}};
+    bool answer = true;
+    QStringList questions, messages, opened, started;
+};
+
+QString mainSetting(const char* key)
+{
+    return QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane"))
+        .value(QStringLiteral("Main/") + QLatin1String(key))
+        .toString();
+}
+
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init() { QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane")).clear(); }
+    void menuCommandsReachTheEngine();
+    void optionsGoBackToTheEngine();
+    void closingAsksAndSavesTheLayout();
+    void layoutStringRoundTrip();
+    void screenshotWithChildWindows();
+};
+
+void TestMainWindow::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       QDir::temp().filePath("quorvane-gui-test"));
+}
+
+void TestMainWindow::menuCommandsReachTheEngine()
+{
+    Desk d;
+    d.window.start(false);
+    d.trigger("mnuViewW1"); // the Active Log: from now on lines reach engine.log().activeLog()
+    QVERIFY(d.engine.log().activeLogOpen());
+    QVERIFY(d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+
+    struct Row
+    {
+        const char* action;
+        bool answer;
+        std::function<bool(Desk&)> done;
+    };
+    const std::vector<Row> rows{
+        {"mnuStartStop", true,
+         [](Desk& t) {
+             return !t.engine.serverRunning() && t.logged("Server paused.") &&
+                    t.window.findChild<QAction*>("mnuStartStop")->text() == "&Start Server";
+         }},
+        {"mnuStartStop", true,
+         [](Desk& t) {
+             return t.engine.serverRunning() &&
+                    t.window.findChild<QAction*>("mnuStartStop")->text() == "&Pause Server";
+         }},
+        {"mnuReload", true, [](Desk& t) { return t.logged("Loading DNS Records..."); }},
+        {"mnuClearCache", false,
+         [](Desk& t) {
+             return t.questions.last() == "Are you sure you want to clear the cached records ?" &&
+                    !t.logged("Cache cleared by operator");
+         }},
+        {"mnuClearCache", true, [](Desk& t) { return t.logged("Cache cleared by operator"); }},
+        {"mnuViewCache", true,
+         [](Desk& t) {
+             return QFile::exists(t.path("snapshot.dat")) &&
+                    t.started.last() == "quorvane-snapshot " + t.path("snapshot.dat");
+         }},
+        {"mnuQuery", true, [](Desk& t) { return t.messages.last() == "Could not open DNS Look Up !"; }},
+        {"mnuDump", true,
+         [](Desk& t) {
+             return t.questions.last().endsWith("Review the support file with notepad now ?") &&
+                    t.opened.last() == t.path("support.txt") && QFile::exists(t.path("support.txt"));
+         }},
+        {"mnuHelpDHCP", true, [](Desk& t) { return t.opened.last() == t.path("manual.html"); }},
+        {"mnuClearWindow", true,
+         [](Desk& t) { return t.engine.log().activeLog().empty() && t.engine.log().activeLogOpen(); }},
+        {"mnuVTool", true, [](Desk&) { return mainSetting("ToolBar") == "false"; }},
+    };
+    for (const Row& row : rows) {
+        d.answer = row.answer;
+        d.trigger(row.action);
+        QVERIFY2(row.done(d), row.action);
+    }
+
+    // Closing the log tells the engine, which then keeps no lines for the window.
+    d.window.childWindow(kLogWindow)->parentWidget()->close();
+    d.settle();
+    QVERIFY(!d.engine.log().activeLogOpen());
+    QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+}
+
+void TestMainWindow::optionsGoBackToTheEngine()
+{
+    Desk d;
+    d.window.start(false);
+    d.trigger("mnuOptions");
+    auto* dialog = d.window.findChild<frmOptions*>();
+    QVERIFY(dialog != nullptr);
+    Settings changed = d.engine.settings();
+    changed.NAME = "changed.lan";
+    emit dialog->optionsAccepted(changed, {"10.9.9.9"});
+    d.settle();
+    QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
+    QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
+    QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
+}
+
+void TestMainWindow::closingAsksAndSavesTheLayout()
+{
+    Desk d;
+    d.window.start(false);
+    d.trigger("mnuViewW0");
+    d.trigger("mnuViewW1");
+    QSignalSpy closedDown(&d.window, &frmMain::closedDown);
+
+    d.answer = false;
+    d.window.close();
+    d.settle();
+    QCOMPARE(d.questions.last(), QString("Exit Quorvane ?"));
+    QVERIFY(!d.logged("Program was closed by user."));
+
+    d.answer = true;
+    const std::string layout = d.window.currentLayout();
+    d.window.close();
+    d.settle();
+    QVERIFY(d.logged("Program was closed by user."));
+    QCOMPARE(closedDown.count(), 1);
+    QCOMPARE(mainSetting("Windows").toStdString(), layout);
+
+    // The next start opens the same child windows; the end of a session closes without asking.
+    Desk again;
+    again.window.start(false);
+    QVERIFY(again.window.childWindow(kGraphWindow) != nullptr &&
+            again.window.childWindow(kLogWindow) != nullptr);
+    QVERIFY(again.window.childWindow(kLeasesWindow) == nullptr);
+    again.questions.clear();
+    again.window.endSession();
+    again.settle();
+    QVERIFY(again.questions.isEmpty());
+    QVERIFY(again.logged("Program was closed because Windows session ended."));
+}
+
+void TestMainWindow::layoutStringRoundTrip()
+{
+    WindowLayout layout;
+    layout.main = {WindowState::Normal, 10, 20, 800, 600};
+    layout.children[kLogWindow] = {true, {WindowState::Normal, 0, 0, 400, 300}};
+    layout.children[kLeasesWindow] = {true, {WindowState::Maximised}};
+    QCOMPARE(formatLayout(layout), std::string("0 10 20 800 600 0 1 0 0 0 400 300 1 2"));
+    QVERIFY(parseLayout(formatLayout(layout)) == layout);
+    QVERIFY(layoutHasActiveLog(formatLayout(layout)));
+    const std::vector<std::string> bad{"", "x", "3", "0 1 2 3", "2 1", "2 0 0 0 7", "2 0 0 0 0 5"};
+    for (const std::string& text : bad)
+        QVERIFY2(!parseLayout(text), text.c_str());
+    QVERIFY(!layoutHasActiveLog("2 1 2 0"));
+}
+
+void TestMainWindow::screenshotWithChildWindows()
+{
+    Desk d;
+    d.window.resize(1000, 700);
+    d.window.start(false);
+    d.trigger("mnuViewW0");
+    d.trigger("mnuViewW1");
+    d.trigger("mnuViewW2");
+    d.trigger("mnuReload");
+    d.clock.advance(std::chrono::seconds(2));
+    QTest::qWait(2 * Bridge::kBatchIntervalMs);
+    d.settle();
+    d.window.findChild<QMdiArea*>()->tileSubWindows();
+    QCoreApplication::processEvents();
+    QVERIFY(test::saveScreenshot(d.window, "main_window"));
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "test_main_window.moc"

@@ -10,6 +10,7 @@ packages=(
     cmake ninja-build g++                               # build
     libasio-dev                                         # event loop
     libgtest-dev libgmock-dev                           # the test targets are part of every build
+    qt6-base-dev qt6-svg-dev                            # the desktop window
 )
 servers=()
 if [ "${1:-build}" = test ]; then
@@ -20,6 +21,7 @@ if [ "${1:-build}" = test ]; then
         bind9-dnsutils knot-dnsutils                    # real DNS clients
         busybox isc-dhcp-client dhcpcd-base             # real DHCP clients (dhcpcd without its service)
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
+        xvfb x11-utils x11-apps xdotool fonts-dejavu-core # the desktop program on a virtual display
     )
     servers=(nsd knot bind9)                            # peers: authoritative servers, primaries and secondaries
 fi

@@ -83,6 +83,18 @@ stop_server() {
     [ "$rc" -eq 0 ] || fail "exit code $rc after SIGTERM"
 }
 
+# An SOA line for zone $1 (with its trailing dot), as the peers' zone files begin.
+soa() { echo "@ 3600 IN SOA ns.$1 admin.$1 1 3600 600 86400 300"; }
+
+# A root zone served from 127.0.0.2 that delegates test. to 127.0.0.3.
+root_zone() {
+    soa root.
+    echo "@ IN NS ns.root."
+    echo "ns.root. IN A 127.0.0.2"
+    echo "test. IN NS ns.test."
+    echo "ns.test. IN A 127.0.0.3"
+}
+
 # The server part of an NSD configuration: address $1, port 53, every file in folder $2.
 nsd_server_conf() {
     cat <<CONF

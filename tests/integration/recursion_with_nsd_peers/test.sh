@@ -8,14 +8,7 @@
 # addresses where nothing answers.
 zones="$WORK/zones"
 mkdir -p "$zones"
-soa() { echo "@ 3600 IN SOA ns.$1 admin.$1 1 3600 600 86400 300"; }
-{
-    soa root.
-    echo "@ IN NS ns.root."
-    echo "ns.root. IN A 127.0.0.2"
-    echo "test. IN NS ns.test."
-    echo "ns.test. IN A 127.0.0.3"
-} >"$zones/root.zone"
+root_zone >"$zones/root.zone"
 {
     echo '$ORIGIN test.'
     soa test.

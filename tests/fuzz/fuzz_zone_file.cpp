@@ -37,6 +37,9 @@ void checkRecord(const ZoneRecord& record)
     case rtype::A:
         check(record.data.size() == 4);
         break;
+    case rtype::AAAA:
+        check(record.data.size() == 16);
+        break;
     case rtype::SOA:
         check(readSoa(record.data).has_value());
         break;

@@ -204,6 +204,7 @@ void TestMainWindow::optionsGoBackToTheEngine()
     QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
     QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
     QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
+    QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
 }
 
 void TestMainWindow::closingAsksAndSavesTheLayout()

@@ -34,7 +34,6 @@ public:
     // Hardened: the next port in turn is replaced, unless it sent lately.
     void tick();
     void closeAll();
-    size_t size() const { return m_slots.size(); }
 
 private:
     struct Slot {

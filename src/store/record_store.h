@@ -68,7 +68,6 @@ public:
     // log is the engine's AddLine.
     RecordStore(const Clock& clock, std::filesystem::path programFolder, Log log);
     void configure(const StoreSettings& settings) { m_settings = settings; }
-    const StoreSettings& settings() const { return m_settings; }
     // Whether a record of this type read from a file or a transfer is kept: AAAA only when switched on.
     bool keepsType(int type) const { return type != rtype::AAAA || m_settings.aaaa; }
     // Called by CheckNewZone for each primary zone it loaded (empty PrimaryIP): NOTIFY's hand-off.

@@ -4,7 +4,7 @@
 #include "wire/numbers.h"
 #include "wire/wire_reader.h"
 
-#include "allocation_count.h"
+#include "counting_new.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 // record count, the peak resident memory, and what a name lookup costs (time and heap allocations).
 //   store_load zone <program folder> <zone name>   (reads <folder>/data/<zone>dns)
 //   store_load hosts <hosts file>
-#include "allocation_count.h"
+#include "counting_new.h"
 #include "store/record_store.h"
 
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-// Counts every heap allocation of a benchmark program: link allocation_count.cpp, which replaces
+// Counts every heap allocation of a benchmark program: link counting_new.cpp, which replaces
 // operator new, and wrap the timed loop in an AllocationCount to report allocations per iteration.
 #pragma once
 

@@ -24,11 +24,23 @@ struct CountingHost : QueryHost {
     void AddLine(int, const std::string&) override {}
     void sendDns(const Endpoint&, std::string_view message) override { bytes += message.size(); }
     void sendDnsTcp(SocketId, std::string_view message) override { bytes += message.size(); }
-    void sendDns2(const Endpoint&, std::string_view) override {}
-    bool askOverTcp(const Endpoint&, std::string_view) override { return false; }
     void DoTray(int) override {}
     void appendDailyLog(const std::string&, const std::string&) override {}
     size_t bytes = 0;
+};
+
+// Local answers never need a socket of their own.
+struct NoNetwork : Network {
+    void setEvents(NetworkEvents*) override {}
+    SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId bindDhcp(const std::string&) override { return kNoSocket; }
+    SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId connectTcp(const Endpoint&) override { return kNoSocket; }
+    void sendTo(SocketId, const Endpoint&, std::string_view) override {}
+    void sendTcp(SocketId, std::string_view) override {}
+    uint16_t localPort(SocketId) const override { return 0; }
+    void close(SocketId) override {}
+    std::vector<std::string> localAddresses() const override { return {}; }
 };
 
 // One lease: pc1.home.lan. at 192.168.1.50.
@@ -58,7 +70,10 @@ struct QueryFixture {
     OneLease lease;
     std::filesystem::path folder = std::filesystem::temp_directory_path() / "quorvane-bench-query";
     RecordStore store{clock, folder, [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    NoNetwork network;
+    RequestCounters counters;
+    OutgoingQueries outgoing{network};
+    DnsService dns{host, clock, store, counters, outgoing};
 
     QueryFixture()
     {

@@ -26,25 +26,21 @@ const char* closeReasonLine(CloseReason reason)
 
 Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options)
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
-      m_log(clock, m_options.programFolder), m_queryPorts(network),
-      m_tcpAsks(network,
-                [this](const Endpoint& from, std::string_view message) {
-                    guarded("frmMain WSDNS2", [&] { m_dns.ProcAns(from, message, true); });
-                }),
+      m_log(clock, m_options.programFolder), m_outgoing(network),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder,
               [this](int level, const std::string& text) { AddLine(level, text); }),
-      m_dns(*this, clock, m_store), m_ZoneTS(
-                                        network, clock, *this, m_store, m_dns,
-                                        [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
-                                        [this] { return m_serverRunning; }),
-      m_notifications(*this, m_store, m_dns, m_ZoneTS),
-      m_zoneTransfers(network, clock, *this, m_store, m_dns, m_flood),
+      m_dns(*this, clock, m_store, m_counters, m_outgoing),
+      m_ZoneTS(
+          network, clock, *this, m_store, m_outgoing, [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
+          [this] { return m_serverRunning; }),
+      m_notifications(*this, m_store, m_counters, m_outgoing, m_ZoneTS),
+      m_zoneTransfers(network, clock, *this, m_store, m_dns, m_counters, m_flood),
       m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; }),
       m_dhcp(
           network, clock, [this](int level, const std::string& text) { AddLine(level, text); },
-          [this] { m_dns.countRequest(); },
+          [this] { m_counters.countRequest(m_clock.now()); },
           [this](std::string_view name) {
               for (const auto& [owner, record] : m_store.records(name))
                   if (record.Permanent) return true;
@@ -58,11 +54,6 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
-    m_dns.setOtherAnswers([this](const Endpoint& from, int32_t id, std::string_view message) {
-        bool taken = false;
-        guarded("ctlZTS GotSOA", [&] { taken = m_ZoneTS.takeAnswer(from, id, message); });
-        return taken;
-    });
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
         bool taken = false;
@@ -210,8 +201,7 @@ void Engine::close(CloseReason reason)
         m_zoneTransfers.closeAll();
         m_ZoneTS.closeAll();
         m_dhcp.closeAll();
-        m_queryPorts.closeAll();
-        m_tcpAsks.closeAll();
+        m_outgoing.closeAll();
         m_network.close(m_WSReload);
         m_WSReload = kNoSocket;
         m_log.closeFile();
@@ -226,7 +216,7 @@ SupportData Engine::supportData() const
     d.system = readSystemInfo();
     d.now = m_clock.now();
     d.running = m_serverRunning;
-    d.requestCount = m_dns.RequestCount;
+    d.requestCount = m_counters.RequestCount;
     d.cacheCount = m_store.recordCount();
     d.executable = m_options.executable;
     d.version = versionText();
@@ -291,7 +281,7 @@ void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view 
 {
     if (socket == m_WSDNS)
         guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
-    else if (m_queryPorts.owns(socket))
+    else if (m_outgoing.ownsSocket(socket))
         guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
     else if (socket == m_WSReload)
         guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
@@ -308,7 +298,7 @@ void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoin
 void Engine::onTcpConnected(SocketId connection)
 {
     if (connection == m_ZoneTS.Winsock()) guarded("ctlZTS WSConnect", [&] { m_ZoneTS.connected(); });
-    else m_tcpAsks.connected(connection);
+    else m_outgoing.tcpConnected(connection);
 }
 
 // Our connection to a primary goes to the secondary-zone client, our questions asked again over TCP
@@ -317,15 +307,15 @@ void Engine::onTcpData(SocketId connection, std::string_view data)
 {
     if (connection == m_ZoneTS.Winsock())
         guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.DataArrival(data); });
-    else if (m_tcpAsks.owns(connection))
-        m_tcpAsks.data(connection, data);
+    else if (m_outgoing.ownsConnection(connection))
+        guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
     else
         guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
 }
 
 void Engine::onTcpDrained(SocketId connection)
 {
-    if (connection == m_ZoneTS.Winsock() || m_tcpAsks.owns(connection)) return; // a question, nothing follows it
+    if (connection == m_ZoneTS.Winsock() || m_outgoing.ownsConnection(connection)) return; // a question, nothing follows it
     guarded("ctlZT ProcReq", [&] { m_zoneTransfers.drained(connection); });
 }
 
@@ -333,8 +323,8 @@ void Engine::onTcpClosed(SocketId connection)
 {
     if (connection == m_ZoneTS.Winsock())
         guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.peerClosed(); });
-    else if (m_tcpAsks.owns(connection))
-        m_tcpAsks.closed(connection);
+    else if (m_outgoing.ownsConnection(connection))
+        m_outgoing.tcpClosed(connection);
     else
         guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
 }

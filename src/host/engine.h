@@ -10,8 +10,8 @@
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
-#include "query/query_ports.h"
-#include "query/tcp_asks.h"
+#include "query/outgoing_queries.h"
+#include "query/request_counters.h"
 #include "replication/notify.h"
 #include "replication/reload_port.h"
 #include "replication/secondary_zones.h"
@@ -76,6 +76,7 @@ public:
     EventLog& log() { return m_log; }
     const FloodGuard& floodGuard() const { return m_flood; }
     DnsService& dns() { return m_dns; }
+    RequestCounters& counters() { return m_counters; }
     RecordStore& store() { return m_store; }
     // The port of the reload socket (0 when it could not be bound).
     uint16_t reloadPort() const { return m_network.localPort(m_WSReload); }
@@ -118,8 +119,6 @@ private:
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
     void sendDnsTcp(SocketId connection, std::string_view message) override;
-    void sendDns2(const Endpoint& to, std::string_view message) override { m_queryPorts.send(to, message); }
-    bool askOverTcp(const Endpoint& to, std::string_view message) override { return m_tcpAsks.ask(to, message); }
     void DoTray(int state) override;
     void appendDailyLog(const std::string& suffix, const std::string& lines) override;
 
@@ -137,8 +136,8 @@ private:
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
     SocketId m_WSReload = kNoSocket; // commands from local tools; bound at start, kept while paused
-    QueryPorts m_queryPorts; // queries to other servers (WSDNS2, or the hardened pool); kept while paused
-    TcpAsks m_tcpAsks;       // truncated answers asked again over TCP
+    RequestCounters m_counters;
+    OutgoingQueries m_outgoing; // queries to other servers and their answers; kept while paused
     FloodGuard m_flood;
     RecordStore m_store;
     DnsService m_dns;

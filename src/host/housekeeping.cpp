@@ -38,7 +38,7 @@ void Engine::receiveDns(const Endpoint& from, std::string_view data)
     if (!isAnswer)
         guarded("modDNS ProcReq", [&] { m_dns.ProcReq(from, data); });
     else
-        guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
+        guarded("modDNS ProcAns", [&] { m_outgoing.datagram(from, data); });
 }
 
 // Answers to our queries; this socket has no flood check, and queries that arrive on it are dropped.
@@ -47,7 +47,7 @@ void Engine::receiveDns2(const Endpoint& from, std::string_view data)
     if (!m_serverRunning) return;
     DoTray(1);
     if (data.size() >= 12 && (static_cast<unsigned char>(data[2]) & 0x80) != 0)
-        guarded("modDNS ProcAns", [&] { m_dns.ProcAns(from, data); });
+        guarded("modDNS ProcAns", [&] { m_outgoing.datagram(from, data); });
 }
 
 void Engine::writeDailyLog(const char* label, const std::string& suffix, const std::string& lines)
@@ -79,8 +79,7 @@ void Engine::Timer1()
         const DateTime now = m_clock.now();
         m_dns.removeFinished();
         m_dns.retryWaiting();
-        m_queryPorts.tick();
-        m_tcpAsks.tick();
+        m_outgoing.tick();
         m_store.sweepCache();
         pollSecondaryZones(now);
         keepLeases();
@@ -127,7 +126,7 @@ void Engine::zeroSkippedSeconds(int second)
         auto slot = static_cast<size_t>(m_lastSecond);
         do {
             slot = (slot + 1) % 60;
-            m_dns.RequestsPerSecond[slot] = 0;
+            m_counters.RequestsPerSecond[slot] = 0;
         } while (slot != static_cast<size_t>(second));
     }
     m_lastSecond = second;
@@ -137,7 +136,7 @@ void Engine::showStatus()
 {
     m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
     m_events.onStatusText(1, m_settings.NAME);
-    m_events.onStatusText(2, "Requests:" + std::to_string(m_dns.RequestCount) + ' ');
+    m_events.onStatusText(2, "Requests:" + std::to_string(m_counters.RequestCount) + ' ');
     m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ');
 }
 

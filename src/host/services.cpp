@@ -51,7 +51,7 @@ bool Engine::bindDns()
 // and kept, so that answers to queries sent before a pause are still recognised as such.
 void Engine::bindQuerySocket()
 {
-    if (!m_queryPorts.open(m_settings.QUERYHARDENING))
+    if (!m_outgoing.open(m_settings.QUERYHARDENING))
         AddLine(0, "Binding the socket for queries to other DNS servers failed!");
 }
 

@@ -1,17 +1,18 @@
 // The DNS query path: intake of query datagrams, answers from local data, resolution through other
-// servers, the pending requests and the request and reply counters. Never touches a socket
-// itself: replies and queries go out through QueryHost.
+// servers and the pending requests. Never touches a socket itself: replies go out through
+// QueryHost, queries to other servers through OutgoingQueries, whose answers come back to
+// takeAnswer.
 #pragma once
 
 #include "net/clock.h"
 #include "query/dns_request.h"
 #include "query/edns.h"
 #include "query/lease_lookup.h"
+#include "query/outgoing_queries.h"
 #include "query/query_host.h"
-#include "query/query_id.h"
+#include "query/request_counters.h"
 #include "store/record_store.h"
 
-#include <array>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -50,15 +51,14 @@ inline constexpr size_t kMaxPlainServers = 1024;
 inline constexpr const char* kPendingFullText =
     "Too many requests waiting for other servers - refused with a server failure: ";
 
-class DnsService {
+class DnsService : public QueryOwner {
 public:
-    DnsService(QueryHost& host, const Clock& clock, RecordStore& store);
-    void configure(QuerySettings settings)
-    {
-        m_settings = std::move(settings);
-        NextQueryID.setRandom(m_settings.hardening);
-    }
-    bool hardened() const { return m_settings.hardening; }
+    DnsService(QueryHost& host, const Clock& clock, RecordStore& store, RequestCounters& counters,
+               OutgoingQueries& outgoing);
+    ~DnsService() override;
+    DnsService(const DnsService&) = delete;
+    DnsService& operator=(const DnsService&) = delete;
+    void configure(QuerySettings settings) { m_settings = std::move(settings); }
 
     // One query (QR clear) from a client that passed the flood check: a datagram, or a message of
     // the TCP connection tcp, which the reply then goes back on.
@@ -66,22 +66,22 @@ public:
     bool answersTcp() const { return m_settings.tcpQueries; }
     // One answer (QR set) from another server: a datagram, or the message of a TCP connection that
     // asked again after a truncated answer.
+    // Answers nobody else waits for come here too, and are logged as ignored.
     void ProcAns(const Endpoint& from, std::string_view message, bool viaTcp = false);
-    // Answers that belong to other queries of this server (the zone checks) are offered here first,
-    // by sender and identifier; the handler gives whether it took the answer.
-    using AnswerHandler = std::function<bool(const Endpoint& from, int32_t id, std::string_view message)>;
-    void setOtherAnswers(AnswerHandler handler) { m_otherAnswers = std::move(handler); }
+    bool takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp) override
+    {
+        ProcAns(from, message, viaTcp);
+        return true;
+    }
     // The DHCP leases, which answer A and PTR questions for the names and addresses they hold.
     void setLeases(const LeaseLookup* leases) { m_leases = leases; }
     // Zone change notifications (opcode 4) are handed on here, after they were counted.
     using NotifyHandler = std::function<void(const Endpoint& from, std::string_view message)>;
     void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
-    // Counts one request in RequestCount and in the current second's slot; the zone-transfer
-    // server counts its requests here too.
-    void countRequest();
     // Forgets every request still being answered (pausing the server); their clients get no answer.
     void clearPending()
     {
+        for (const auto& [id, request] : m_byOutID) m_outgoing.forget(id, *this);
         PendingRequests.clear();
         m_byOutID.clear();
     }
@@ -92,13 +92,6 @@ public:
     void retryWaiting();
 
     std::list<clDNSRequest> PendingRequests;
-    // Counted as 64-bit so that a long-running server never wraps.
-    uint64_t RequestCount = 0;
-    uint64_t ReplyCount = 0;
-    // Requests per second of the current minute, indexed by the second (0-59).
-    std::array<uint16_t, 60> RequestsPerSecond{};
-    // Identifiers of outgoing queries, shared with the zone checks and notifications.
-    QueryIdCounter NextQueryID;
 
 private:
     // Answers a request from local data, or finishes it when it cannot be answered here.
@@ -138,10 +131,9 @@ private:
     bool isOwnAddress(const std::string& address) const;
     void askForAddress(clDNSRequest& request, const std::string& serverName);
     void ReturnSub(clDNSRequest& sub, bool found);
-    int32_t newOutID();
     void sendQuery(clDNSRequest& request);
     void buildQuery(const clDNSRequest& request, bool edns);
-    void takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp);
+    void readAnswer(const Endpoint& from, std::string_view message, bool viaTcp);
     bool answeredByAsked(const clDNSRequest& request, const Endpoint& from) const;
     clDNSRequest* findWaiting(int32_t id, std::string_view name, int type);
     void forgetOutID(const clDNSRequest& request);
@@ -165,11 +157,12 @@ private:
     QueryHost& m_host;
     const Clock& m_clock;
     RecordStore& m_store;
+    RequestCounters& m_counters;
+    OutgoingQueries& m_outgoing;
     QuerySettings m_settings;
     clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
     Bytes m_reply;          // the reply being built, reused likewise
     Bytes m_query;          // the query to another server being built
-    AnswerHandler m_otherAnswers;
     const LeaseLookup* m_leases = nullptr;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;

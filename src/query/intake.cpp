@@ -27,22 +27,21 @@ bool supportedType(int type, bool aaaa)
 
 } // namespace
 
-DnsService::DnsService(QueryHost& host, const Clock& clock, RecordStore& store)
-    : m_host(host), m_clock(clock), m_store(store)
+DnsService::DnsService(QueryHost& host, const Clock& clock, RecordStore& store, RequestCounters& counters,
+                       OutgoingQueries& outgoing)
+    : m_host(host), m_clock(clock), m_store(store), m_counters(counters), m_outgoing(outgoing)
 {
+    m_outgoing.setUnclaimed(this);
 }
 
-void DnsService::countRequest()
+DnsService::~DnsService()
 {
-    ++RequestCount;
-    const auto second = static_cast<size_t>(toCalendar(m_clock.now()).second);
-    if (RequestsPerSecond[second] < UINT16_MAX) ++RequestsPerSecond[second];
-    RequestsPerSecond[(second + 1) % 60] = 0; // the slot ahead starts clean for the next second
+    m_outgoing.setUnclaimed(nullptr);
 }
 
 void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketId tcp)
 {
-    countRequest();
+    m_counters.countRequest(m_clock.now());
     const bool logging = m_host.wants(0);
     const std::string ip = addressText(from.address);
     if (message.size() < 13 || shortAt(message, 4) == 0) {
@@ -105,7 +104,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
 void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,
                                 const std::string& ip, const std::string& subject, const ClientOpt* opt)
 {
-    ++ReplyCount;
+    ++m_counters.ReplyCount;
     if (m_host.wants(0)) {
         m_host.AddLine(0, "Sending answer to " + ip + " about " + subject);
         m_host.AddLine(0, "-> Header: Not implemented.");

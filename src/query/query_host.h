@@ -1,4 +1,5 @@
-// What the query path needs from the program around it: the log, the DNS sockets and the tray.
+// What the query path needs from the program around it: the log, the client-facing DNS sockets and
+// the tray. Queries to other servers go through OutgoingQueries instead.
 // The engine implements it; tests use a recording fake.
 #pragma once
 
@@ -19,10 +20,6 @@ public:
     virtual void sendDns(const Endpoint& to, std::string_view message) = 0;
     // Sends a reply on a client's TCP connection (framed there); nothing when it has closed.
     virtual void sendDnsTcp(SocketId connection, std::string_view message) = 0;
-    // Sends a query to another server from the outgoing socket, whose answers come back to ProcAns.
-    virtual void sendDns2(const Endpoint& to, std::string_view message) = 0;
-    // Asks a server again over TCP; its answer comes back to ProcAns. False when that cannot start.
-    virtual bool askOverTcp(const Endpoint& to, std::string_view message) = 0;
     virtual void DoTray(int state) = 0;
     // Appends lines to the day's side log (logs/yyyymmdd + suffix, e.g. "fail.log") when log files
     // are written; otherwise nothing.

@@ -209,15 +209,6 @@ void DnsService::AskNS(clDNSRequest& request)
     sendQuery(request);
 }
 
-// A fresh identifier for a query of resolution; drawn at random, it is drawn again while a waiting
-// request holds it (the list is far shorter than the 65535 identifiers).
-int32_t DnsService::newOutID()
-{
-    int32_t id = NextQueryID.next();
-    while (NextQueryID.random() && m_byOutID.contains(id)) id = NextQueryID.next();
-    return id;
-}
-
 // No server of the list has a known address: a sub-request looks up the address of one.
 // Checked on the next step, not here, so that no chain of sub-requests nests calls.
 void DnsService::askForAddress(clDNSRequest& request, const std::string& serverName)
@@ -268,7 +259,7 @@ void DnsService::ReturnSub(clDNSRequest& sub, bool found)
 void DnsService::sendQuery(clDNSRequest& request)
 {
     forgetOutID(request);
-    request.CurOutID = newOutID();
+    request.CurOutID = m_outgoing.newQuery(*this);
     m_byOutID[request.CurOutID] = &request;
     const clNServ& server = request.Asked;
     request.SentEdns = m_settings.edns && !m_plainServers.contains(server.IP);
@@ -276,7 +267,7 @@ void DnsService::sendQuery(clDNSRequest& request)
     if (m_host.wants(2))
         m_host.AddLine(2, "Sending request to " + server.IP + " (" + server.AuthFor + ") for " + RTypeN(request.QType) +
                               "-record for " + request.CurName);
-    m_host.sendDns2({addressValue(server.IP), kDnsPort}, m_query);
+    m_outgoing.send({addressValue(server.IP), kDnsPort}, m_query);
     m_host.DoTray(1);
 }
 
@@ -331,7 +322,7 @@ void DnsService::giveUp(clDNSRequest& request)
     request.State = clDNSRequest::kFinished;
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
-    ++ReplyCount;
+    ++m_counters.ReplyCount;
     request.RCode = 2;
     SendAnswer(request);
 }
@@ -353,7 +344,7 @@ void DnsService::outOfWork(clDNSRequest& request, clDNSRequest& client)
 void DnsService::refuse(clDNSRequest& request)
 {
     ++m_refused;
-    ++ReplyCount;
+    ++m_counters.ReplyCount;
     request.RCode = 2;
     SendAnswer(request);
 }

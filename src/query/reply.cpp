@@ -74,7 +74,7 @@ void DnsService::sendError(clDNSRequest& request, int rcode)
 {
     request.State = clDNSRequest::kFinished;
     request.RCode = rcode;
-    ++ReplyCount;
+    ++m_counters.ReplyCount;
     if (m_host.wants(0)) {
         m_host.AddLine(0, "Sending reply to " + request.ClientIP + " about " + RTypeN(request.QType) + "-record for " +
                               request.QName + ":");

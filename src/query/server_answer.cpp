@@ -68,15 +68,14 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 
 void DnsService::ProcAns(const Endpoint& from, std::string_view message, bool viaTcp)
 {
-    takeAnswer(from, message, viaTcp);
+    readAnswer(from, message, viaTcp);
     runSteps();
 }
 
-void DnsService::takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp)
+void DnsService::readAnswer(const Endpoint& from, std::string_view message, bool viaTcp)
 {
     if (message.size() < 12) return;
     const int32_t id = shortAt(message, 0);
-    if (m_otherAnswers && m_otherAnswers(from, id, message)) return;
     const std::string ip = addressText(from.address);
     WireReader reader(message, 12);
     const std::string name = reader.name();
@@ -109,7 +108,7 @@ void DnsService::takeAnswer(const Endpoint& from, std::string_view message, bool
     }
     if (truncated && !viaTcp && m_settings.tcpQueries) {
         buildQuery(*request, request->SentEdns);
-        if (m_host.askOverTcp({from.address, kDnsPort}, m_query)) {
+        if (m_outgoing.askOverTcp({from.address, kDnsPort}, m_query)) {
             if (m_host.wants(1)) m_host.AddLine(1, "-> Header: Truncated - asking again over TCP");
             return;
         }
@@ -184,7 +183,9 @@ clDNSRequest* DnsService::findWaiting(int32_t id, std::string_view name, int typ
 void DnsService::forgetOutID(const clDNSRequest& request)
 {
     const auto entry = m_byOutID.find(request.CurOutID);
-    if (entry != m_byOutID.end() && entry->second == &request) m_byOutID.erase(entry);
+    if (entry == m_byOutID.end() || entry->second != &request) return;
+    m_byOutID.erase(entry);
+    m_outgoing.forget(request.CurOutID, *this);
 }
 
 // The server that gave an answer of no use leaves the list, and the next one is asked.

@@ -14,7 +14,7 @@ void ZoneNotifications::ZoneNotify(const clZone& zone)
     for (const std::string& address : zone.Slaves) {
         m_host.AddLine(0, "Sending Zone Update Notification to " + address + " about " + zone.Name);
         Bytes message;
-        putShort(message, static_cast<size_t>(m_dns.NextQueryID.next()));
+        putShort(message, static_cast<size_t>(m_outgoing.newQuery(*this)));
         message += '\x24'; // opcode 4 (NOTIFY), AA
         message += '\0';
         putShort(message, 1);
@@ -27,9 +27,14 @@ void ZoneNotifications::ZoneNotify(const clZone& zone)
             m_host.AddLine(0, "Zone Notify WS Error: " + address + " is not an IPv4 address");
             continue;
         }
-        m_host.sendDns2({*to, kDnsPort}, message);
+        m_outgoing.send({*to, kDnsPort}, message);
         m_host.DoTray(1);
     }
+}
+
+bool ZoneNotifications::takeAnswer(const Endpoint&, std::string_view message, bool)
+{
+    return (byteAt(message, 2) & 0xF8) == (0x80 | kOpcodeNotify << 3);
 }
 
 void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view message)
@@ -44,7 +49,7 @@ void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view messag
     const int type = ExtractShort(rest, true);
     const int dnsClass = ExtractShort(rest, true);
     if (type != kTypeSOA || dnsClass != kClassIN) {
-        ++m_dns.ReplyCount;
+        ++m_counters.ReplyCount;
         m_host.AddLine(0, "Unknown Notification type from " + sender);
         m_host.AddLine(0, "Sending answer to " + sender + " about Unknown Notification type.");
         m_host.AddLine(0, "-> Header: Not implemented.");
@@ -52,7 +57,7 @@ void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view messag
     }
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name);
     if (acknowledge(sender, name, message, [&](std::string_view ack) { m_host.sendDns(from, ack); })) return;
-    ++m_dns.ReplyCount;
+    ++m_counters.ReplyCount;
     m_host.AddLine(0, "Sending answer to " + sender + " about Zone Update Notification for " + name);
     m_host.AddLine(0, "-> Header: Server Failure (" + sender + " not recognized as primary).");
     reply(from, message, 2);

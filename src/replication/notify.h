@@ -3,8 +3,9 @@
 #pragma once
 
 #include "net/network.h"
-#include "query/dns_service.h"
+#include "query/outgoing_queries.h"
 #include "query/query_host.h"
+#include "query/request_counters.h"
 #include "replication/zone_queue.h"
 #include "store/record_store.h"
 
@@ -14,17 +15,20 @@
 
 namespace quorvane {
 
-class ZoneNotifications
+class ZoneNotifications : public QueryOwner
 {
 public:
-    ZoneNotifications(QueryHost& host, const RecordStore& store, DnsService& dns, ZoneQueue& queue)
-        : m_host(host), m_store(store), m_dns(dns), m_queue(queue)
+    ZoneNotifications(QueryHost& host, const RecordStore& store, RequestCounters& counters,
+                      OutgoingQueries& outgoing, ZoneQueue& queue)
+        : m_host(host), m_store(store), m_counters(counters), m_outgoing(outgoing), m_queue(queue)
     {
     }
 
-    // One notification to each of the zone's secondaries, port 53, from the outgoing query socket.
+    // One notification to each of the zone's secondaries, port 53, from the outgoing query sockets.
     // Sent once: a secondary that misses it catches up at its own refresh time.
     void ZoneNotify(const clZone& zone);
+    // A secondary's acknowledgement of one of our notifications: taken, nothing more to do.
+    bool takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp) override;
     // A notification that arrived on the DNS port (already counted as a request).
     void ProcNotify(const Endpoint& from, std::string_view message);
     // A notification that arrived over TCP, as some primaries send them: taken as over UDP when it
@@ -40,7 +44,8 @@ private:
 
     QueryHost& m_host;
     const RecordStore& m_store;
-    DnsService& m_dns;
+    RequestCounters& m_counters;
+    OutgoingQueries& m_outgoing;
     ZoneQueue& m_queue;
 };
 

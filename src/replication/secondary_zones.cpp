@@ -21,9 +21,9 @@ constexpr int32_t kExpiredPoll = 300;
 
 } // namespace
 
-ctlZTS::ctlZTS(Network& network, Clock& clock, QueryHost& host, RecordStore& store, DnsService& dns,
+ctlZTS::ctlZTS(Network& network, Clock& clock, QueryHost& host, RecordStore& store, OutgoingQueries& outgoing,
                std::function<void(const clZone&)> changed, std::function<bool()> running)
-    : m_network(network), m_clock(clock), m_host(host), m_store(store), m_dns(dns),
+    : m_network(network), m_clock(clock), m_host(host), m_store(store), m_outgoing(outgoing),
       m_changed(std::move(changed)), m_running(std::move(running))
 {
 }
@@ -85,14 +85,15 @@ void ctlZTS::ProcQ()
 
 void ctlZTS::sendSoaQuery()
 {
-    m_soaId = m_dns.NextQueryID.next();
+    if (m_soaId >= 0) m_outgoing.forget(m_soaId, *this);
+    m_soaId = m_outgoing.newQuery(*this);
     const Bytes query = question(m_soaId, kTypeSOA);
     m_host.AddLine(2, "Sending request to " + m_primary + " for SOA-record for " + m_zone);
     enableTimer();
     m_state = SoaSent;
     const auto to = addressFromText(m_primary);
     if (!to) return m_host.AddLine(0, "ctlZTS ProcQ WS Error: " + m_primary + " is not an IPv4 address");
-    m_host.sendDns2({*to, kDnsPort}, query);
+    m_outgoing.send({*to, kDnsPort}, query);
 }
 
 // Hardened, an SOA answer counts only from the primary's address and port 53, for our question.
@@ -121,10 +122,10 @@ Bytes ctlZTS::question(int32_t id, int type) const
 
 // An answer that names the zone's SOA gives its serial. Our answer that holds none (a refusal, an
 // error) is taken all the same and left to the watchdog, which counts it as no answer.
-bool ctlZTS::takeAnswer(const Endpoint& from, int32_t id, std::string_view message)
+bool ctlZTS::takeAnswer(const Endpoint& from, std::string_view message, bool)
 {
-    if (m_state != SoaSent || id != m_soaId || message.size() < 12) return false;
-    if (m_dns.hardened() && !fromPrimary(from, message)) return false;
+    if (m_state != SoaSent || message.size() < 12 || shortAt(message, 0) != m_soaId) return false;
+    if (m_outgoing.hardened() && !fromPrimary(from, message)) return false;
     if ((byteAt(message, 3) & 15) != 0) return true;
     WireReader reader(message, 12);
     for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {
@@ -141,7 +142,11 @@ bool ctlZTS::takeAnswer(const Endpoint& from, int32_t id, std::string_view messa
         if (!reader.ok() || record.RecType != kTypeSOA || owner != m_zone) continue;
         if (!readRecordData(message, rdata, record)) continue;
         if (const auto soa = readSoa(record.Data)) {
-            GotSOA(soa->serial);
+            try {
+                GotSOA(soa->serial);
+            } catch (const std::exception& e) {
+                reportError("ctlZTS GotSOA", e.what());
+            }
             break;
         }
     }

@@ -7,7 +7,7 @@
 
 #include "net/clock.h"
 #include "net/network.h"
-#include "query/dns_service.h"
+#include "query/outgoing_queries.h"
 #include "query/query_host.h"
 #include "replication/zone_queue.h"
 #include "store/record_store.h"
@@ -24,7 +24,7 @@
 
 namespace quorvane {
 
-class ctlZTS : public ZoneQueue
+class ctlZTS : public ZoneQueue, public QueryOwner
 {
 public:
     enum State : int16_t { Idle = 0, SoaSent = 1, Connecting = 2, Receiving = 3 };
@@ -37,16 +37,15 @@ public:
 
     // changed: the zone took a completed transfer, so its own secondaries are to be told. running:
     // whether the server is running (nothing is polled while it is paused).
-    ctlZTS(Network& network, Clock& clock, QueryHost& host, RecordStore& store, DnsService& dns,
+    ctlZTS(Network& network, Clock& clock, QueryHost& host, RecordStore& store, OutgoingQueries& outgoing,
            std::function<void(const clZone&)> changed, std::function<bool()> running);
     ~ctlZTS() override;
     ctlZTS(const ctlZTS&) = delete;
     ctlZTS& operator=(const ctlZTS&) = delete;
 
     void Que(const std::string& zone) override;
-    // An answer on the outgoing query socket, offered by identifier before the query path sees it:
-    // true when it is the answer to our SOA query, which then goes to GotSOA.
-    bool takeAnswer(const Endpoint& from, int32_t id, std::string_view message);
+    // An answer to our SOA query: true when it is really ours, which then goes to GotSOA.
+    bool takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp) override;
     // Events of our connection to the primary (Winsock).
     void connected();
     void DataArrival(std::string_view data);
@@ -85,7 +84,7 @@ private:
     Clock& m_clock;
     QueryHost& m_host;
     RecordStore& m_store;
-    DnsService& m_dns;
+    OutgoingQueries& m_outgoing;
     std::function<void(const clZone&)> m_changed;
     std::function<bool()> m_running;
 

@@ -68,7 +68,7 @@ void ctlZTS::connected()
     m_buffer.clear();
     m_done = false;
     m_messages = 0;
-    Bytes request = question(m_dns.NextQueryID.next(), kTypeAXFR);
+    Bytes request = question(m_outgoing.newId(), kTypeAXFR);
     if (!m_noMarker.contains(m_primary)) request += kMarker;
     Bytes framed;
     putShort(framed, request.size());

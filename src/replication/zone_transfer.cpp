@@ -41,8 +41,10 @@ void frame(Bytes& out, std::string_view message)
 } // namespace
 
 ZoneTransferServer::ZoneTransferServer(Network& network, Clock& clock, QueryHost& host,
-                                       const RecordStore& store, DnsService& dns, const FloodGuard& flood)
-    : m_network(network), m_clock(clock), m_host(host), m_store(store), m_dns(dns), m_flood(flood)
+                                       const RecordStore& store, DnsService& dns, RequestCounters& counters,
+                                       const FloodGuard& flood)
+    : m_network(network), m_clock(clock), m_host(host), m_store(store), m_dns(dns), m_counters(counters),
+      m_flood(flood)
 {
     m_timer = m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
 }
@@ -122,10 +124,10 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     if ((byteAt(message, 2) & 0x80) != 0) return; // a response: not ours to answer
     if (m_dns.answersTcp() && ordinaryQuestion(message))
         return m_dns.ProcReq(element.peer, message, element.Winsock);
-    m_dns.countRequest();
+    m_counters.countRequest(m_clock.now());
     const std::string& ip = element.remote;
     const auto incomplete = [&] {
-        ++m_dns.ReplyCount;
+        ++m_counters.ReplyCount;
         m_host.AddLine(0, "Incomplete DNS Request from " + ip + " (TCP)");
     };
     if (shortAt(message, 4) == 0) return incomplete();

@@ -11,6 +11,7 @@
 #include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
+#include "query/request_counters.h"
 #include "store/record_store.h"
 
 #include <functional>
@@ -60,7 +61,7 @@ public:
     static constexpr int kIdleSeconds = 10;
 
     ZoneTransferServer(Network& network, Clock& clock, QueryHost& host, const RecordStore& store,
-                       DnsService& dns, const FloodGuard& flood);
+                       DnsService& dns, RequestCounters& counters, const FloodGuard& flood);
     ~ZoneTransferServer();
     ZoneTransferServer(const ZoneTransferServer&) = delete;
     ZoneTransferServer& operator=(const ZoneTransferServer&) = delete;
@@ -106,6 +107,7 @@ private:
     QueryHost& m_host;
     const RecordStore& m_store;
     DnsService& m_dns;
+    RequestCounters& m_counters;
     const FloodGuard& m_flood;
     TimerId m_timer = 0;
     NotifyHandler m_notify;

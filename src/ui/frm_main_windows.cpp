@@ -125,7 +125,7 @@ void frmMain::showLeases(const std::vector<clLease>& leases)
 void frmMain::requestCounters()
 {
     using Counters = std::array<uint16_t, 60>;
-    fetch<Counters>([](Engine& engine) { return engine.dns().RequestsPerSecond; },
+    fetch<Counters>([](Engine& engine) { return engine.counters().RequestsPerSecond; },
                     [](frmMain& window, const Counters& counters) {
                         if (auto* graph = qobject_cast<frmGraph*>(window.childWindow(kGraphWindow)))
                             graph->setCounters(counters, QTime::currentTime().second());

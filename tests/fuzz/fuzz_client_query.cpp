@@ -20,7 +20,10 @@ struct Server {
     StillClock clock;
     QuietHost host;
     RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    fuzz::SinkNetwork network;
+    RequestCounters counters;
+    OutgoingQueries outgoing{network};
+    DnsService dns{host, clock, store, counters, outgoing};
 
     Server()
     {

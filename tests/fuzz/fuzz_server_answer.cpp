@@ -25,7 +25,10 @@ struct Resolver {
     StillClock clock;
     QuietHost host;
     RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    fuzz::SinkNetwork network;
+    RequestCounters counters;
+    OutgoingQueries outgoing{network};
+    DnsService dns{host, clock, store, counters, outgoing};
 
     Resolver()
     {
@@ -54,6 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.hardening = (input[0] & 32) != 0;
     const bool viaTcp = (input[0] & 64) != 0;
     r.dns.configure(settings);
+    r.outgoing.open(settings.hardening);
     r.dns.clearPending();
     r.store.clearCache();
 

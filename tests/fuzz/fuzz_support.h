@@ -26,8 +26,6 @@ public:
     void AddLine(int, const std::string&) override {}
     void sendDns(const Endpoint&, std::string_view) override {}
     void sendDnsTcp(SocketId, std::string_view) override {}
-    void sendDns2(const Endpoint&, std::string_view) override {}
-    bool askOverTcp(const Endpoint&, std::string_view) override { return true; }
     void DoTray(int) override {}
     void appendDailyLog(const std::string&, const std::string&) override {}
 };

@@ -45,9 +45,11 @@ struct Service
     QuietHost host;
     SinkNetwork network;
     RecordStore store{clock, makeFolder(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    RequestCounters counters;
+    OutgoingQueries outgoing{network};
+    DnsService dns{host, clock, store, counters, outgoing};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
-    ZoneTransferServer server{network, clock, host, store, dns, flood};
+    ZoneTransferServer server{network, clock, host, store, dns, counters, flood};
 
     Service() { store.LoadZone("fuzz.test."); }
 };

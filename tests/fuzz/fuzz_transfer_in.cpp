@@ -24,11 +24,12 @@ using fuzz::StillClock;
 
 constexpr const char* kZone = "fuzz.test.";
 
-// Remembers the last query sent, so that an answer can take its identifier.
-class QueryHost2 : public QuietHost
+// Remembers the last datagram sent (the SOA query), so that an answer can take its identifier.
+class QueryNetwork : public SinkNetwork
 {
 public:
-    void sendDns2(const Endpoint&, std::string_view message) override { query = message; }
+    SocketId bindUdp(const std::string&, uint16_t) override { return ++lastConnection; }
+    void sendTo(SocketId, const Endpoint&, std::string_view message) override { query = message; }
     Bytes query;
 };
 
@@ -48,11 +49,15 @@ std::filesystem::path makeFolder()
 struct Client
 {
     StillClock clock;
-    QueryHost2 host;
-    SinkNetwork network;
+    QuietHost host;
+    QueryNetwork network;
     RecordStore store{clock, makeFolder(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
-    ctlZTS zts{network, clock, host, store, dns, [](const clZone&) {}, [] { return true; }};
+    RequestCounters counters;
+    OutgoingQueries outgoing{network};
+    DnsService dns{host, clock, store, counters, outgoing};
+    ctlZTS zts{network, clock, host, store, outgoing, [](const clZone&) {}, [] { return true; }};
+
+    Client() { outgoing.open(false); }
 
     // The zone as its file has it: one SOA, so a check starts with the SOA query.
     void reset()
@@ -82,13 +87,11 @@ void transfer(Client& c, std::string_view input)
 void soaAnswer(Client& c, std::string_view input)
 {
     c.zts.Que(kZone);
-    if (c.host.query.size() < 2 || input.size() < 2) return;
+    if (c.network.query.size() < 2 || input.size() < 2) return;
     Bytes answer(input);
-    answer[0] = c.host.query[0];
-    answer[1] = c.host.query[1];
-    const auto id = static_cast<int32_t>(static_cast<unsigned char>(answer[0]) << 8 |
-                                         static_cast<unsigned char>(answer[1]));
-    c.zts.takeAnswer({}, id, answer);
+    answer[0] = c.network.query[0];
+    answer[1] = c.network.query[1];
+    c.outgoing.datagram({}, answer);
     if (c.zts.state() == ctlZTS::Connecting) c.zts.connected();
 }
 

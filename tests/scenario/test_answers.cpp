@@ -2,6 +2,7 @@
 #include "query/dns_service.h"
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 #include "support/temp_folder.h"
 
@@ -30,8 +31,9 @@ struct Server {
     FakeClock clock;
     TempFolder folder;
     RecordingQueryHost host;
+    OutgoingRig rig;
     RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
 
     explicit Server(const std::string& zone = kZone, QuerySettings settings = {})
     {

@@ -65,7 +65,7 @@ TEST(Housekeeping, LateTickZeroesSkippedSecondsAcrossTheWrap)
 {
     Running r;
     r.clock.advance(1000ms); // 23:59:59 processed
-    auto& counts = r.engine->dns().RequestsPerSecond;
+    auto& counts = r.engine->counters().RequestsPerSecond;
     counts.fill(7);
     r.clock.set(fromCalendar({2026, 11, 23, 0, 0, 1}));
     r.clock.advance(1000ms); // the machine stalled: the next tick comes at 00:00:02

@@ -4,6 +4,7 @@
 #include "query/edns.h"
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 #include "support/temp_folder.h"
 
@@ -35,8 +36,9 @@ struct Server {
     FakeClock clock;
     TempFolder folder;
     RecordingQueryHost host;
+    OutgoingRig rig;
     RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
 
     explicit Server(QuerySettings settings)
     {
@@ -49,6 +51,7 @@ struct Server {
         store.configure(stored);
         store.LoadPerm();
         host.maxLevel = -1;
+        rig.outgoing.open(settings.hardening);
         dns.configure(std::move(settings));
     }
     // The reply to one query, sent as a datagram or on TCP connection tcp.
@@ -154,14 +157,14 @@ TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
 {
     Server s(flags(false, true, true, false));
     s.ask(makeQuery(1, "away.example.", 1, true));
-    ASSERT_EQ(s.host.queries.size(), 1u);
-    const Bytes first = s.host.queries[0].message;
+    ASSERT_EQ(s.rig.queries().size(), 1u);
+    const Bytes first = s.rig.queries()[0].message;
     EXPECT_EQ(decodeReply(first).section(4), Lines{". ?41? payload 1232 ext 0 version 0"});
 
     // A format error: the same server is asked again without OPT, and stays so.
     s.dns.ProcAns({0x0A090909, 53}, makeAnswer(first, 1, false, {}));
-    ASSERT_EQ(s.host.queries.size(), 2u);
-    const Bytes second = s.host.queries[1].message;
+    ASSERT_EQ(s.rig.queries().size(), 2u);
+    const Bytes second = s.rig.queries()[1].message;
     EXPECT_TRUE(decodeReply(second).section(4).empty());
 
     // A truncated answer is asked again over TCP; the TCP answer completes the request.
@@ -169,8 +172,8 @@ TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
     truncated[2] = static_cast<char>(truncated[2] | 2);
     s.host.replies.clear();
     s.dns.ProcAns({0x0A090909, 53}, truncated);
-    ASSERT_EQ(s.host.tcpQueries.size(), 1u);
-    EXPECT_EQ(s.host.tcpQueries[0].to.port, 53);
+    ASSERT_EQ(s.rig.network.connects.size(), 1u);
+    EXPECT_EQ(s.rig.network.connects.begin()->second, (Endpoint{0x0A090909, 53}));
     EXPECT_TRUE(s.host.replies.empty());
     s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}), true);
     ASSERT_EQ(s.host.replies.size(), 1u);
@@ -184,7 +187,7 @@ TEST(ProtocolFlags, HardenedQueriesTakeRandomIdentifiersAndStrictAnswers)
         std::vector<int> ids;
         for (int i = 0; i < 1000; ++i) {
             s.ask(makeQuery(1, "n" + std::to_string(i) + ".example.", 1, true));
-            ids.push_back(decodeReply(s.host.queries.back().message).id);
+            ids.push_back(decodeReply(s.rig.network.sent.back().data).id);
         }
         return ids;
     };
@@ -199,7 +202,7 @@ TEST(ProtocolFlags, HardenedQueriesTakeRandomIdentifiersAndStrictAnswers)
     // An answer from another port or address is ignored; the server asked is believed.
     Server s(flags(false, false, false, true));
     s.ask(makeQuery(1, "away.example.", 1, true));
-    const Bytes query = s.host.queries[0].message;
+    const Bytes query = s.rig.queries()[0].message;
     s.host.replies.clear();
     s.dns.ProcAns({0x0A090909, 5353}, makeAnswer(query, 0, false, {wireA(2, "away.example.", "6.6.6.6")}));
     s.dns.ProcAns({0x0A090908, 53}, makeAnswer(query, 0, false, {wireA(2, "away.example.", "6.6.6.6")}));

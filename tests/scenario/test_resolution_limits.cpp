@@ -3,6 +3,7 @@
 #include "query/dns_service.h"
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 #include "support/temp_folder.h"
 #include "wire/addresses.h"
@@ -96,19 +97,20 @@ TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
         folder.write("data/home.lan.dns", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\n"
                                           "nas IN A 192.168.1.20\n");
         RecordingQueryHost host;
+        OutgoingRig rig;
         host.maxLevel = 0;
         RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
         store.LoadPerm();
-        DnsService dns{host, clock, store};
+        DnsService dns{host, clock, store, rig.counters, rig.outgoing};
         dns.configure({});
 
         size_t answered = 0; // queries seen by the scripted servers
         auto serve = [&] {
-            for (; answered < host.queries.size(); ++answered) {
-                const auto query = host.queries[answered]; // a copy: answering may send more
+            for (; answered < rig.network.sent.size(); ++answered) {
+                const auto query = rig.network.sent[answered]; // a copy: answering may send more
                 if (query.to.address != kRoot) continue;
-                const auto records = referral(c.graph, decodeReply(query.message).qname);
-                dns.ProcAns({kRoot, 53}, makeAnswer(query.message, 0, false, records));
+                const auto records = referral(c.graph, decodeReply(query.data).qname);
+                dns.ProcAns({kRoot, 53}, makeAnswer(query.data, 0, false, records));
             }
         };
         dns.ProcReq(kClient, makeQuery(7, c.question, 1, true));
@@ -128,7 +130,7 @@ TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
         }
         ASSERT_EQ(host.replies.size(), 1u);
         EXPECT_EQ(decodeReply(host.replies[0].message).rcode, 2);
-        EXPECT_EQ(host.queries.size(), c.queries);
+        EXPECT_EQ(rig.network.sent.size(), c.queries);
         EXPECT_EQ(host.dailyLogs.size(), 1u); // the fail.log entry
         const bool limitLine = std::any_of(host.lines.begin(), host.lines.end(), [](const std::string& line) {
             return line.starts_with("Work limit reached for A-record");

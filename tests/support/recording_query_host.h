@@ -26,20 +26,12 @@ struct RecordingQueryHost : QueryHost {
     {
         replies.push_back({{0, static_cast<uint16_t>(connection)}, Bytes(message)});
     }
-    void sendDns2(const Endpoint& to, std::string_view message) override { queries.push_back({to, Bytes(message)}); }
-    bool askOverTcp(const Endpoint& to, std::string_view message) override
-    {
-        tcpQueries.push_back({to, Bytes(message)});
-        return true;
-    }
     void DoTray(int state) override { tray = state; }
     void appendDailyLog(const std::string& suffix, const std::string& text) override { dailyLogs.push_back(suffix + ": " + text); }
 
     int maxLevel = 3; // -1: logging off
     std::vector<std::string> lines;
     std::vector<Reply> replies;
-    std::vector<Reply> queries; // sent to other servers
-    std::vector<Reply> tcpQueries; // asked again over TCP
     // replies sent on a TCP connection have address 0 and the connection as their port
     int tray = 0;
     std::vector<std::string> dailyLogs;

@@ -1,5 +1,6 @@
 #include "query/dns_service.h"
 #include "support/fake_clock.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 
 #include <gtest/gtest.h>
@@ -35,8 +36,9 @@ const std::string kExampleOrg("\7example\3org\0", 13);
 struct Intake {
     FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 42})};
     RecordingQueryHost host;
+    OutgoingRig rig;
     RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
 };
 
 } // namespace
@@ -72,7 +74,7 @@ TEST(Intake, NotImplementedRepliesEchoTheRequest)
         expected[2] = static_cast<char>(static_cast<unsigned char>(c.message[2]) | 0x80);
         expected[3] = static_cast<char>(0x84);
         EXPECT_EQ(reply, expected);
-        EXPECT_EQ(t.dns.ReplyCount, 1u);
+        EXPECT_EQ(t.rig.counters.ReplyCount, 1u);
         EXPECT_EQ(t.host.tray, 1);
         EXPECT_TRUE(t.dns.PendingRequests.empty());
     }
@@ -92,7 +94,7 @@ TEST(Intake, IncompleteRequestsGetNoReply)
         EXPECT_EQ(t.host.lines, std::vector<std::string>{"Incomplete DNS Request from 10.0.0.5"});
         EXPECT_TRUE(t.host.replies.empty());
         EXPECT_TRUE(t.dns.PendingRequests.empty());
-        EXPECT_EQ(t.dns.RequestCount, 1u);
+        EXPECT_EQ(t.rig.counters.RequestCount, 1u);
     }
 }
 
@@ -118,20 +120,20 @@ TEST(Intake, CountersAndNoLogTextWhenLoggingIsOff)
 {
     Intake t;
     t.host.maxLevel = -1; // the host fails the test if a line is built anyway
-    t.dns.RequestsPerSecond[43] = 99;
+    t.rig.counters.RequestsPerSecond[43] = 99;
     t.dns.ProcReq(kClient, query(1, 0, kExampleOrg, 1, 1));
     t.dns.ProcReq({0x0A000006, 53}, query(2, 0x08, kExampleOrg, 1, 1));
-    EXPECT_EQ(t.dns.RequestCount, 2u);
-    EXPECT_EQ(t.dns.RequestsPerSecond[42], 2); // both in the same second's slot
-    EXPECT_EQ(t.dns.RequestsPerSecond[43], 0); // the slot ahead is cleared
+    EXPECT_EQ(t.rig.counters.RequestCount, 2u);
+    EXPECT_EQ(t.rig.counters.RequestsPerSecond[42], 2); // both in the same second's slot
+    EXPECT_EQ(t.rig.counters.RequestsPerSecond[43], 0); // the slot ahead is cleared
     EXPECT_TRUE(t.host.lines.empty());
     EXPECT_EQ(t.host.replies.size(), 2u); // one answer, one not-implemented reply
 
     t.clock.set(fromCalendar({2026, 11, 22, 10, 0, 59}));
-    t.dns.RequestsPerSecond[0] = 5;
+    t.rig.counters.RequestsPerSecond[0] = 5;
     t.dns.ProcReq(kClient, query(3, 0, kExampleOrg, 1, 1));
-    EXPECT_EQ(t.dns.RequestsPerSecond[59], 1);
-    EXPECT_EQ(t.dns.RequestsPerSecond[0], 0); // wraps to slot 0
+    EXPECT_EQ(t.rig.counters.RequestsPerSecond[59], 1);
+    EXPECT_EQ(t.rig.counters.RequestsPerSecond[0], 0); // wraps to slot 0
 }
 
 } // namespace quorvane::test

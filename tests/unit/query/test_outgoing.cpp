@@ -1,5 +1,6 @@
-// The sockets that questions to other servers use: the hardened port pool and the questions asked
-// again over TCP.
+// The outgoing-query service: answers handed to the owner of their identifier, the hardened port
+// pool, and the questions asked again over TCP.
+#include "query/outgoing_queries.h"
 #include "query/query_ports.h"
 #include "query/tcp_asks.h"
 #include "support/fake_network.h"
@@ -9,6 +10,66 @@
 #include <set>
 
 namespace quorvane::test {
+
+namespace {
+
+// Takes the answers it is offered when willing, and counts them.
+struct Owner : QueryOwner {
+    bool takeAnswer(const Endpoint&, std::string_view, bool viaTcp) override
+    {
+        (viaTcp ? tcp : udp) += willing ? 1 : 0;
+        return willing;
+    }
+    bool willing = true;
+    int udp = 0, tcp = 0;
+};
+
+Bytes answerTo(int32_t id)
+{
+    return Bytes{static_cast<char>(id >> 8), static_cast<char>(id & 0xFF), '\x80', '\0'} + Bytes(8, '\0');
+}
+
+} // namespace
+
+TEST(OutgoingQueries, EachAnswerGoesToTheOwnerOfItsIdentifierForAWhile)
+{
+    FakeNetwork network;
+    OutgoingQueries outgoing(network);
+    Owner resolver, zoneCheck, unclaimed;
+    outgoing.setUnclaimed(&unclaimed);
+    outgoing.open(false);
+    const int32_t asked = outgoing.newQuery(resolver);
+    const int32_t checked = outgoing.newQuery(zoneCheck);
+    EXPECT_EQ(checked, asked + 1) << "counted identifiers, shared by every owner";
+
+    outgoing.datagram({}, answerTo(asked));
+    outgoing.datagram({}, answerTo(checked));
+    outgoing.datagram({}, answerTo(checked + 1)); // nobody's
+    zoneCheck.willing = false;
+    outgoing.datagram({}, answerTo(checked)); // refused by its owner
+    outgoing.datagram({}, Bytes(11, '\0'));   // too short to carry an identifier
+    EXPECT_EQ((std::vector{resolver.udp, zoneCheck.udp, unclaimed.udp}), (std::vector{1, 1, 2}));
+
+    outgoing.forget(asked, zoneCheck); // not its identifier: nothing changes
+    outgoing.datagram({}, answerTo(asked));
+    outgoing.forget(asked, resolver);
+    outgoing.datagram({}, answerTo(asked));
+    EXPECT_EQ((std::vector{resolver.udp, unclaimed.udp}), (std::vector{2, 3}));
+
+    // An identifier nobody took back is freed after its time, so the table never grows unbounded.
+    for (int tick = 0; tick < OutgoingQueries::kHoldTicks; ++tick) outgoing.tick();
+    zoneCheck.willing = true;
+    outgoing.datagram({}, answerTo(checked));
+    EXPECT_EQ(zoneCheck.udp, 2);
+    outgoing.tick();
+    outgoing.datagram({}, answerTo(checked));
+    EXPECT_EQ((std::vector{zoneCheck.udp, unclaimed.udp}), (std::vector{2, 4}));
+
+    // Hardened, a random identifier is never one that is still held.
+    outgoing.open(true);
+    std::set<int32_t> held;
+    for (int i = 0; i < 5000; ++i) EXPECT_TRUE(held.insert(outgoing.newQuery(resolver)).second);
+}
 
 TEST(QueryPorts, HardenedPoolSpreadsQueriesAndReplacesQuietPorts)
 {

@@ -4,6 +4,7 @@
 #include "query/dns_service.h"
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 #include "support/temp_folder.h"
 #include "wire/addresses.h"
@@ -30,8 +31,9 @@ struct Resolver {
     FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 0})};
     TempFolder folder;
     RecordingQueryHost host;
+    OutgoingRig rig;
     RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store};
+    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
 
     explicit Resolver(QuerySettings settings, const std::string& rootHints = "")
     {
@@ -58,7 +60,7 @@ struct Resolver {
     Lines queries() const
     {
         Lines out;
-        for (const auto& q : host.queries) {
+        for (const auto& q : rig.queries()) {
             const auto d = decodeReply(q.message);
             out.push_back(addressText(q.to.address) + ' ' + d.qname + ' ' + std::to_string(d.qtype) +
                           (d.rd ? " rd" : ""));
@@ -68,7 +70,7 @@ struct Resolver {
     // The server at that address answers the last query sent to it.
     void answer(const std::string& from, int rcode, bool aa, const std::vector<WireRecord>& records)
     {
-        const auto& q = host.queries.back();
+        const auto q = rig.queries().back();
         ASSERT_EQ(addressText(q.to.address), from);
         ASSERT_EQ(q.to.port, 53);
         dns.ProcAns({ip(from), 53}, makeAnswer(q.message, rcode, aa, records));
@@ -96,10 +98,10 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
     r.ask("www.example.org.");
     std::vector<std::pair<int, std::string>> sent{{0, "127.0.0.2"}};
     for (int second = 1; second <= 14; ++second) {
-        const size_t before = r.host.queries.size();
+        const size_t before = r.rig.queries().size();
         r.tickAt(second);
-        for (size_t i = before; i < r.host.queries.size(); ++i)
-            sent.emplace_back(second, addressText(r.host.queries[i].to.address));
+        for (size_t i = before; i < r.rig.queries().size(); ++i)
+            sent.emplace_back(second, addressText(r.rig.queries()[i].to.address));
     }
     // One-second waits while both are listed, alternating; each drops out after its fifth query,
     // and the last one left waits two seconds.
@@ -112,7 +114,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
     ASSERT_EQ(r.host.replies.size(), 1u);
     EXPECT_EQ(r.reply().rcode, 2);
     EXPECT_TRUE(r.reply().ra);
-    EXPECT_EQ(r.dns.ReplyCount, 1u);
+    EXPECT_EQ(r.rig.counters.ReplyCount, 1u);
     EXPECT_EQ(r.host.dailyLogs, Lines{"fail.log: 10:00:12   DNS Request from 10.0.0.5 about A-record for "
                                       "www.example.org.:\r\n10:00:12   -> Authoritative DNS servers did not "
                                       "respond - or did not return any records.\r\n"});
@@ -122,7 +124,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
 
     // Each query has an identifier of its own, counted up.
     std::vector<int> ids;
-    for (const auto& q : r.host.queries) ids.push_back(decodeReply(q.message).id);
+    for (const auto& q : r.rig.queries()) ids.push_back(decodeReply(q.message).id);
     EXPECT_EQ(ids, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 
     // One forwarder: two-second waits.
@@ -130,19 +132,19 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
     one.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
     one.ask("www.example.org.");
     one.tickAt(1);
-    EXPECT_EQ(one.host.queries.size(), 1u);
+    EXPECT_EQ(one.rig.queries().size(), 1u);
     one.tickAt(2);
     one.tickAt(3);
-    EXPECT_EQ(one.host.queries.size(), 2u);
+    EXPECT_EQ(one.rig.queries().size(), 2u);
     one.tickAt(4);
-    EXPECT_EQ(one.host.queries.size(), 2u);
+    EXPECT_EQ(one.rig.queries().size(), 2u);
     one.tickAt(5);
-    EXPECT_EQ(one.host.queries.size(), 3u);
+    EXPECT_EQ(one.rig.queries().size(), 3u);
 
     // The server never asks itself: no forwarder left means a server failure at once.
     Resolver self(forwarding({"127.0.0.1", "192.168.1.10", "0.0.0.0"}));
     self.ask("www.example.org.");
-    EXPECT_TRUE(self.host.queries.empty());
+    EXPECT_TRUE(self.rig.queries().empty());
     EXPECT_EQ(self.reply().rcode, 2);
 }
 
@@ -164,7 +166,7 @@ TEST(Recursion, ForwardedAnswersAreCachedAndServeTheNextQuestion)
     // Asked again a minute later: from the cache, with the TTL counted down, and nothing sent.
     r.clock.advance(60s);
     r.ask("www.example.org.");
-    EXPECT_EQ(r.host.queries.size(), 2u);
+    EXPECT_EQ(r.rig.queries().size(), 2u);
     EXPECT_EQ(r.reply().records[1].ttl, 240);
 
     // A name error is kept for the SOA's minimum and answered from the cache.
@@ -173,19 +175,19 @@ TEST(Recursion, ForwardedAnswersAreCachedAndServeTheNextQuestion)
     EXPECT_EQ(r.reply().rcode, 3);
     r.clock.advance(800s);
     r.ask("gone.example.org.");
-    EXPECT_EQ(r.host.queries.size(), 3u);
+    EXPECT_EQ(r.rig.queries().size(), 3u);
     EXPECT_EQ(r.reply().rcode, 3);
 
     // No records of the type: kept likewise, with an empty answer.
     r.ask("www.example.org.", 15);
     r.answer("127.0.0.2", 0, true, {wireSoa("example.org.", 60, 900)});
     r.ask("www.example.org.", 15);
-    EXPECT_EQ(r.host.queries.size(), 4u);
+    EXPECT_EQ(r.rig.queries().size(), 4u);
     EXPECT_EQ(r.reply().rcode, 0);
     EXPECT_TRUE(r.reply().section(2).empty());
 
     // Answers that match no waiting request, by identifier, name or type, are ignored.
-    const auto& last = r.host.queries.back().message;
+    const auto last = r.rig.queries().back().message;
     r.host.lines.clear();
     r.dns.ProcAns({ip("127.0.0.2"), 53}, makeAnswer(last, 0, true, {wireA(2, "www.example.org.", "6.6.6.6")}));
     r.dns.ProcAns({ip("127.0.0.2"), 53}, makeAnswer(makeQuery(4, "www.example.org.", 1, true), 0, true, {}));
@@ -281,9 +283,9 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
     ASSERT_EQ(r.host.replies.size(), 2u);
     EXPECT_EQ(r.reply().rcode, 2);
     EXPECT_EQ(r.reply().qname, "late2.example.org.");
-    EXPECT_EQ(r.host.queries.size(), kMaxPending);
+    EXPECT_EQ(r.rig.queries().size(), kMaxPending);
     EXPECT_EQ(r.dns.PendingRequests.size(), kMaxPending);
-    EXPECT_EQ(r.dns.ReplyCount, 2u);
+    EXPECT_EQ(r.rig.counters.ReplyCount, 2u);
     EXPECT_TRUE(r.host.dailyLogs.empty()); // no server was asked, so none failed
     // Local data is never refused.
     r.ask("nas.home.lan.");

@@ -9,6 +9,7 @@
 #include "support/dns_message.h"
 #include "support/fake_clock.h"
 #include "support/fake_network.h"
+#include "support/outgoing_rig.h"
 #include "support/recording_query_host.h"
 #include "support/temp_folder.h"
 
@@ -40,9 +41,10 @@ struct ReplicationFixture
     TempFolder folder;
     RecordingQueryHost host;
     FakeNetwork network;
+    OutgoingRig rig;
     RecordStore store{clock, folder.path(),
                       [this](int, const std::string& text) { host.lines.push_back(text); }};
-    DnsService dns{host, clock, store};
+    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
     RecordingQueue queue;
 

@@ -10,7 +10,7 @@ namespace {
 
 struct NotifyFixture : ReplicationFixture
 {
-    ZoneNotifications notifications{host, store, dns, queue};
+    ZoneNotifications notifications{host, store, rig.counters, rig.outgoing, queue};
     NotifyFixture()
     {
         dns.setNotifyHandler(
@@ -76,7 +76,7 @@ TEST(Notify, ANotificationIsAcknowledgedOnlyFromTheZonesPrimary)
         NotifyFixture f;
         f.host.maxLevel = 0;
         f.dns.ProcReq({c.from, 5300}, c.message);
-        EXPECT_EQ(f.dns.RequestCount, 1u);
+        EXPECT_EQ(f.rig.counters.RequestCount, 1u);
         EXPECT_EQ(f.host.lines, c.lines);
         EXPECT_EQ(f.queue.queued, c.queued ? Lines{"copy.test."} : Lines{});
         if (c.reply < 0) {
@@ -90,7 +90,7 @@ TEST(Notify, ANotificationIsAcknowledgedOnlyFromTheZonesPrimary)
         EXPECT_EQ(static_cast<unsigned char>(reply[2]), 0xA4);
         EXPECT_EQ(reply[3], c.reply);
         EXPECT_EQ(reply.substr(4), c.message.substr(4));
-        EXPECT_EQ(f.dns.ReplyCount, c.queued ? 0u : 1u);
+        EXPECT_EQ(f.rig.counters.ReplyCount, c.queued ? 0u : 1u);
     }
 }
 
@@ -111,31 +111,40 @@ TEST(Notify, OverTcpOnlyANotificationFromTheZonesPrimaryIsTaken)
                                    "Sending Notification Acknowledgement to 10.0.0.1"}));
 }
 
-TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifier)
+TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifierAndItsAcknowledgementIsTaken)
 {
     NotifyFixture f;
-    f.dns.NextQueryID.next(); // identifiers are shared with resolution
+    f.rig.outgoing.newId(); // identifiers are shared with resolution
     f.notifications.ZoneNotify(*f.store.findZone("example.test."));
     EXPECT_EQ(f.host.lines, (Lines{"Sending Zone Update Notification to 10.0.0.7 about example.test.",
                                    "Sending Zone Update Notification to 10.0.0.9 about example.test."}));
-    ASSERT_EQ(f.host.queries.size(), 2u);
+    ASSERT_EQ(f.rig.queries().size(), 2u);
     const Bytes question = Bytes("\x07"
                                  "example\x04test",
                                  13) +
                            Bytes("\0\0\x06\0\x01", 5);
-    EXPECT_EQ(f.host.queries[0].message, Bytes("\0\x02\x24\0\0\x01\0\0\0\0\0\0", 12) + question);
-    EXPECT_EQ(f.host.queries[0].to, (Endpoint{0x0A000007, 53}));
-    EXPECT_EQ(f.host.queries[1].message.substr(0, 2), MakeShort(3));
-    EXPECT_EQ(f.host.queries[1].to, (Endpoint{0x0A000009, 53}));
+    EXPECT_EQ(f.rig.queries()[0].message, Bytes("\0\x02\x24\0\0\x01\0\0\0\0\0\0", 12) + question);
+    EXPECT_EQ(f.rig.queries()[0].to, (Endpoint{0x0A000007, 53}));
+    EXPECT_EQ(f.rig.queries()[1].message.substr(0, 2), MakeShort(3));
+    EXPECT_EQ(f.rig.queries()[1].to, (Endpoint{0x0A000009, 53}));
+
+    // The secondaries' acknowledgements are ours, not answers nobody asked for.
+    f.host.lines.clear();
+    for (const auto& sent : f.rig.queries()) {
+        Bytes ack = sent.message;
+        ack[2] = static_cast<char>(ack[2] | 0x80);
+        f.rig.outgoing.datagram(sent.to, ack);
+    }
+    EXPECT_EQ(f.host.lines, Lines{});
 
     // A zone without secondaries sends and logs nothing; an address that is none is logged.
     f.notifications.ZoneNotify(*f.store.findZone("open.test."));
-    EXPECT_EQ(f.host.queries.size(), 2u);
+    EXPECT_EQ(f.rig.queries().size(), 2u);
     clZone odd("odd.test.", 0);
     odd.Slaves = {"10.0.0.300"};
     f.notifications.ZoneNotify(odd);
     EXPECT_EQ(f.host.lines.back(), "Zone Notify WS Error: 10.0.0.300 is not an IPv4 address");
-    EXPECT_EQ(f.host.queries.size(), 2u);
+    EXPECT_EQ(f.rig.queries().size(), 2u);
 }
 
 } // namespace

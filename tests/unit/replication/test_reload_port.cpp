@@ -41,7 +41,7 @@ TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
     for (const Case& c : cases) {
         SCOPED_TRACE(c.command);
         ReplicationFixture f;
-        ZoneNotifications notifications{f.host, f.store, f.dns, f.queue};
+        ZoneNotifications notifications{f.host, f.store, f.rig.counters, f.rig.outgoing, f.queue};
         ReloadPort port{f.host, f.store, notifications, f.queue, [&] { return c.running; }};
         port.DataArrival(c.from, c.command);
         ASSERT_LE(c.lines.size(), f.host.lines.size());
@@ -54,7 +54,7 @@ TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
         Lines expected = c.zones;
         std::sort(expected.begin(), expected.end());
         EXPECT_EQ(zones, expected);
-        EXPECT_EQ(f.host.queries.size(), c.notified);
+        EXPECT_EQ(f.rig.queries().size(), c.notified);
         EXPECT_EQ(f.queue.queued, c.queued);
     }
 }

@@ -35,7 +35,7 @@ struct SecondaryFixture : ReplicationFixture
                clock,
                host,
                store,
-               dns,
+               rig.outgoing,
                [this](const clZone& zone) { changed.push_back(zone.Name); },
                [this] { return running; }};
 
@@ -48,8 +48,11 @@ struct SecondaryFixture : ReplicationFixture
     // Answers the SOA query in flight with this serial; false when ctlZTS did not take it.
     bool answerSoa(uint32_t serial, int idOffset = 0)
     {
-        Bytes answer = makeAnswer(host.queries.back().message, 0, true, {soa("copy.test.", serial)});
-        return zts.takeAnswer({}, shortAt(answer, 0) + idOffset, answer);
+        Bytes answer = makeAnswer(rig.queries().back().message, 0, true, {soa("copy.test.", serial)});
+        const int id = shortAt(answer, 0) + idOffset;
+        answer[0] = static_cast<char>(id >> 8);
+        answer[1] = static_cast<char>(id & 0xFF);
+        return zts.takeAnswer({}, answer, false);
     }
     // The request sent on the current connection, without its length.
     Bytes request() { return network.tcpSent[zts.Winsock()].substr(2); }
@@ -78,9 +81,9 @@ TEST(SecondaryZones, TheQueueChecksOneZoneAtATimeAndEqualSerialsOnlyMoveTheTimes
     f.zts.Que("new.test.");
     f.zts.Que("new.test.");
     EXPECT_EQ(f.zts.queue(), std::deque<std::string>{"new.test."});
-    ASSERT_EQ(f.host.queries.size(), 1u);
-    EXPECT_EQ(f.host.queries[0].to, kPrimary);
-    const DecodedReply query = decodeReply(f.host.queries[0].message);
+    ASSERT_EQ(f.rig.queries().size(), 1u);
+    EXPECT_EQ(f.rig.queries()[0].to, kPrimary);
+    const DecodedReply query = decodeReply(f.rig.queries()[0].message);
     EXPECT_EQ(query.qname, "copy.test.");
     EXPECT_EQ(query.qtype, 6);
     EXPECT_FALSE(query.rd);
@@ -93,7 +96,7 @@ TEST(SecondaryZones, TheQueueChecksOneZoneAtATimeAndEqualSerialsOnlyMoveTheTimes
     EXPECT_DOUBLE_EQ(copy.NextRefresh, addSeconds(f.clock.now(), 60));
     EXPECT_DOUBLE_EQ(copy.Expires, addSeconds(f.clock.now(), 600));
     // The next zone has no records yet: it is taken at once, without asking for its SOA.
-    EXPECT_EQ(f.host.queries.size(), 1u);
+    EXPECT_EQ(f.rig.queries().size(), 1u);
     EXPECT_EQ(f.zts.state(), ctlZTS::Connecting);
     EXPECT_EQ(f.network.connects.at(f.zts.Winsock()), (Endpoint{0x0A000003, 53}));
     EXPECT_FALSE(f.answerSoa(1)); // a late answer is no longer ours
@@ -208,11 +211,11 @@ TEST(SecondaryZones, NothingIsAskedWhilePausedAndTheQueueWaits)
     SecondaryFixture f;
     f.running = false;
     f.zts.Que("copy.test.");
-    EXPECT_TRUE(f.host.queries.empty());
+    EXPECT_TRUE(f.rig.queries().empty());
     EXPECT_EQ(f.zts.state(), ctlZTS::Idle);
     f.running = true;
     f.zts.resume();
-    EXPECT_EQ(f.host.queries.size(), 1u);
+    EXPECT_EQ(f.rig.queries().size(), 1u);
     EXPECT_EQ(f.zts.state(), ctlZTS::SoaSent);
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 struct TransferFixture : ReplicationFixture
 {
-    ZoneTransferServer server{network, clock, host, store, dns, flood};
+    ZoneTransferServer server{network, clock, host, store, dns, rig.counters, flood};
 
     SocketId connect(uint32_t address, bool running = true)
     {
@@ -147,7 +147,7 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
     // The SOA query that came in the same segment is answered after the transfer.
     EXPECT_EQ(replies[4].id, 10);
     EXPECT_EQ(replies[4].qtype, 6);
-    EXPECT_EQ(f.dns.RequestCount, 2u);
+    EXPECT_EQ(f.rig.counters.RequestCount, 2u);
     EXPECT_EQ(f.host.lines[1], "Sending Zone Transfer to 10.0.0.7 for example.test.");
 
     // An incremental transfer gets the whole zone, under its own question type.

@@ -1,0 +1,30 @@
+// The request and reply counters of the whole server: the DNS service, NOTIFY, the TCP service
+// and DHCP all count here. The engine owns them; the status bar, the graph and the support report
+// read them.
+#pragma once
+
+#include "net/clock.h"
+
+#include <array>
+#include <cstdint>
+
+namespace quorvane {
+
+struct RequestCounters {
+    // Counted as 64-bit so that a long-running server never wraps.
+    uint64_t RequestCount = 0;
+    uint64_t ReplyCount = 0;
+    // Requests per second of the current minute, indexed by the second (0-59).
+    std::array<uint16_t, 60> RequestsPerSecond{};
+
+    // One request, in RequestCount and in the slot of the second of now.
+    void countRequest(DateTime now)
+    {
+        ++RequestCount;
+        const auto second = static_cast<size_t>(toCalendar(now).second);
+        if (RequestsPerSecond[second] < UINT16_MAX) ++RequestsPerSecond[second];
+        RequestsPerSecond[(second + 1) % 60] = 0; // the slot ahead starts clean for the next second
+    }
+};
+
+} // namespace quorvane

@@ -36,7 +36,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
           network, clock, *this, m_store, m_outgoing, [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
           [this] { return m_serverRunning; }),
       m_notifications(*this, m_store, m_counters, m_outgoing, m_ZoneTS),
-      m_zoneTransfers(network, clock, *this, m_store, m_dns, m_counters, m_flood),
+      m_dnsTcp(network, clock, *this, m_dns, m_flood), m_zoneTransfers(clock, *this, m_store, m_dnsTcp, m_counters),
       m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; }),
       m_dhcp(
           network, clock, [this](int level, const std::string& text) { AddLine(level, text); },
@@ -54,6 +54,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
+    m_dnsTcp.setMessages(&m_zoneTransfers);
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
         bool taken = false;
@@ -198,7 +199,7 @@ void Engine::close(CloseReason reason)
     saveLeases();
     guarded("frmMain Unload", [&] {
         closeDns();
-        m_zoneTransfers.closeAll();
+        m_dnsTcp.closeAll();
         m_ZoneTS.closeAll();
         m_dhcp.closeAll();
         m_outgoing.closeAll();
@@ -266,7 +267,7 @@ void Engine::writeSupportFileCommand()
 
 void Engine::sendDnsTcp(SocketId connection, std::string_view message)
 {
-    m_zoneTransfers.sendAnswer(connection, message);
+    m_dnsTcp.send(connection, message);
 }
 
 void Engine::DoTray(int state)
@@ -292,7 +293,7 @@ void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view 
 void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from)
 {
     if (listener != m_WSZT) return m_network.close(connection);
-    guarded("ctlZT Accept", [&] { m_zoneTransfers.connectionRequest(connection, from, m_serverRunning); });
+    guarded("ctlZT Accept", [&] { m_dnsTcp.connectionRequest(connection, from, m_serverRunning); });
 }
 
 void Engine::onTcpConnected(SocketId connection)
@@ -310,13 +311,13 @@ void Engine::onTcpData(SocketId connection, std::string_view data)
     else if (m_outgoing.ownsConnection(connection))
         guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
     else
-        guarded("ctlZT DataArrival", [&] { m_zoneTransfers.DataArrival(connection, data); });
+        guarded("ctlZT DataArrival", [&] { m_dnsTcp.DataArrival(connection, data); });
 }
 
 void Engine::onTcpDrained(SocketId connection)
 {
     if (connection == m_ZoneTS.Winsock() || m_outgoing.ownsConnection(connection)) return; // a question, nothing follows it
-    guarded("ctlZT ProcReq", [&] { m_zoneTransfers.drained(connection); });
+    guarded("ctlZT ProcReq", [&] { m_dnsTcp.drained(connection); });
 }
 
 void Engine::onTcpClosed(SocketId connection)
@@ -326,7 +327,7 @@ void Engine::onTcpClosed(SocketId connection)
     else if (m_outgoing.ownsConnection(connection))
         m_outgoing.tcpClosed(connection);
     else
-        guarded("ctlZT DataArrival", [&] { m_zoneTransfers.peerClosed(connection); });
+        guarded("ctlZT DataArrival", [&] { m_dnsTcp.peerClosed(connection); });
 }
 
 } // namespace quorvane

@@ -8,6 +8,7 @@
 #include "host/settings.h"
 #include "host/support_report.h"
 #include "query/dns_service.h"
+#include "query/dns_tcp.h"
 #include "query/flood_guard.h"
 #include "query/query_host.h"
 #include "query/outgoing_queries.h"
@@ -143,6 +144,7 @@ private:
     DnsService m_dns;
     ctlZTS m_ZoneTS;
     ZoneNotifications m_notifications;
+    DnsTcpService m_dnsTcp; // DNS over TCP: questions to m_dns, the rest to m_zoneTransfers
     ZoneTransferServer m_zoneTransfers;
     ReloadPort m_reloadPort;
     DhcpServer m_dhcp;

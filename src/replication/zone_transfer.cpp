@@ -18,19 +18,6 @@ namespace {
 // A slice of a transfer: about this many bytes of framed messages per send. Building one takes well
 // under a millisecond, so UDP answers wait at most that long behind a transfer.
 constexpr size_t kSliceBytes = 64 * 1024;
-// While a transfer runs, requests that come in wait in the buffer; a peer that sends more than two
-// of the largest messages meanwhile is not a secondary and is cut off.
-constexpr size_t kMaxBuffered = 2 * (65535 + 2);
-
-// A standard query for anything but a zone: what the DNS service answers when it takes TCP.
-bool ordinaryQuestion(std::string_view message)
-{
-    if ((byteAt(message, 2) & 0x78) != 0) return false;
-    WireReader reader(message, 12);
-    reader.name();
-    const int type = reader.shortValue();
-    return !reader.ok() || (type != kTypeAXFR && type != kTypeIXFR);
-}
 
 void frame(Bytes& out, std::string_view message)
 {
@@ -40,90 +27,14 @@ void frame(Bytes& out, std::string_view message)
 
 } // namespace
 
-ZoneTransferServer::ZoneTransferServer(Network& network, Clock& clock, QueryHost& host,
-                                       const RecordStore& store, DnsService& dns, RequestCounters& counters,
-                                       const FloodGuard& flood)
-    : m_network(network), m_clock(clock), m_host(host), m_store(store), m_dns(dns), m_counters(counters),
-      m_flood(flood)
+ZoneTransferServer::ZoneTransferServer(Clock& clock, QueryHost& host, const RecordStore& store, DnsTcpService& tcp,
+                                       RequestCounters& counters)
+    : m_clock(clock), m_host(host), m_store(store), m_tcp(tcp), m_counters(counters)
 {
-    m_timer = m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
 }
 
-ZoneTransferServer::~ZoneTransferServer()
+void ZoneTransferServer::takeMessage(const ctlZT& element, std::string_view message)
 {
-    m_clock.stopTimer(m_timer);
-}
-
-void ZoneTransferServer::connectionRequest(SocketId connection, const Endpoint& from, bool running)
-{
-    if (!running) return m_network.close(connection);
-    const std::string address = addressText(from.address);
-    if (m_flood.isBlocked(from.address)) {
-        m_host.AddLine(0, "TCP Connection Request from " + address + " on Block list. Ignored!");
-        return m_network.close(connection); // left unanswered, and its descriptor is not kept
-    }
-    for (auto& element : m_TCPcon)
-        if (!element->Busy) return Accept(*element, connection, from);
-    if (m_TCPcon.size() < kMaxConnections) {
-        m_TCPcon.push_back(std::make_unique<ctlZT>());
-        return Accept(*m_TCPcon.back(), connection, from);
-    }
-    m_network.close(connection);
-    const DateTime now = m_clock.now();
-    if ((now - m_lastFullLine) * kSecondsPerDay >= 1.0) {
-        m_lastFullLine = now;
-        m_host.AddLine(0, "TCP Connection Request from " + address + " closed - " +
-                              std::to_string(kMaxConnections) + " connections are open already");
-    }
-}
-
-void ZoneTransferServer::Accept(ctlZT& element, SocketId connection, const Endpoint& from)
-{
-    element.buffer.clear();
-    element.Busy = true;
-    element.idleTicks = 0;
-    element.transfer.reset();
-    element.Winsock = connection;
-    element.remote = addressText(from.address);
-    element.peer = from;
-}
-
-ctlZT* ZoneTransferServer::find(SocketId connection)
-{
-    for (auto& element : m_TCPcon)
-        if (element->Busy && element->Winsock == connection) return element.get();
-    return nullptr;
-}
-
-void ZoneTransferServer::DataArrival(SocketId connection, std::string_view data)
-{
-    ctlZT* element = find(connection);
-    if (element == nullptr) return;
-    element->buffer += data;
-    element->idleTicks = 0;
-    m_host.DoTray(1);
-    if (element->buffer.size() > kMaxBuffered) return release(*element);
-    if (!element->transfer) takeMessages(*element);
-}
-
-// Each whole message is taken off the buffer before it is handled, so a message that fails is
-// not handled again. A transfer stops the loop: what follows waits until it is sent.
-void ZoneTransferServer::takeMessages(ctlZT& element)
-{
-    while (element.Busy && !element.transfer && element.buffer.size() >= 2) {
-        const auto length = static_cast<size_t>(shortAt(element.buffer, 0));
-        if (element.buffer.size() < length + 2) return;
-        const Bytes message = element.buffer.substr(2, length);
-        element.buffer.erase(0, length + 2);
-        if (message.size() >= 13) ProcReq(element, message);
-    }
-}
-
-void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
-{
-    if ((byteAt(message, 2) & 0x80) != 0) return; // a response: not ours to answer
-    if (m_dns.answersTcp() && ordinaryQuestion(message))
-        return m_dns.ProcReq(element.peer, message, element.Winsock);
     m_counters.countRequest(m_clock.now());
     const std::string& ip = element.remote;
     const auto incomplete = [&] {
@@ -132,15 +43,11 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     };
     if (shortAt(message, 4) == 0) return incomplete();
     const auto opcode = static_cast<int>((byteAt(message, 2) & 0x78) / 8);
-    const auto reply = [&](std::string_view out) {
-        m_out.clear();
-        frame(m_out, out);
-        send(element, m_out);
-    };
+    const auto reply = [&](std::string_view out) { m_tcp.send(element.Winsock, out); };
     if (opcode == kOpcodeNotify && m_notify && m_notify(ip, message, reply)) return;
     if (opcode != 0) {
         m_host.AddLine(0, OpCodeN(opcode) + " from " + ip + " (TCP)");
-        return sendError(element, message, kRcodeNotImplemented);
+        return sendError(element.Winsock, message, kRcodeNotImplemented);
     }
     std::string_view rest = message.substr(12);
     const std::string name = ExtractName(message, rest, true);
@@ -149,7 +56,7 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     const int dnsClass = ExtractShort(rest, true);
     if (dnsClass != kClassIN) {
         m_host.AddLine(0, "DNS Request from " + ip + " for " + ClassN(dnsClass) + " (TCP)");
-        return sendError(element, message, kRcodeNotImplemented);
+        return sendError(element.Winsock, message, kRcodeNotImplemented);
     }
     // An incremental transfer is answered with the whole zone, which a secondary must accept
     // (RFC 1995): some secondaries that hold a zone ask only that way and never fall back.
@@ -172,21 +79,19 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
     if (zone == nullptr || (zone->Secure && !listed) || soa == nullptr || soa->RecType != rtype::SOA) {
         m_host.AddLine(0, "Sending answer to " + ip + " about " + subject);
         m_host.AddLine(0, "-> Header: Refused.");
-        return sendError(element, message, kRcodeRefused);
+        return sendError(element.Winsock, message, kRcodeRefused);
     }
     if (type == kTypeSOA) return sendSoa(element, *zone, *soa, message);
     startTransfer(element, *zone, *soa, message, type);
 }
 
 // The request echoed with QR set and the response code alone in the fourth byte.
-void ZoneTransferServer::sendError(ctlZT& element, std::string_view request, int rcode)
+void ZoneTransferServer::sendError(SocketId connection, std::string_view request, int rcode)
 {
     m_message.assign(request);
     m_message[2] = static_cast<char>(byteAt(request, 2) | 0x80);
     m_message[3] = static_cast<char>(rcode);
-    m_out.clear();
-    frame(m_out, m_message);
-    send(element, m_out);
+    m_tcp.send(connection, m_message);
 }
 
 namespace {
@@ -208,7 +113,7 @@ Bytes answerPrefix(std::string_view request, const std::string& zone, int type)
 
 } // namespace
 
-void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNSRecord& soa,
+void ZoneTransferServer::sendSoa(const ctlZT& element, const clZone& zone, const clDNSRecord& soa,
                                  std::string_view request)
 {
     m_host.AddLine(0,
@@ -221,14 +126,15 @@ void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNS
     }
     m_out.clear();
     frameRecord(answerPrefix(request, zone.Name, kTypeSOA), soa, m_clock.now());
-    send(element, m_out);
+    m_tcp.sendFramed(element.Winsock, m_out);
 }
 
-void ZoneTransferServer::startTransfer(ctlZT& element, const clZone& zone, const clDNSRecord& soa,
+void ZoneTransferServer::startTransfer(const ctlZT& element, const clZone& zone, const clDNSRecord& soa,
                                        std::string_view request, int type)
 {
     m_host.AddLine(0, "Sending Zone Transfer to " + element.remote + " for " + zone.Name);
-    ZoneTransferProgress& transfer = element.transfer.emplace();
+    ZoneTransferProgress& transfer = m_transfers[element.Winsock] = {};
+    transfer.remote = element.remote;
     transfer.zone = zone.Name;
     transfer.firstKey = zone.Records.front();
     transfer.count = zone.Records.size();
@@ -236,21 +142,21 @@ void ZoneTransferServer::startTransfer(ctlZT& element, const clZone& zone, const
     m_out.clear();
     frameRecord(transfer.prefix, soa, m_clock.now());
     transfer.first = m_out;
-    sendSlice(element);
+    m_tcp.hold(element.Winsock, true);
+    sendSlice(element.Winsock, transfer);
 }
 
 // The next slice of a transfer, sent as one piece. The zone is checked first: when it was reloaded
 // or removed meanwhile, the rest would not match what went before, so the connection is closed and
 // the secondary asks again.
-void ZoneTransferServer::sendSlice(ctlZT& element)
+void ZoneTransferServer::sendSlice(SocketId connection, ZoneTransferProgress& transfer)
 {
-    ZoneTransferProgress& transfer = *element.transfer;
     const clZone* zone = m_store.findZone(transfer.zone);
     if (zone == nullptr || zone->Records.size() != transfer.count ||
         zone->Records.front() != transfer.firstKey) {
-        m_host.AddLine(0, "Zone Transfer to " + element.remote + " for " + transfer.zone +
+        m_host.AddLine(0, "Zone Transfer to " + transfer.remote + " for " + transfer.zone +
                               " stopped - the zone changed meanwhile");
-        return release(element);
+        return m_tcp.close(connection); // which ends the transfer too
     }
     if (transfer.next > 1) m_out.clear(); // the first slice already holds the SOA
     const DateTime now = m_clock.now();
@@ -262,11 +168,10 @@ void ZoneTransferServer::sendSlice(ctlZT& element)
     }
     const bool done = transfer.next >= transfer.count;
     if (done) m_out += transfer.first; // a transfer ends with the SOA it began with
-    element.idleTicks = 0;
-    send(element, m_out);
+    m_tcp.sendFramed(connection, m_out);
     if (!done) return;
-    element.transfer.reset();
-    takeMessages(element); // requests that came in while it ran
+    m_transfers.erase(connection);
+    m_tcp.hold(connection, false); // requests that came in while it ran
 }
 
 // One message of one record after the prefix, framed, appended to m_out.
@@ -277,55 +182,10 @@ void ZoneTransferServer::frameRecord(const Bytes& prefix, const clDNSRecord& rec
     frame(m_out, m_message);
 }
 
-void ZoneTransferServer::send(ctlZT& element, std::string_view framed)
+void ZoneTransferServer::drained(const ctlZT& connection)
 {
-    m_network.sendTcp(element.Winsock, framed);
-    m_host.DoTray(1);
-}
-
-void ZoneTransferServer::sendAnswer(SocketId connection, std::string_view message)
-{
-    ctlZT* element = find(connection);
-    if (element == nullptr) return;
-    element->idleTicks = 0;
-    m_out.clear();
-    frame(m_out, message);
-    send(*element, m_out);
-}
-
-void ZoneTransferServer::drained(SocketId connection)
-{
-    if (ctlZT* element = find(connection); element != nullptr && element->transfer) sendSlice(*element);
-}
-
-void ZoneTransferServer::peerClosed(SocketId connection)
-{
-    ctlZT* element = find(connection);
-    if (element == nullptr) return;
-    element->Winsock = kNoSocket; // already gone
-    release(*element);
-}
-
-void ZoneTransferServer::Timer1()
-{
-    for (auto& element : m_TCPcon)
-        if (element->Busy && ++element->idleTicks >= kIdleSeconds) release(*element);
-}
-
-void ZoneTransferServer::release(ctlZT& element)
-{
-    m_network.close(element.Winsock);
-    element.Winsock = kNoSocket;
-    element.Busy = false;
-    element.transfer.reset();
-    element.buffer.clear();
-    element.buffer.shrink_to_fit();
-}
-
-void ZoneTransferServer::closeAll()
-{
-    for (auto& element : m_TCPcon)
-        if (element->Busy) release(*element);
+    const auto transfer = m_transfers.find(connection.Winsock);
+    if (transfer != m_transfers.end()) sendSlice(connection.Winsock, transfer->second);
 }
 
 } // namespace quorvane

@@ -49,9 +49,14 @@ struct Service
     OutgoingQueries outgoing{network};
     DnsService dns{host, clock, store, counters, outgoing};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
-    ZoneTransferServer server{network, clock, host, store, dns, counters, flood};
+    DnsTcpService tcp{network, clock, host, dns, flood};
+    ZoneTransferServer server{clock, host, store, tcp, counters};
 
-    Service() { store.LoadZone("fuzz.test."); }
+    Service()
+    {
+        store.LoadZone("fuzz.test.");
+        tcp.setMessages(&server);
+    }
 };
 
 } // namespace
@@ -68,17 +73,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.edns = (flags & 2) != 0;
     settings.aaaa = (flags & 4) != 0;
     s.dns.configure(settings);
-    s.server.connectionRequest(connection, {0x0A000001, 5353}, true);
+    s.tcp.connectionRequest(connection, {0x0A000001, 5353}, true);
     while (!input.empty()) {
         const size_t length =
             std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
-        s.server.DataArrival(connection, input.substr(1, length));
-        s.server.drained(connection);
+        s.tcp.DataArrival(connection, input.substr(1, length));
+        s.tcp.drained(connection);
         input.remove_prefix(1 + length);
     }
     // Whatever transfer is still running is sent to its end, then the peer goes.
     for (int slices = 0; slices < 1000; ++slices)
-        s.server.drained(connection);
-    s.server.peerClosed(connection);
+        s.tcp.drained(connection);
+    s.tcp.peerClosed(connection);
     return 0;
 }

@@ -11,12 +11,15 @@ namespace {
 
 struct TransferFixture : ReplicationFixture
 {
-    ZoneTransferServer server{network, clock, host, store, dns, rig.counters, flood};
+    DnsTcpService tcp{network, clock, host, dns, flood};
+    ZoneTransferServer server{clock, host, store, tcp, rig.counters};
+
+    TransferFixture() { tcp.setMessages(&server); }
 
     SocketId connect(uint32_t address, bool running = true)
     {
         const SocketId id = network.connect(kNoSocket, {address, 40000});
-        server.connectionRequest(id, {address, 40000}, running);
+        tcp.connectionRequest(id, {address, 40000}, running);
         return id;
     }
     // The framed messages a connection was sent, decoded.
@@ -103,7 +106,7 @@ TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
         SCOPED_TRACE(c.what);
         TransferFixture f;
         const SocketId id = f.connect(c.from);
-        f.server.DataArrival(id, framed(c.message));
+        f.tcp.DataArrival(id, framed(c.message));
         EXPECT_EQ(f.host.lines, c.lines);
         const auto replies = f.received(id);
         if (c.rcode < 0) {
@@ -127,9 +130,9 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
     const SocketId id = f.connect(kListed);
     const Bytes request = framed(makeQuery(9, "example.test.", 252, true));
     // Split across segments: nothing happens until the last byte is there.
-    f.server.DataArrival(id, request.substr(0, 5));
+    f.tcp.DataArrival(id, request.substr(0, 5));
     EXPECT_TRUE(f.network.tcpSent[id].empty());
-    f.server.DataArrival(id, request.substr(5) + framed(makeQuery(10, "example.test.", 6, false)));
+    f.tcp.DataArrival(id, request.substr(5) + framed(makeQuery(10, "example.test.", 6, false)));
 
     const auto replies = f.received(id);
     ASSERT_EQ(replies.size(), 5u);
@@ -152,7 +155,7 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
 
     // An incremental transfer gets the whole zone, under its own question type.
     f.network.tcpSent[id].clear();
-    f.server.DataArrival(id, framed(makeQuery(11, "example.test.", 251, false)));
+    f.tcp.DataArrival(id, framed(makeQuery(11, "example.test.", 251, false)));
     const auto whole = f.received(id);
     ASSERT_EQ(whole.size(), 4u);
     for (size_t i = 0; i < 4; ++i) {
@@ -171,7 +174,7 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
     f.folder.write("data/big.test.dns", zone);
     f.store.LoadZone("big.test.");
     const SocketId id = f.connect(kUnlisted);
-    f.server.DataArrival(id, framed(makeQuery(11, "big.test.", 252, false)));
+    f.tcp.DataArrival(id, framed(makeQuery(11, "big.test.", 252, false)));
 
     size_t slices = 1;
     for (size_t last = 0; f.network.tcpSent[id].size() != last; ++slices) {
@@ -179,7 +182,7 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
         EXPECT_LE(last, slices * 70000);          // never much more than one slice ahead of the peer
         f.clock.advance(std::chrono::seconds(3)); // a slow peer is not cut off while it reads
         f.network.drain(id);
-        f.server.drained(id);
+        f.tcp.drained(id);
     }
     EXPECT_GT(slices, 4u);
     const auto replies = f.received(id);
@@ -189,9 +192,9 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
 
     // A zone reloaded during a transfer ends it: the rest would not fit what was sent.
     const SocketId second = f.connect(kUnlisted);
-    f.server.DataArrival(second, framed(makeQuery(12, "big.test.", 252, false)));
+    f.tcp.DataArrival(second, framed(makeQuery(12, "big.test.", 252, false)));
     f.store.LoadZone("big.test.");
-    f.server.drained(second);
+    f.tcp.drained(second);
     EXPECT_FALSE(f.network.isOpen(second));
     EXPECT_EQ(f.host.lines.back(),
               "Zone Transfer to 10.0.0.8 for big.test. stopped - the zone changed meanwhile");
@@ -201,9 +204,9 @@ TEST(ZoneTransfer, ConnectionsAreCappedClosedWhenIdleAndReused)
 {
     TransferFixture f;
     std::vector<SocketId> ids;
-    for (size_t i = 0; i < ZoneTransferServer::kMaxConnections + 2; ++i)
+    for (size_t i = 0; i < DnsTcpService::kMaxConnections + 2; ++i)
         ids.push_back(f.connect(kListed));
-    EXPECT_EQ(f.server.TCPcon().size(), ZoneTransferServer::kMaxConnections);
+    EXPECT_EQ(f.tcp.TCPcon().size(), DnsTcpService::kMaxConnections);
     EXPECT_FALSE(f.network.isOpen(ids[256]));
     EXPECT_FALSE(f.network.isOpen(ids[257]));
     EXPECT_EQ(f.host.lines,
@@ -211,9 +214,9 @@ TEST(ZoneTransfer, ConnectionsAreCappedClosedWhenIdleAndReused)
 
     // Data keeps one alive; the peer closing another frees its element at once.
     f.clock.advance(std::chrono::milliseconds(5500));
-    f.server.DataArrival(ids[0], "\x00");
+    f.tcp.DataArrival(ids[0], "\x00");
     f.network.peerClose(ids[1]);
-    f.server.peerClosed(ids[1]);
+    f.tcp.peerClosed(ids[1]);
     const SocketId reused = f.connect(kListed);
     EXPECT_TRUE(f.network.isOpen(reused));
     EXPECT_EQ(f.host.lines.size(), 1u);
@@ -227,7 +230,7 @@ TEST(ZoneTransfer, ConnectionsAreCappedClosedWhenIdleAndReused)
     f.clock.advance(std::chrono::milliseconds(6000));
     EXPECT_FALSE(f.network.isOpen(ids[0]));
     EXPECT_FALSE(f.network.isOpen(reused));
-    EXPECT_EQ(f.server.TCPcon().size(), ZoneTransferServer::kMaxConnections);
+    EXPECT_EQ(f.tcp.TCPcon().size(), DnsTcpService::kMaxConnections);
 
     // A blocked address is logged and not served; nothing is accepted while paused.
     f.flood.setBlockList({"10.0.0.66"});

@@ -2,8 +2,8 @@
 
 #include "query/dns_service.h"
 #include "query/message_bytes.h"
-#include "query/record_wire.h"
 #include "wire/dns_codes.h"
+#include "wire/tcp_frame.h"
 #include "wire/wire_reader.h"
 
 namespace quorvane {
@@ -94,11 +94,12 @@ void DnsTcpService::DataArrival(SocketId connection, std::string_view data)
 // not handled again. A held connection stops the loop: what follows waits until it is released.
 void DnsTcpService::takeMessages(ctlZT& element)
 {
-    while (element.Busy && !element.held && element.buffer.size() >= 2) {
-        const auto length = static_cast<size_t>(shortAt(element.buffer, 0));
-        if (element.buffer.size() < length + 2) return;
-        const Bytes message = element.buffer.substr(2, length);
-        element.buffer.erase(0, length + 2);
+    while (element.Busy && !element.held) {
+        size_t end = 0;
+        const auto framed = nextFramed(element.buffer, end);
+        if (!framed) return;
+        const Bytes message(*framed);
+        element.buffer.erase(0, end);
         if (message.size() < 13 || (byteAt(message, 2) & 0x80) != 0) continue; // cut short, or a response
         if (m_dns.answersTcp() && ordinaryQuestion(message))
             m_dns.ProcReq(element.peer, message, element.Winsock);
@@ -110,8 +111,7 @@ void DnsTcpService::takeMessages(ctlZT& element)
 void DnsTcpService::send(SocketId connection, std::string_view message)
 {
     m_out.clear();
-    putShort(m_out, message.size());
-    m_out += message;
+    appendFramed(m_out, message);
     sendFramed(connection, m_out);
 }
 

@@ -1,6 +1,6 @@
 #include "query/tcp_asks.h"
 
-#include "query/message_bytes.h"
+#include "wire/tcp_frame.h"
 
 #include <algorithm>
 
@@ -14,9 +14,7 @@ bool TcpAsks::ask(const Endpoint& server, std::string_view query)
     Ask& ask = m_asks.emplace_back();
     ask.connection = connection;
     ask.server = server;
-    ask.query += static_cast<char>(query.size() >> 8);
-    ask.query += static_cast<char>(query.size() & 0xFF);
-    ask.query += query;
+    appendFramed(ask.query, query);
     return true;
 }
 
@@ -42,11 +40,11 @@ void TcpAsks::data(SocketId connection, std::string_view bytes)
     Ask* ask = find(connection);
     if (ask == nullptr) return;
     ask->received.append(bytes.substr(0, 65537 - ask->received.size())); // one message at most
-    if (ask->received.size() < 2) return;
-    const size_t length = static_cast<size_t>(shortAt(ask->received, 0));
-    if (ask->received.size() < length + 2) return;
+    size_t taken = 0;
+    const auto framed = nextFramed(ask->received, taken);
+    if (!framed) return;
     const Endpoint server = ask->server;
-    const Bytes message = ask->received.substr(2, length);
+    const Bytes message(*framed);
     end(connection); // first, so that the answer's handling may ask again
     m_deliver(server, message);
 }

@@ -8,6 +8,7 @@
 #include "store/zone_text.h"
 #include "wire/dns_codes.h"
 #include "wire/names.h"
+#include "wire/tcp_frame.h"
 #include "wire/wire_reader.h"
 
 #include <algorithm>
@@ -71,8 +72,7 @@ void ctlZTS::connected()
     Bytes request = question(m_outgoing.newId(), kTypeAXFR);
     if (!m_noMarker.contains(m_primary)) request += kMarker;
     Bytes framed;
-    putShort(framed, request.size());
-    framed += request;
+    appendFramed(framed, request);
     m_host.AddLine(2, "Sending Zone Transfer Request to " + m_primary + " for " + m_zone);
     enableTimer();
     m_state = Receiving;
@@ -101,20 +101,18 @@ void ctlZTS::takeMessages()
 {
     size_t at = 0;
     while (!m_done) {
-        const size_t left = m_buffer.size() - at;
-        const size_t length = left >= 2 ? static_cast<size_t>(shortAt(m_buffer, at)) : 0;
-        if (left < 3 || left < length + 2) {
+        const auto message = nextFramed(m_buffer, at);
+        if (!message) {
             // Waiting for more, the watchdog running: a primary that stops halfway is noticed.
             m_buffer.erase(0, at);
             enableTimer();
             return;
         }
-        ProcAnswer(std::string_view(m_buffer).substr(at + 2, length));
+        ProcAnswer(*message);
         if (m_state != Receiving || m_winsock == kNoSocket) {
             m_buffer.clear(); // asked anew, or given up: the rest belongs to nothing
             return;
         }
-        at += length + 2;
     }
     m_buffer.clear();
     closeSocket();

@@ -7,6 +7,7 @@
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
+#include "wire/tcp_frame.h"
 #include "wire/wire_reader.h"
 
 #include <algorithm>
@@ -18,12 +19,6 @@ namespace {
 // A slice of a transfer: about this many bytes of framed messages per send. Building one takes well
 // under a millisecond, so UDP answers wait at most that long behind a transfer.
 constexpr size_t kSliceBytes = 64 * 1024;
-
-void frame(Bytes& out, std::string_view message)
-{
-    putShort(out, message.size());
-    out += message;
-}
 
 } // namespace
 
@@ -179,7 +174,7 @@ void ZoneTransferServer::frameRecord(const Bytes& prefix, const clDNSRecord& rec
 {
     m_message = prefix;
     appendRecord(m_message, record, std::max(record.TTL(now), 0));
-    frame(m_out, m_message);
+    appendFramed(m_out, m_message);
 }
 
 void ZoneTransferServer::drained(const ctlZT& connection)

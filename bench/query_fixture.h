@@ -43,17 +43,17 @@ struct NoNetwork : Network {
     std::vector<std::string> localAddresses() const override { return {}; }
 };
 
-// One lease: pc1.home.lan. at 192.168.1.50.
+// One lease: desktop-kitchen.home.lan. at 192.168.1.50.
 struct OneLease : LeaseLookup {
     std::optional<LeaseAnswer> leaseAddress(std::string_view name) const override
     {
-        if (name != "pc1.home.lan.") return std::nullopt;
+        if (name != "desktop-kitchen.home.lan.") return std::nullopt;
         return LeaseAnswer{"192.168.1.50", 3600};
     }
     std::optional<LeaseAnswer> leaseName(std::string_view address) const override
     {
         if (address != "192.168.1.50") return std::nullopt;
-        return LeaseAnswer{"pc1.home.lan.", 3600};
+        return LeaseAnswer{"desktop-kitchen.home.lan.", 3600};
     }
 };
 
@@ -82,11 +82,11 @@ struct QueryFixture {
         zone << "@ IN SOA ns.bench.test. admin.bench.test. 1 3600 600 86400 300\n@ IN NS ns\nns IN A 10.0.0.1\n";
         for (int i = 0; i < 10000; ++i) zone << "host" << i << " IN A 10.1." << i / 256 << '.' << i % 256 << '\n';
         zone.close();
-        std::ofstream(folder / "hosts") << "192.168.1.20 printer.home.lan\n";
+        std::ofstream(folder / "hosts") << "192.168.1.20 printer-upstairs.home.lan\n";
         store.configure({"hosts", 3600, 0, false});
         store.LoadBoot();
         store.LoadHosts();
-        store.CacheAdd("www.example.com.", rtype::A, 3600, IPToData("93.184.216.34"), 0);
+        store.CacheAdd("www.example-shop.com.", rtype::A, 3600, IPToData("93.184.216.34"), 0);
         dns.setLeases(&lease);
     }
     ~QueryFixture() { std::filesystem::remove_all(folder); }

@@ -70,8 +70,8 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
         found.zoneSoa = authority != nullptr && authority->RecType == rtype::SOA ? authority : nullptr;
         if (found.zoneSoa != nullptr && request.CurName == request.QName) request.Authoritative = true;
         found.nameExists = found.answered = false;
-        if (const auto lease = leaseRecord(request)) {
-            SectionAdd(request, kAnswer, *lease);
+        if (leaseRecord(request)) {
+            SectionAdd(request, kAnswer, request.Lease);
             if (request.CurName == request.QName) request.Authoritative = true; // our own data
             found.nameExists = found.answered = true;
             return found;
@@ -101,31 +101,34 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
     }
 }
 
-// The A record of a leased name, or the PTR record of a leased address's reverse name.
-std::optional<clDNSRecord> DnsService::leaseRecord(const clDNSRequest& request) const
+// The A record of a leased name, or the PTR record of a leased address's reverse name, built in
+// request.Lease.
+bool DnsService::leaseRecord(clDNSRequest& request) const
 {
-    if (m_leases == nullptr || (request.QType != rtype::A && request.QType != rtype::PTR))
-        return std::nullopt;
+    if (m_leases == nullptr || (request.QType != rtype::A && request.QType != rtype::PTR)) return false;
     const bool address = request.QType == rtype::A;
-    if (!address && !request.CurName.ends_with(".in-addr.arpa.")) return std::nullopt;
+    if (!address && !request.CurName.ends_with(".in-addr.arpa.")) return false;
     const auto lease =
         address ? m_leases->leaseAddress(request.CurName) : m_leases->leaseName(ArpaToIP(request.CurName));
-    if (!lease) return std::nullopt;
-    clDNSRecord record;
+    if (!lease) return false;
+    clDNSRecord& record = request.Lease;
     record.Permanent = true;
     record.RecType = static_cast<int16_t>(request.QType);
     record.Name = request.CurName;
-    record.Data = address ? IPToData(lease->data) : lease->data;
+    if (address)
+        record.Data = IPToData(lease->data);
+    else
+        record.Data = lease->data;
     record.setTTL(lease->ttl, m_clock.now());
-    return record;
+    return true;
 }
 
 void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)
 {
     auto& records = request.section(section);
-    for (const auto& present : records)
-        if (sameRecord(present, record)) return;
-    records.push_back(record);
+    for (const clDNSRecord* present : records)
+        if (sameRecord(*present, record)) return;
+    records.push_back(&record);
 }
 
 // The zone's name servers in the authority section, with their addresses as additional records.
@@ -160,9 +163,9 @@ void DnsService::CNAMERes(clDNSRequest& request)
     if (request.QType != rtype::CNAME) return;
     const DateTime now = m_clock.now();
     const auto aliases = request.section(kAnswer); // a copy: the section grows below
-    for (const auto& alias : aliases) {
-        if (alias.RecType != rtype::CNAME) continue;
-        for (const auto& [owner, record] : m_store.records(alias.Data))
+    for (const clDNSRecord* alias : aliases) {
+        if (alias->RecType != rtype::CNAME) continue;
+        for (const auto& [owner, record] : m_store.records(alias->Data))
             if (isAddress(record) && record.TTL(now) > -kServedPastExpiry) SectionAdd(request, kAnswer, record);
     }
 }

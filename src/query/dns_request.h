@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -48,8 +49,12 @@ struct clDNSRequest {
     bool Authoritative = false;
     int RCode = 0;
     int Steps = 0;
-    // Copies of the records, so that an answer never refers into a store that changes meanwhile.
-    std::array<std::vector<clDNSRecord>, 3> Sections; // answer, authority, additional
+    // The records of the answer: the store's own while the answer is built at once; copies in
+    // Kept once the request waits, since the store may change meanwhile (keepRecords).
+    std::array<std::vector<const clDNSRecord*>, 3> Sections; // answer, authority, additional
+    std::array<size_t, 3> KeptCount{};                       // the leading records of each that are copies
+    std::vector<std::unique_ptr<clDNSRecord>> Kept;
+    clDNSRecord Lease; // the record a DHCP lease answers with, built in place
 
     // Resolution through other servers.
     std::vector<clNServ> NSAcol;    // the servers that may still be asked
@@ -82,6 +87,8 @@ struct clDNSRequest {
         QType = RCode = Steps = 0;
         State = kNew;
         for (auto& records : Sections) records.clear();
+        KeptCount = {};
+        Kept.clear();
         NSAcol.clear();
         ForwardersAdded = false;
         Asked = {};
@@ -91,8 +98,20 @@ struct clDNSRequest {
         Parent = nullptr;
     }
 
-    std::vector<clDNSRecord>& section(Section s) { return Sections[static_cast<size_t>(s - kAnswer)]; }
-    const std::vector<clDNSRecord>& section(Section s) const { return Sections[static_cast<size_t>(s - kAnswer)]; }
+    std::vector<const clDNSRecord*>& section(Section s) { return Sections[static_cast<size_t>(s - kAnswer)]; }
+    const std::vector<const clDNSRecord*>& section(Section s) const
+    {
+        return Sections[static_cast<size_t>(s - kAnswer)];
+    }
+    // Before the request waits for another server: every record it refers to becomes its own copy.
+    void keepRecords()
+    {
+        for (size_t s = 0; s < Sections.size(); ++s) {
+            for (size_t i = KeptCount[s]; i < Sections[s].size(); ++i)
+                Sections[s][i] = Kept.emplace_back(std::make_unique<clDNSRecord>(*Sections[s][i])).get();
+            KeptCount[s] = Sections[s].size();
+        }
+    }
 };
 
 } // namespace quorvane

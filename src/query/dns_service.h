@@ -118,7 +118,7 @@ private:
         bool tooLong = false;                 // the alias chain ran past the limit
     };
     Lookup lookUp(clDNSRequest& request);
-    std::optional<clDNSRecord> leaseRecord(const clDNSRequest& request) const;
+    bool leaseRecord(clDNSRequest& request) const;
     void giveUp(clDNSRequest& request);
     void outOfWork(clDNSRequest& request, clDNSRequest& client);
     void refuse(clDNSRequest& request);

@@ -69,7 +69,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
     request.QueryID = shortAt(message, 0);
     request.RecursionDesired = (byteAt(message, 2) & 1) != 0;
     std::string_view rest = message.substr(12);
-    request.QName = ExtractName(message, rest, true);
+    ExtractNameInto(message, rest, request.QName);
     request.CurName = request.QName;
     if (rest.size() < 4) {
         if (logging) m_host.AddLine(0, "Incomplete DNS Request from " + ip);
@@ -89,11 +89,11 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }
-    const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
-    if (logging) m_host.AddLine(0, "Request from " + ip + " for " + subject);
+    if (logging) m_host.AddLine(0, "Request from " + ip + " for " + RTypeN(request.QType) + "-record for " + request.QName);
     if (opt.malformed) return sendError(request, kRcodeFormatError);
     if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
     if (!supportedType(request.QType, m_settings.aaaa)) {
+        const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }

@@ -13,7 +13,7 @@ namespace quorvane {
 // and the TTL to answer with.
 struct LeaseAnswer
 {
-    std::string data;
+    std::string_view data; // held by the lease table: read it before the table changes
     int32_t ttl = 0;
 };
 

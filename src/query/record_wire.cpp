@@ -20,17 +20,17 @@ void appendRdata(Bytes& out, const clDNSRecord& record)
     switch (record.RecType) {
     case rtype::NS:
     case rtype::CNAME:
-    case rtype::PTR: out += ZipName(record.Data, out); break;
+    case rtype::PTR: appendName(out, record.Data); break;
     case rtype::MX:
         putShort(out, static_cast<uint16_t>(record.Pref));
-        out += ZipName(record.Data, out);
+        appendName(out, record.Data);
         break;
     case rtype::SOA: {
         const auto primaryEnd = record.Data.find('\0');
         const auto mailboxEnd = record.Data.find('\0', primaryEnd + 1);
         if (primaryEnd == Bytes::npos || mailboxEnd == Bytes::npos) break; // malformed: empty data
-        out += ZipName(std::string_view(record.Data).substr(0, primaryEnd), out);
-        out += ZipName(std::string_view(record.Data).substr(primaryEnd + 1, mailboxEnd - primaryEnd - 1), out);
+        appendName(out, std::string_view(record.Data).substr(0, primaryEnd));
+        appendName(out, std::string_view(record.Data).substr(primaryEnd + 1, mailboxEnd - primaryEnd - 1));
         out.append(record.Data, mailboxEnd + 1);
         break;
     }
@@ -50,7 +50,7 @@ uint32_t takeLong(std::string_view& bytes)
 
 void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl)
 {
-    out += ZipName(record.Name, out);
+    appendName(out, record.Name);
     putShort(out, static_cast<uint16_t>(record.RecType));
     putShort(out, 1);
     out += MakeLong(ttl);

@@ -94,6 +94,7 @@ clDNSRequest* DnsService::adopt(clDNSRequest& request)
         refuse(request);
         return nullptr;
     }
+    request.keepRecords(); // before the move, while request.Lease is still where they point
     PendingRequests.push_back(std::move(request));
     return &PendingRequests.back();
 }
@@ -205,6 +206,7 @@ void DnsService::AskNS(clDNSRequest& request)
     request.Asked = servers[chosen];
     if (request.Asked.Retry >= kTriesPerServer) servers.erase(servers.begin() + static_cast<long>(chosen));
     request.State = clDNSRequest::kWaiting;
+    request.keepRecords();
     request.TimeOut = m_clock.now() + waitSeconds(listed) / kSecondsPerDay;
     sendQuery(request);
 }
@@ -222,6 +224,7 @@ void DnsService::askForAddress(clDNSRequest& request, const std::string& serverN
     }
     ++client.SubRequests;
     request.State = clDNSRequest::kWaitingSub;
+    request.keepRecords();
     clDNSRequest& sub = PendingRequests.emplace_back();
     sub.Depth = request.Depth + 1;
     sub.Parent = &request;
@@ -241,9 +244,9 @@ void DnsService::ReturnSub(clDNSRequest& sub, bool found)
     if (parent == nullptr || parent->State != clDNSRequest::kWaitingSub) return;
     std::string address;
     if (found) {
-        for (const auto& record : sub.section(kAnswer)) {
-            if (record.RecType != rtype::A) continue;
-            address = DataToIP(record.Data);
+        for (const clDNSRecord* record : sub.section(kAnswer)) {
+            if (record->RecType != rtype::A) continue;
+            address = DataToIP(record->Data);
             break;
         }
     }

@@ -96,7 +96,7 @@ void DnsService::writeHeader(const clDNSRequest& request)
     putShort(out, 1);
     for (Section s : {kAnswer, kAuthority, kAdditional})
         putShort(out, std::min(request.section(s).size(), sectionCap(request)));
-    out += ZipName(request.QName, out);
+    appendName(out, request.QName);
     putShort(out, static_cast<size_t>(request.QType & 0xFFFF));
     putShort(out, 1);
     m_questionEnd = out.size();
@@ -145,7 +145,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
     const bool detail = m_host.wants(1);
     const std::vector<size_t>& order = RoundRobin(request, section);
     for (size_t i = 0; i < order.size() && i < sectionCap(request); ++i) {
-        const clDNSRecord& record = records[order[i]];
+        const clDNSRecord& record = *records[order[i]];
         appendRecord(m_reply, record, std::max(record.TTL(now), 0));
         m_recordEnds.push_back(m_reply.size());
         if (detail) logRecord(section, record);
@@ -163,12 +163,12 @@ const std::vector<size_t>& DnsService::RoundRobin(clDNSRequest& request, Section
     for (size_t i = 0; i < records.size(); ++i) order[i] = i;
     for (size_t first = 0; first < records.size();) {
         size_t end = first + 1;
-        while (end < records.size() && records[end].Name == records[first].Name &&
-               records[end].RecType == records[first].RecType)
+        while (end < records.size() && records[end]->Name == records[first]->Name &&
+               records[end]->RecType == records[first]->RecType)
             ++end;
         if (end - first > 1) {
-            for (auto& [name, stored] : m_store.records(records[first].Name)) {
-                if (stored.RecType != records[first].RecType) continue;
+            for (auto& [name, stored] : m_store.records(records[first]->Name)) {
+                if (stored.RecType != records[first]->RecType) continue;
                 const auto shift = static_cast<size_t>(stored.RoRo) % (end - first);
                 stored.RoRo = static_cast<int16_t>((stored.RoRo + 1) % 10000);
                 std::rotate(order.begin() + static_cast<long>(first), order.begin() + static_cast<long>(first + shift),

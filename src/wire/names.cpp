@@ -140,6 +140,20 @@ std::string ExtractName(std::string_view message, std::string_view& remainder, b
     return {};
 }
 
+void ExtractNameInto(std::string_view message, std::string_view& remainder, std::string& name)
+{
+    try {
+        name.clear();
+        const size_t taken = readName(message, remainder, name);
+        remainder = taken == 0 ? std::string_view{} : remainder.substr(taken);
+        if (taken == 0) name = kIncompleteName;
+        return;
+    } catch (const std::exception& e) {
+        reportError("modDNS ExtractName", e.what());
+    }
+    name.clear();
+}
+
 std::string UnzipName(std::string_view message, int offset)
 {
     try {
@@ -169,6 +183,18 @@ Bytes ZipName(std::string_view name, std::string_view message)
         reportError("modDNS ZipName", e.what());
     }
     return {};
+}
+
+void appendName(Bytes& out, std::string_view name)
+{
+    try {
+        Bytes& wire = scratch();
+        appendLabels(wire, name);
+        if (!out.empty()) compress(wire, out);
+        out += wire;
+    } catch (const std::exception& e) {
+        reportError("modDNS ZipName", e.what());
+    }
 }
 
 } // namespace quorvane

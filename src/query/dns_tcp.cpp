@@ -1,7 +1,7 @@
 #include "query/dns_tcp.h"
 
 #include "query/dns_service.h"
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "wire/dns_codes.h"
 #include "wire/tcp_frame.h"
 #include "wire/wire_reader.h"

@@ -1,6 +1,6 @@
 #include "query/edns.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "wire/wire_reader.h"
 
 #include <algorithm>

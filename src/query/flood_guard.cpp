@@ -8,18 +8,6 @@
 
 namespace quorvane {
 
-namespace {
-
-uint32_t addressValue(const std::string& dotted)
-{
-    const Bytes data = IPToData(dotted);
-    uint32_t value = 0;
-    for (char byte : data) value = value << 8 | static_cast<unsigned char>(byte);
-    return value;
-}
-
-} // namespace
-
 FloodGuard::FloodGuard(Log log, std::function<void(const std::string& address)> blocked)
     : m_log(std::move(log)), m_onBlocked(std::move(blocked))
 {

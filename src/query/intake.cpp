@@ -2,7 +2,7 @@
 // reply, or a pending request that the answer builder takes over.
 #include "query/dns_service.h"
 #include "query/edns.h"
-#include "query/message_bytes.h"
+#include "wire/message.h"
 
 #include "wire/dns_codes.h"
 #include "wire/names.h"
@@ -111,9 +111,8 @@ void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_
     }
     // The request echoed whole, with QR set and RCODE 4 (RA set): identifier, opcode, AA, TC and RD
     // as received, all four counts and everything after them unchanged.
-    std::string reply(message);
-    reply[2] = static_cast<char>(byteAt(message, 2) | 0x80);
-    reply[3] = static_cast<char>(0x84);
+    Bytes reply;
+    echoAsReply(reply, message, 0x84);
     if (opt != nullptr) { // the question alone, then our OPT if the client sent one
         reply.replace(6, 6, 6, '\0');
         if (opt->present) {

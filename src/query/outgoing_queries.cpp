@@ -1,6 +1,6 @@
 #include "query/outgoing_queries.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 
 namespace quorvane {
 

@@ -1,6 +1,6 @@
 #include "query/record_wire.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "store/record_data.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
@@ -8,12 +8,6 @@
 namespace quorvane {
 
 namespace {
-
-void patchShort(Bytes& out, size_t at, size_t value)
-{
-    out[at] = static_cast<char>(value >> 8 & 0xFF);
-    out[at + 1] = static_cast<char>(value & 0xFF);
-}
 
 void appendRdata(Bytes& out, const clDNSRecord& record)
 {

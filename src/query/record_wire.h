@@ -4,19 +4,13 @@
 
 #include "net/bytes.h"
 #include "store/dns_record.h"
+#include "wire/message.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace quorvane {
-
-// Two bytes, high byte first.
-inline void putShort(Bytes& out, size_t value)
-{
-    out += static_cast<char>(value >> 8 & 0xFF);
-    out += static_cast<char>(value & 0xFF);
-}
 
 // One resource record: owner, type, class IN, the TTL given, and the data with its length. Names
 // inside the data are compressed too; an SOA whose data is malformed goes out with empty data.

@@ -1,6 +1,7 @@
 // Resolution through other servers: which servers a request asks, in what order and how long it
 // waits for each, sub-requests for servers whose address is not known yet, and giving up.
 #include "query/dns_service.h"
+#include "wire/message.h"
 #include "query/edns.h"
 
 #include "wire/addresses.h"
@@ -30,14 +31,6 @@ constexpr double kTickSlackDays = 0.1 / kSecondsPerDay;
 double waitSeconds(size_t servers)
 {
     return servers == 1 ? 2.0 : servers == 2 ? 1.0 : 0.75;
-}
-
-uint32_t addressValue(const std::string& text)
-{
-    const Bytes data = IPToData(text);
-    uint32_t value = 0;
-    for (const char byte : data) value = value << 8 | static_cast<unsigned char>(byte);
-    return value;
 }
 
 // The server with the fewest queries so far, the first in list order on a tie; among those that
@@ -282,18 +275,10 @@ bool DnsService::answeredByAsked(const clDNSRequest& request, const Endpoint& fr
 
 void DnsService::buildQuery(const clDNSRequest& request, bool edns)
 {
-    Bytes& out = m_query;
-    out.clear();
-    out += MakeShort(request.CurOutID);
-    out += static_cast<char>(m_settings.forwarding ? 1 : 0); // forwarders are asked to recurse
-    out += '\0';
-    out += MakeShort(1);
-    out.append(4, '\0');
-    out += MakeShort(edns ? 1 : 0);
-    out += ZipName(request.CurName, out);
-    out += MakeShort(request.QType);
-    out += MakeShort(1);
-    if (edns) appendOpt(out, 0);
+    const unsigned flags = m_settings.forwarding ? 0x100 : 0; // forwarders are asked to recurse
+    startMessage(m_query, request.CurOutID, flags, {1, 0, 0, edns ? 1u : 0u});
+    appendQuestion(m_query, request.CurName, request.QType);
+    if (edns) appendOpt(m_query, 0);
 }
 
 void DnsService::removeFinished()

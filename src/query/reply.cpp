@@ -2,7 +2,7 @@
 // name and type from answer to answer.
 #include "query/dns_service.h"
 #include "query/edns.h"
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 
 #include "store/record_data.h"
@@ -23,12 +23,6 @@ constexpr size_t kMaxSectionRecords = 100;
 size_t sectionCap(const clDNSRequest& request)
 {
     return request.TcpConnection == kNoSocket ? kMaxSectionRecords : SIZE_MAX;
-}
-
-void patchShort(Bytes& out, size_t at, size_t value)
-{
-    out[at] = static_cast<char>(value >> 8 & 0xFF);
-    out[at + 1] = static_cast<char>(value & 0xFF);
 }
 
 const char* sectionName(Section section)
@@ -88,18 +82,12 @@ void DnsService::sendError(clDNSRequest& request, int rcode)
 
 void DnsService::writeHeader(const clDNSRequest& request)
 {
-    Bytes& out = m_reply;
-    out.clear();
-    putShort(out, static_cast<size_t>(request.QueryID));
-    out += static_cast<char>(0x80 | (request.Authoritative ? 4 : 0) | (request.RecursionDesired ? 1 : 0));
-    out += static_cast<char>((request.RecursionAllowed ? 0x80 : 0) | (request.RCode & 0x0F));
-    putShort(out, 1);
-    for (Section s : {kAnswer, kAuthority, kAdditional})
-        putShort(out, std::min(request.section(s).size(), sectionCap(request)));
-    appendName(out, request.QName);
-    putShort(out, static_cast<size_t>(request.QType & 0xFFFF));
-    putShort(out, 1);
-    m_questionEnd = out.size();
+    const unsigned flags = 0x8000 | (request.Authoritative ? 0x400 : 0) | (request.RecursionDesired ? 0x100 : 0) |
+                           (request.RecursionAllowed ? 0x80 : 0) | (request.RCode & 0x0F);
+    const auto count = [&](Section s) { return std::min(request.section(s).size(), sectionCap(request)); };
+    startMessage(m_reply, request.QueryID, flags, {1, count(kAnswer), count(kAuthority), count(kAdditional)});
+    appendQuestion(m_reply, request.QName, request.QType);
+    m_questionEnd = m_reply.size();
 }
 
 // With EDNS switched on, a datagram reply is cut after the last whole record that fits the

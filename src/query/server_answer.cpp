@@ -3,7 +3,7 @@
 // server when the answer was of no use.
 #include "query/dns_service.h"
 #include "query/edns.h"
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 
 #include "store/record_data.h"
@@ -31,19 +31,16 @@ struct Received {
 std::vector<Received> readRecords(std::string_view message, WireReader& reader)
 {
     std::vector<Received> records;
+    RecordView view;
     for (const Section section : {kAnswer, kAuthority, kAdditional}) {
-        const int count = shortAt(message, 6 + 2 * static_cast<size_t>(section - kAnswer));
-        for (int i = 0; i < count; ++i) {
-            Received received{section, {}, 0};
-            received.record.Name = reader.name();
-            const int type = reader.shortValue();
-            const int dnsClass = reader.shortValue();
-            received.ttl = static_cast<int32_t>(reader.longValue());
-            const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
-            if (!reader.ok()) return records;
-            if (dnsClass != kClassIN || type == 0 || type == kTypeOPT || type >= rtype::kMarkerBase) continue;
+        for (int i = countAt(message, section - 1); i > 0; --i) {
+            if (!readRecord(reader, view)) return records;
+            const int type = view.type;
+            if (view.dnsClass != kClassIN || type == 0 || type == kTypeOPT || type >= rtype::kMarkerBase) continue;
+            Received received{section, {}, view.ttl};
+            received.record.Name = std::move(view.name);
             received.record.RecType = static_cast<int16_t>(type);
-            if (readRecordData(message, rdata, received.record)) records.push_back(std::move(received));
+            if (readRecordData(message, view.rdata, received.record)) records.push_back(std::move(received));
         }
     }
     return records;

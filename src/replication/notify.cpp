@@ -1,6 +1,6 @@
 #include "replication/notify.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 #include "wire/dns_codes.h"
 #include "wire/names.h"
@@ -14,14 +14,8 @@ void ZoneNotifications::ZoneNotify(const clZone& zone)
     for (const std::string& address : zone.Slaves) {
         m_host.AddLine(0, "Sending Zone Update Notification to " + address + " about " + zone.Name);
         Bytes message;
-        putShort(message, static_cast<size_t>(m_outgoing.newQuery(*this)));
-        message += '\x24'; // opcode 4 (NOTIFY), AA
-        message += '\0';
-        putShort(message, 1);
-        message.append(6, '\0');
-        message += ZipName(zone.Name, message);
-        putShort(message, kTypeSOA);
-        putShort(message, kClassIN);
+        startMessage(message, m_outgoing.newQuery(*this), kOpcodeNotify << 11 | 0x400, {}); // NOTIFY, AA
+        appendQuestion(message, zone.Name, kTypeSOA);
         const auto to = addressFromText(address);
         if (!to) {
             m_host.AddLine(0, "Zone Notify WS Error: " + address + " is not an IPv4 address");
@@ -85,8 +79,8 @@ bool ZoneNotifications::acknowledge(const std::string& sender, const std::string
     if (found == nullptr || found->PrimaryIP != sender) return false;
     m_host.AddLine(0, "Sending Notification Acknowledgement to " + sender);
     // The request as received with QR set: its response code and question stay as they were.
-    Bytes ack(message);
-    ack[2] = static_cast<char>(byteAt(message, 2) | 0x80);
+    Bytes ack;
+    echoAsReply(ack, message);
     reply(ack);
     m_host.DoTray(1);
     m_queue.Que(zone);
@@ -96,9 +90,8 @@ bool ZoneNotifications::acknowledge(const std::string& sender, const std::string
 // The request echoed with QR set and the response code alone in the fourth byte.
 void ZoneNotifications::reply(const Endpoint& to, std::string_view request, int rcode)
 {
-    Bytes out(request);
-    out[2] = static_cast<char>(byteAt(request, 2) | 0x80);
-    out[3] = static_cast<char>(rcode);
+    Bytes out;
+    echoAsReply(out, request, rcode);
     m_host.sendDns(to, out);
     m_host.DoTray(1);
 }

@@ -2,7 +2,7 @@
 // transfer_in.cpp.
 #include "replication/secondary_zones.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 #include "store/record_data.h"
 #include "wire/dns_codes.h"
@@ -110,13 +110,8 @@ bool ctlZTS::fromPrimary(const Endpoint& from, std::string_view message) const
 Bytes ctlZTS::question(int32_t id, int type) const
 {
     Bytes message;
-    putShort(message, static_cast<size_t>(id));
-    message.append(2, '\0'); // a plain query, no recursion wanted
-    putShort(message, 1);
-    message.append(6, '\0');
-    message += ZipName(m_zone, message);
-    putShort(message, static_cast<size_t>(type));
-    putShort(message, kClassIN);
+    startMessage(message, id, 0, {}); // a plain query, no recursion wanted
+    appendQuestion(message, m_zone, type);
     return message;
 }
 
@@ -128,19 +123,13 @@ bool ctlZTS::takeAnswer(const Endpoint& from, std::string_view message, bool)
     if (m_outgoing.hardened() && !fromPrimary(from, message)) return false;
     if ((byteAt(message, 3) & 15) != 0) return true;
     WireReader reader(message, 12);
-    for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {
-        reader.name();
-        reader.bytes(4);
-    }
-    for (int i = shortAt(message, 6); i > 0 && reader.ok(); --i) {
+    skipQuestions(reader, countAt(message, 0));
+    RecordView view;
+    for (int i = countAt(message, 1); i > 0 && reader.ok(); --i) {
+        if (!readRecord(reader, view) || view.type != kTypeSOA || view.name != m_zone) continue;
         clDNSRecord record;
-        const std::string owner = reader.name();
-        record.RecType = static_cast<int16_t>(reader.shortValue());
-        reader.shortValue(); // class
-        reader.longValue();  // TTL
-        const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
-        if (!reader.ok() || record.RecType != kTypeSOA || owner != m_zone) continue;
-        if (!readRecordData(message, rdata, record)) continue;
+        record.RecType = static_cast<int16_t>(view.type);
+        if (!readRecordData(message, view.rdata, record)) continue;
         if (const auto soa = readSoa(record.Data)) {
             try {
                 GotSOA(soa->serial);

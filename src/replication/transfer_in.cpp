@@ -2,7 +2,7 @@
 // the answer taken apart record by record, and the new records put in place of the old.
 #include "replication/secondary_zones.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 #include "store/record_data.h"
 #include "store/zone_text.h"
@@ -133,22 +133,20 @@ void ctlZTS::ProcAnswer(std::string_view message)
         return;
     }
     WireReader reader(message, 12);
-    for (int i = shortAt(message, 4); i > 0 && reader.ok(); --i) {
-        reader.name();
-        reader.bytes(4);
-    }
+    skipQuestions(reader, countAt(message, 0));
     if (reader.ok()) takeRecords(message, reader);
 }
 
 void ctlZTS::takeRecords(std::string_view message, WireReader& reader)
 {
-    for (int i = shortAt(message, 6); i > 0; --i) {
-        std::string owner = reader.name();
-        const int type = reader.shortValue();
-        const int dnsClass = reader.shortValue();
-        const auto ttl = static_cast<int32_t>(reader.longValue());
-        const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
-        if (!reader.ok()) return; // the rest of the message cannot be read
+    RecordView view;
+    for (int i = countAt(message, 1); i > 0; --i) {
+        if (!readRecord(reader, view)) return; // the rest of the message cannot be read
+        std::string& owner = view.name;
+        const int type = view.type;
+        const int dnsClass = view.dnsClass;
+        const int32_t ttl = view.ttl;
+        const std::string_view rdata = view.rdata;
         const bool zoneSoa = type == kTypeSOA && owner == m_zone;
         if (m_received.empty() && !zoneSoa) return; // the zone must begin with its SOA
         if (!m_received.empty() && zoneSoa) {

@@ -1,6 +1,6 @@
 #include "replication/zone_transfer.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "query/record_wire.h"
 #include "store/record_data.h"
 #include "wire/dns_codes.h"
@@ -83,9 +83,7 @@ void ZoneTransferServer::takeMessage(const ctlZT& element, std::string_view mess
 // The request echoed with QR set and the response code alone in the fourth byte.
 void ZoneTransferServer::sendError(SocketId connection, std::string_view request, int rcode)
 {
-    m_message.assign(request);
-    m_message[2] = static_cast<char>(byteAt(request, 2) | 0x80);
-    m_message[3] = static_cast<char>(rcode);
+    echoAsReply(m_message, request, rcode);
     m_tcp.send(connection, m_message);
 }
 
@@ -94,15 +92,9 @@ namespace {
 // Identifier, QR and AA with the request's RD, one question and one answer; then the question.
 Bytes answerPrefix(std::string_view request, const std::string& zone, int type)
 {
-    Bytes out(request.substr(0, 2));
-    out += static_cast<char>(0x84 | (byteAt(request, 2) & 1));
-    out += '\0';
-    putShort(out, 1);
-    putShort(out, 1);
-    out.append(4, '\0');
-    out += ZipName(zone, out);
-    putShort(out, static_cast<size_t>(type));
-    putShort(out, kClassIN);
+    Bytes out;
+    startMessage(out, shortAt(request, 0), (0x84u | (byteAt(request, 2) & 1)) << 8, {1, 1, 0, 0});
+    appendQuestion(out, zone, type);
     return out;
 }
 

@@ -41,6 +41,8 @@ std::array<unsigned, 4> partValues(std::string_view text)
     return values;
 }
 
+} // namespace
+
 uint32_t addressValue(std::string_view text)
 {
     uint32_t address = 0;
@@ -48,6 +50,8 @@ uint32_t addressValue(std::string_view text)
         address = address << 8 | (value >= kTooBig ? 0 : value);
     return address;
 }
+
+namespace {
 
 // The first four bytes of data as one number; missing bytes are 0.
 uint32_t dataValue(std::string_view data)

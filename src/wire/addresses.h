@@ -16,6 +16,8 @@ std::string DataToIP(std::string_view data);
 // above 255 is 0); missing parts are 0 and parts after the fourth are ignored: "10.1" gives
 // 10 1 0 0, "300.1.1.1" gives 0 1 1 1.
 Bytes IPToData(std::string_view text);
+// The address IPToData reads from text, as one number (host byte order).
+uint32_t addressValue(std::string_view text);
 
 // The address as 32 characters "0"/"1", most significant bit first.
 std::string IPToBin(std::string_view text);

@@ -1,7 +1,7 @@
 #include "replication/secondary_zones.h"
 #include "replication_fixture.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 

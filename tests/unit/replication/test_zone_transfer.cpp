@@ -1,7 +1,7 @@
 #include "replication/zone_transfer.h"
 #include "replication_fixture.h"
 
-#include "query/message_bytes.h"
+#include "wire/message.h"
 #include "wire/numbers.h"
 
 #include <gtest/gtest.h>

@@ -16,7 +16,8 @@ void Answer(benchmark::State& state, const std::string& name, int type = 1)
     f.dns.ProcReq({0x7F000001, 5353}, question); // the first answer may size the reused buffers
     const size_t before = f.host.bytes;
     AllocationCount count(state);
-    for (auto _ : state) f.dns.ProcReq({0x7F000001, 5353}, question);
+    for (auto _ : state)
+        f.dns.ProcReq({0x7F000001, 5353}, question);
     if (f.host.bytes == before) state.SkipWithError("no answer was sent");
 }
 BENCHMARK_CAPTURE(Answer, ZoneHit, std::string("host4242.bench.test."));

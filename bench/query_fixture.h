@@ -13,13 +13,15 @@
 
 namespace quorvane::bench {
 
-struct StillClock : Clock {
+struct StillClock : Clock
+{
     DateTime now() const override { return fromCalendar({2026, 11, 22, 12, 0, 0}); }
     TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 0; }
     void stopTimer(TimerId) override {}
 };
 
-struct CountingHost : QueryHost {
+struct CountingHost : QueryHost
+{
     bool wants(int) const override { return false; }
     void AddLine(int, const std::string&) override {}
     void sendDns(const Endpoint&, std::string_view message) override { bytes += message.size(); }
@@ -30,7 +32,8 @@ struct CountingHost : QueryHost {
 };
 
 // Local answers never need a socket of their own.
-struct NoNetwork : Network {
+struct NoNetwork : Network
+{
     void setEvents(NetworkEvents*) override {}
     SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
     SocketId bindDhcp(const std::string&) override { return kNoSocket; }
@@ -44,7 +47,8 @@ struct NoNetwork : Network {
 };
 
 // One lease: desktop-kitchen.home.lan. at 192.168.1.50.
-struct OneLease : LeaseLookup {
+struct OneLease : LeaseLookup
+{
     std::optional<LeaseAnswer> leaseAddress(std::string_view name) const override
     {
         if (name != "desktop-kitchen.home.lan.") return std::nullopt;
@@ -60,11 +64,13 @@ struct OneLease : LeaseLookup {
 // A standard query with RD set.
 inline Bytes query(const std::string& name, int type = 1)
 {
-    Bytes q = MakeShort(0x1234) + MakeShort(0x0100) + MakeShort(1) + MakeShort(0) + MakeShort(0) + MakeShort(0);
+    Bytes q =
+        MakeShort(0x1234) + MakeShort(0x0100) + MakeShort(1) + MakeShort(0) + MakeShort(0) + MakeShort(0);
     return q + ZipName(name, "") + MakeShort(type) + MakeShort(1);
 }
 
-struct QueryFixture {
+struct QueryFixture
+{
     StillClock clock;
     CountingHost host;
     OneLease lease;
@@ -79,8 +85,10 @@ struct QueryFixture {
     {
         std::filesystem::create_directories(folder / "data");
         std::ofstream zone(folder / "data" / "bench.test.dns");
-        zone << "@ IN SOA ns.bench.test. admin.bench.test. 1 3600 600 86400 300\n@ IN NS ns\nns IN A 10.0.0.1\n";
-        for (int i = 0; i < 10000; ++i) zone << "host" << i << " IN A 10.1." << i / 256 << '.' << i % 256 << '\n';
+        zone << "@ IN SOA ns.bench.test. admin.bench.test. 1 3600 600 86400 300\n@ IN NS ns\nns IN A "
+                "10.0.0.1\n";
+        for (int i = 0; i < 10000; ++i)
+            zone << "host" << i << " IN A 10.1." << i / 256 << '.' << i % 256 << '\n';
         zone.close();
         std::ofstream(folder / "hosts") << "192.168.1.20 printer-upstairs.home.lan\n";
         store.configure({"hosts", 3600, 0, false});

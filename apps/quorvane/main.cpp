@@ -10,7 +10,6 @@
 #include "net/system_clock.h"
 #include "ui/desktop_app.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -28,14 +27,7 @@ int runHeadless(const CommandLine& cl, const std::filesystem::path& executable)
     EngineOptions options{programFolder(cl.dir, executable), executable, !cl.quiet};
     Engine engine(network, clock, frontEnd, options);
 
-    loop.watchSignals({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2}, [&engine](int signal) {
-        switch (signal) {
-        case SIGHUP: engine.execute(Command::ReloadRecords); break;
-        case SIGUSR1: engine.execute(Command::StartStop); break;
-        case SIGUSR2: engine.execute(Command::WriteSupportFile); break;
-        default: engine.close(CloseReason::User); break;
-        }
-    });
+    loop.watchSignals(Engine::kSignals, [&engine](int signal) { engine.onSignal(signal); });
     engine.Main();
     loop.run();
     return 0;

@@ -191,6 +191,16 @@ void Engine::execute(Command command)
     }
 }
 
+void Engine::onSignal(int signal)
+{
+    switch (signal) {
+    case SIGHUP: return execute(Command::ReloadRecords);
+    case SIGUSR1: return execute(Command::StartStop);
+    case SIGUSR2: return execute(Command::WriteSupportFile);
+    default: return close(CloseReason::User);
+    }
+}
+
 void Engine::close(CloseReason reason)
 {
     guarded("frmMain QueryUnload", [&] { AddLine(0, closeReasonLine(reason)); });
@@ -316,7 +326,8 @@ void Engine::onTcpData(SocketId connection, std::string_view data)
 
 void Engine::onTcpDrained(SocketId connection)
 {
-    if (connection == m_ZoneTS.Winsock() || m_outgoing.ownsConnection(connection)) return; // a question, nothing follows it
+    // A question asked of a primary or again over TCP: nothing follows it.
+    if (connection == m_ZoneTS.Winsock() || m_outgoing.ownsConnection(connection)) return;
     guarded("ctlZT ProcReq", [&] { m_dnsTcp.drained(connection); });
 }
 

@@ -22,6 +22,7 @@
 #include "net/error_hook.h"
 #include "net/network.h"
 
+#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <system_error>
@@ -64,6 +65,11 @@ public:
     void deleteLease(const std::string& address);
     // Logs the reason, saves what is kept across runs, closes the sockets and the log file.
     void close(CloseReason reason);
+    // The signals the program obeys, headless and on the desktop alike: TERM and INT close it as
+    // the operator's confirmed close does, HUP reloads the records, USR1 pauses or starts the
+    // server and USR2 writes the support file.
+    static constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2};
+    void onSignal(int signal);
 
     // Unexpected errors: writes the support file and asks the front end to show the report.
     void ErrorReport(const std::string& label, const std::string& additional,

@@ -22,7 +22,7 @@ void AsioLoop::post(std::function<void()> work)
     asio::post(m_impl->io, std::move(work));
 }
 
-void AsioLoop::watchSignals(std::initializer_list<int> signals, std::function<void(int)> onSignal)
+void AsioLoop::watchSignals(std::span<const int> signals, std::function<void(int)> onSignal)
 {
     m_impl->signals.emplace(m_impl->io);
     for (int number : signals) m_impl->signals->add(number);

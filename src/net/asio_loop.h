@@ -3,7 +3,7 @@
 #pragma once
 
 #include <functional>
-#include <initializer_list>
+#include <span>
 #include <memory>
 
 namespace quorvane {
@@ -22,7 +22,7 @@ public:
     // Queues work onto the loop's thread. Safe from any thread.
     void post(std::function<void()> work);
     // Calls onSignal(number) on the loop's thread for each of the given signals as it arrives.
-    void watchSignals(std::initializer_list<int> signals, std::function<void(int)> onSignal);
+    void watchSignals(std::span<const int> signals, std::function<void(int)> onSignal);
 
     struct Impl;
     Impl& impl() { return *m_impl; }

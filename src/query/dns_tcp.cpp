@@ -1,8 +1,8 @@
 #include "query/dns_tcp.h"
 
 #include "query/dns_service.h"
-#include "wire/message.h"
 #include "wire/dns_codes.h"
+#include "wire/message.h"
 #include "wire/tcp_frame.h"
 #include "wire/wire_reader.h"
 

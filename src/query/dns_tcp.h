@@ -23,7 +23,8 @@ class DnsService;
 
 // One connection of the service. An element is Free (Busy false) or Serving; elements are reused,
 // never removed.
-struct ctlZT {
+struct ctlZT
+{
     bool Busy = false;
     bool held = false;     // a handler is still sending on it: later messages wait
     Bytes buffer;          // received and not yet taken as whole messages
@@ -34,7 +35,8 @@ struct ctlZT {
 };
 
 // What the zone replication does with the messages that are not ordinary questions.
-class TcpMessages {
+class TcpMessages
+{
 public:
     virtual ~TcpMessages() = default;
     virtual void takeMessage(const ctlZT& connection, std::string_view message) = 0;
@@ -44,7 +46,8 @@ public:
     virtual void closed(SocketId connection) = 0;
 };
 
-class DnsTcpService {
+class DnsTcpService
+{
 public:
     // Connections served at once, one descriptor each. Debian's default limit is 1024 descriptors
     // per process (ulimit -n); the running server holds 14 of its own (measured in /proc/PID/fd:
@@ -95,7 +98,7 @@ private:
     TimerId m_timer = 0;
     std::vector<std::unique_ptr<ctlZT>> m_TCPcon;
     std::unordered_map<SocketId, ctlZT*> m_byConnection; // the Serving elements
-    Bytes m_out;                                          // a framed message being sent, reused
+    Bytes m_out;                                         // a framed message being sent, reused
     DateTime m_lastFullLine = 0; // when the last "too many connections" line was written
 };
 

@@ -89,7 +89,8 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }
-    if (logging) m_host.AddLine(0, "Request from " + ip + " for " + RTypeN(request.QType) + "-record for " + request.QName);
+    if (logging)
+        m_host.AddLine(0, "Request from " + ip + " for " + RTypeN(request.QType) + "-record for " + request.QName);
     if (opt.malformed) return sendError(request, kRcodeFormatError);
     if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
     if (!supportedType(request.QType, m_settings.aaaa)) {

@@ -5,9 +5,8 @@
 namespace quorvane {
 
 OutgoingQueries::OutgoingQueries(Network& network)
-    : m_ports(network), m_tcp(network, [this](const Endpoint& from, std::string_view message) {
-          deliver(from, message, true);
-      })
+    : m_ports(network),
+      m_tcp(network, [this](const Endpoint& from, std::string_view message) { deliver(from, message, true); })
 {
 }
 
@@ -20,7 +19,8 @@ bool OutgoingQueries::open(bool hardened)
 int32_t OutgoingQueries::newQuery(QueryOwner& owner)
 {
     int32_t id = m_ids.next();
-    while (m_ids.random() && m_holders.contains(id)) id = m_ids.next();
+    while (m_ids.random() && m_holders.contains(id))
+        id = m_ids.next();
     m_holders[id] = {&owner, m_tick};
     return id;
 }

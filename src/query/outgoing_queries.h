@@ -17,7 +17,8 @@
 namespace quorvane {
 
 // Whoever sends queries through OutgoingQueries and waits for their answers.
-class QueryOwner {
+class QueryOwner
+{
 public:
     virtual ~QueryOwner() = default;
     // An answer that carries one of the owner's identifiers (viaTcp: the answer to a question
@@ -26,7 +27,8 @@ public:
     virtual bool takeAnswer(const Endpoint& from, std::string_view message, bool viaTcp) = 0;
 };
 
-class OutgoingQueries {
+class OutgoingQueries
+{
 public:
     // An identifier stays with its owner at most this many ticks unless taken back sooner; an
     // answer later than that is nobody's.
@@ -66,7 +68,8 @@ public:
     void closeAll();
 
 private:
-    struct Holder {
+    struct Holder
+    {
         QueryOwner* owner = nullptr;
         int64_t since = 0; // the tick it was taken on
     };

@@ -10,7 +10,8 @@
 
 namespace quorvane {
 
-struct RequestCounters {
+struct RequestCounters
+{
     // Counted as 64-bit so that a long-running server never wraps.
     uint64_t RequestCount = 0;
     uint64_t ReplyCount = 0;

@@ -6,7 +6,6 @@
 
 #include <pthread.h>
 
-#include <csignal>
 #include <thread>
 
 namespace quorvane {
@@ -38,22 +37,7 @@ EngineThread::~EngineThread()
 void EngineThread::start()
 {
     Engine& engine = m_parts->engine;
-    m_parts->loop.watchSignals({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2}, [&engine](int signal) {
-        switch (signal) {
-        case SIGHUP:
-            engine.execute(Command::ReloadRecords);
-            break;
-        case SIGUSR1:
-            engine.execute(Command::StartStop);
-            break;
-        case SIGUSR2:
-            engine.execute(Command::WriteSupportFile);
-            break;
-        default:
-            engine.close(CloseReason::User);
-            break;
-        }
-    });
+    m_parts->loop.watchSignals(Engine::kSignals, [&engine](int signal) { engine.onSignal(signal); });
     m_parts->thread = std::thread([parts = m_parts.get()] {
         pthread_setname_np(pthread_self(), "engine"); // found by name in /proc for CPU figures
         parts->engine.Main();

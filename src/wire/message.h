@@ -50,7 +50,8 @@ inline void patchShort(Bytes& out, size_t at, size_t value)
     out[at + 1] = static_cast<char>(value & 0xFF);
 }
 
-struct SectionCounts {
+struct SectionCounts
+{
     size_t question = 1, answer = 0, authority = 0, additional = 0;
 };
 // Starts a message in out (emptied first): identifier, the two flag bytes, and the four counts.
@@ -66,7 +67,8 @@ void echoAsReply(Bytes& out, std::string_view request, int fourthByte = -1);
 void skipQuestions(WireReader& reader, int count);
 
 // A record as read off the wire; rdata points into the message.
-struct RecordView {
+struct RecordView
+{
     std::string name;
     int type = 0;
     int dnsClass = 0;

@@ -11,8 +11,10 @@
 
 namespace quorvane::test {
 
-struct OutgoingRig {
-    struct Query {
+struct OutgoingRig
+{
+    struct Query
+    {
         Endpoint to;
         Bytes message;
     };
@@ -23,7 +25,8 @@ struct OutgoingRig {
     std::vector<Query> queries() const
     {
         std::vector<Query> out;
-        for (const auto& sent : network.sent) out.push_back({sent.to, sent.data});
+        for (const auto& sent : network.sent)
+            out.push_back({sent.to, sent.data});
         return out;
     }
 

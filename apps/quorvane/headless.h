@@ -20,6 +20,9 @@ public:
     void onStatusText(int, const std::string&) override {}
     void onTray(int) override {}
     void onLeases(const std::vector<clLease>&) override {}
+    void onOptions(const OptionsData&) override {}
+    void onCounters(const std::array<uint16_t, 60>&) override {}
+    void onCacheSnapshot() override {}
     void onClosed() override { m_closed(); }
 
 private:

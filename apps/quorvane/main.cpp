@@ -1,6 +1,7 @@
 // Program entry: reads the command line, then runs either the desktop program or, headless, the
 // engine wired to the real network and clock on this thread until the engine closes.
 #include "command_line.h"
+#include "engine_thread.h"
 #include "headless.h"
 #include "host/engine.h"
 #include "host/program_folder.h"
@@ -79,5 +80,8 @@ int main(int argc, char** argv)
     }
     return runDesktop(
         argc, argv,
-        DesktopSetup{programFolder(cl.dir, executable), executable, manualCandidates(executable)});
+        DesktopSetup{programFolder(cl.dir, executable), executable, manualCandidates(executable),
+                     [](EngineEvents& events, EngineOptions options) -> std::unique_ptr<EngineRunner> {
+                         return std::make_unique<EngineThread>(events, std::move(options));
+                     }});
 }

@@ -101,7 +101,13 @@ void Engine::Main()
         // Copies of other servers' zones are checked as soon as the server answers, not a tick later.
         guarded("frmMain Timer1", [&] { pollSecondaryZones(m_clock.now()); });
         saveSettings(); // the file always holds every setting in its current form after a start
+        sendOptions();
     });
+}
+
+void Engine::sendOptions()
+{
+    m_events.onOptions({m_settings, m_flood.BlockList(), m_localAddresses});
 }
 
 void Engine::loadSettings()
@@ -141,6 +147,7 @@ void Engine::applyOptions(const Settings& accepted, const std::vector<std::strin
         saveSettings();
         saveBlocks();
         m_store.LoadHosts();
+        sendOptions();
     });
 }
 
@@ -187,7 +194,16 @@ void Engine::execute(Command command)
         break;
     case Command::CacheSnapshot:
         guarded("frmMain mnuViewCache", [&] { m_store.saveCache(true); });
+        m_events.onCacheSnapshot();
         break;
+    case Command::OpenActiveLog: m_log.setActiveLogOpen(true); break;
+    case Command::CloseActiveLog:
+        m_log.setActiveLogOpen(false);
+        m_log.clearActiveLog();
+        break;
+    case Command::ClearActiveLog: m_log.clearActiveLog(); break;
+    case Command::SendOptions: sendOptions(); break;
+    case Command::SendCounters: m_events.onCounters(m_counters.RequestsPerSecond); break;
     }
 }
 
@@ -199,6 +215,15 @@ void Engine::onSignal(int signal)
     case SIGUSR2: return execute(Command::WriteSupportFile);
     default: return close(CloseReason::User);
     }
+}
+
+void Engine::run(const EngineCommand& command)
+{
+    if (const auto* plain = std::get_if<Command>(&command)) return execute(*plain);
+    if (const auto* options = std::get_if<ApplyOptions>(&command))
+        return applyOptions(options->settings, options->blockList);
+    if (const auto* lease = std::get_if<DeleteLease>(&command)) return deleteLease(lease->address);
+    close(std::get<CloseReason>(command));
 }
 
 void Engine::close(CloseReason reason)

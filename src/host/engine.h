@@ -27,6 +27,7 @@
 #include <filesystem>
 #include <system_error>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace quorvane {
@@ -34,10 +35,33 @@ namespace quorvane {
 // "Uptime: 1 Day, 2 Hours, 0 Minutes" for the time between start and now.
 std::string uptimeText(DateTime start, DateTime now);
 
-enum class Command { StartStop, ReloadRecords, WriteSupportFile, ClearCache, CacheSnapshot };
-
 // Why the program closes; each has its own log line.
 enum class CloseReason { User, SessionEnded, TaskManager };
+
+// What a front end asks of the engine. A command carries copies only, and what comes back comes
+// back as events (EngineEvents), so nothing outside the engine thread touches the engine's state.
+enum class Command {
+    StartStop,
+    ReloadRecords,
+    WriteSupportFile,
+    ClearCache,
+    CacheSnapshot,  // answered by onCacheSnapshot
+    OpenActiveLog,  // the log window opened: lines are kept for the support file
+    CloseActiveLog, // and closed: they are forgotten
+    ClearActiveLog,
+    SendOptions,    // answered by onOptions
+    SendCounters,   // answered by onCounters
+};
+// The options dialog's accepted settings, with the flood block list it edits.
+struct ApplyOptions {
+    Settings settings;
+    std::vector<std::string> blockList;
+};
+// The leases window's "Delete".
+struct DeleteLease {
+    std::string address;
+};
+using EngineCommand = std::variant<Command, ApplyOptions, DeleteLease, CloseReason>;
 
 struct EngineOptions {
     std::filesystem::path programFolder;
@@ -58,6 +82,8 @@ public:
     void Main();
     // An operator's command, run under the error guard.
     void execute(Command command);
+    // Any command of a front end.
+    void run(const EngineCommand& command);
     // The options dialog's accepted settings (see checkOptions): applied, services rebound when
     // running, and saved.
     void applyOptions(const Settings& accepted, const std::vector<std::string>& blockList);
@@ -92,6 +118,7 @@ private:
     // Runs work, turning any exception that escapes it into an error report under label.
     template <class Work> void guarded(const char* label, Work&& work);
 
+    void sendOptions();
     void loadSettings();
     void saveSettings();
     void InitWinsock();

@@ -3,13 +3,25 @@
 #pragma once
 
 #include "dhcp/lease_table.h"
+#include "host/settings.h"
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace quorvane {
 
 enum class MessageIcon { Warning, Critical, Information };
+
+// What the options dialog starts from: the settings, the flood block list and the machine's own
+// addresses.
+struct OptionsData
+{
+    Settings settings;
+    std::vector<std::string> blockList;
+    std::vector<std::string> localAddresses;
+};
 
 class EngineEvents {
 public:
@@ -31,6 +43,12 @@ public:
     virtual void onTray(int state) = 0;
     // The lease table changed: the leases window shows this list.
     virtual void onLeases(const std::vector<clLease>& leases) = 0;
+    // A copy of the options: after start-up, after options were applied, and when asked for.
+    virtual void onOptions(const OptionsData& options) = 0;
+    // A copy of the requests of each second of the current minute, when asked for.
+    virtual void onCounters(const std::array<uint16_t, 60>& perSecond) = 0;
+    // snapshot.dat was written, as asked.
+    virtual void onCacheSnapshot() = 0;
     // Shut-down has finished its saves; the front end ends the loop and the program.
     virtual void onClosed() = 0;
 };

@@ -15,6 +15,8 @@ Bridge::Bridge(QObject* parent) : QObject(parent), m_ring(kKeptLines), m_taken(k
 {
     qRegisterMetaType<quorvane::MessageIcon>();
     qRegisterMetaType<std::vector<quorvane::clLease>>();
+    qRegisterMetaType<quorvane::OptionsData>();
+    qRegisterMetaType<std::array<uint16_t, 60>>();
     connect(&m_batchTimer, &QTimer::timeout, this, &Bridge::deliverLines);
     m_batchTimer.start(kBatchIntervalMs);
 }
@@ -85,6 +87,21 @@ void Bridge::onTray(int state)
 void Bridge::onLeases(const std::vector<clLease>& list)
 {
     emit leases(list);
+}
+
+void Bridge::onOptions(const OptionsData& data)
+{
+    emit options(data);
+}
+
+void Bridge::onCounters(const std::array<uint16_t, 60>& perSecond)
+{
+    emit counters(perSecond);
+}
+
+void Bridge::onCacheSnapshot()
+{
+    emit cacheSnapshot();
 }
 
 void Bridge::onClosed()

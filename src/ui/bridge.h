@@ -34,6 +34,9 @@ public:
     void onStatusText(int panel, const std::string& text) override;
     void onTray(int state) override;
     void onLeases(const std::vector<clLease>& leases) override;
+    void onOptions(const OptionsData& options) override;
+    void onCounters(const std::array<uint16_t, 60>& perSecond) override;
+    void onCacheSnapshot() override;
     void onClosed() override;
 
     // Forgets the lines not yet handed on (the log window was just opened or cleared).
@@ -49,6 +52,9 @@ signals:
     void statusText(int panel, const QString& text);
     void tray(int state);
     void leases(const std::vector<quorvane::clLease>& leases);
+    void options(const quorvane::OptionsData& options);
+    void counters(const std::array<uint16_t, 60>& perSecond);
+    void cacheSnapshot();
     void closed();
 
 private:

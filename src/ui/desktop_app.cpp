@@ -2,7 +2,7 @@
 
 #include "host/ini_file.h"
 #include "ui/bridge.h"
-#include "ui/engine_thread.h"
+#include "ui/engine_link.h"
 #include "ui/frm_main.h"
 #include "ui/window_layout.h"
 
@@ -85,9 +85,9 @@ int runDesktop(int& argc, char** argv, const DesktopSetup& setup)
     const QString executableFolder = QString::fromStdString(setup.executable.parent_path().string());
 
     Bridge bridge;
-    EngineThread engine(bridge, EngineOptions{setup.programFolder, setup.executable,
-                                              layoutHasActiveLog(savedLayout().toStdString())});
-    frmMain window(engine, bridge, FrameSetup{folder, {executableFolder, folder}, setup.manualCandidates});
+    const auto engine = setup.makeEngine(
+        bridge, EngineOptions{setup.programFolder, setup.executable, layoutHasActiveLog(savedLayout().toStdString())});
+    frmMain window(*engine, bridge, FrameSetup{folder, {executableFolder, folder}, setup.manualCandidates});
     QObject::connect(&window, &frmMain::closedDown, &app, &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&app, &QGuiApplication::commitDataRequest, &window,
                      [&window](QSessionManager&) { window.endSession(); });
@@ -97,7 +97,7 @@ int runDesktop(int& argc, char** argv, const DesktopSetup& setup)
         probe = std::make_unique<LoopProbe>(file);
 
     window.start(startHidden);
-    engine.start();
+    engine->start();
     return QApplication::exec();
 }
 

@@ -2,6 +2,8 @@
 // from start until the engine has closed.
 #pragma once
 
+#include "ui/engine_link.h"
+
 #include <QStringList>
 
 #include <filesystem>
@@ -13,6 +15,7 @@ struct DesktopSetup
     std::filesystem::path programFolder;
     std::filesystem::path executable;
     QStringList manualCandidates; // where the manual may lie, the first found is opened
+    MakeEngine makeEngine;
 };
 
 // Runs the program with its window; returns the exit code (0 after a normal close).

@@ -205,6 +205,9 @@ void frmMain::connectBridge()
     connect(&m_bridge, &Bridge::statusText, this, &frmMain::setStatusText, queued);
     connect(&m_bridge, &Bridge::tray, &m_tray, &Tray::setState, queued);
     connect(&m_bridge, &Bridge::leases, this, &frmMain::showLeases, queued);
+    connect(&m_bridge, &Bridge::options, this, &frmMain::showOptions, queued);
+    connect(&m_bridge, &Bridge::counters, this, &frmMain::showCounters, queued);
+    connect(&m_bridge, &Bridge::cacheSnapshot, this, &frmMain::cacheSnapshotWritten, queued);
     connect(&m_bridge, &Bridge::closed, this, &frmMain::engineClosed, queued);
 }
 
@@ -317,7 +320,7 @@ void frmMain::endSession()
 void frmMain::requestClose(CloseReason reason)
 {
     m_closeRequested = true;
-    m_engine.post([reason](Engine& engine) { engine.close(reason); });
+    m_engine.send(reason);
 }
 
 // The engine has logged the reason and saved its files (after the operator's close, the end of

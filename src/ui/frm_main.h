@@ -1,5 +1,5 @@
 // frmMain, the main window: an MDI frame with the menus, tool bar and status bar, the three child
-// windows and the notification-area icon. It turns the operator's commands into work posted to
+// windows and the notification-area icon. It turns the operator's commands into commands sent to
 // the engine and shows what the engine reports through the bridge; it never reads engine state
 // directly.
 #pragma once
@@ -7,7 +7,7 @@
 #include "host/engine.h"
 #include "ui/bridge.h"
 #include "ui/companion_tools.h"
-#include "ui/engine_thread.h"
+#include "ui/engine_link.h"
 #include "ui/tray.h"
 #include "ui/window_layout.h"
 
@@ -103,9 +103,9 @@ private:
     void startTool(CompanionTool tool, const QStringList& arguments);
     void openManual(const QString& section);
     void openFile(const QString& path);
-    // Runs query on the engine thread and gives its result to done on this window's thread.
-    template <class Result>
-    void fetch(std::function<Result(Engine&)> query, std::function<void(frmMain&, Result)> done);
+    void showOptions(const OptionsData& options);
+    void openOptions();
+    void cacheSnapshotWritten();
 
     // frm_main_windows.cpp: the child windows and their arrangement.
     void mnuViewGraph() { openChild(kGraphWindow); }
@@ -124,6 +124,7 @@ private:
     void tile(Qt::Orientation stacking);
     void applyLayout(const WindowLayout& layout);
     void requestCounters();
+    void showCounters(const std::array<uint16_t, 60>& perSecond);
     void showLogLines(const QStringList& lines);
     void showLeases(const std::vector<clLease>& leases);
 
@@ -138,27 +139,13 @@ private:
     std::array<QPointer<QMdiSubWindow>, kChildWindows> m_children;
     QTimer m_graphTimer;
     std::vector<clLease> m_leases;
+    OptionsData m_options;      // the engine's, as last sent
+    bool m_optionsWanted = false; // the dialog opens when the next copy arrives
     QString m_savedLayout;    // the layout read at start, for the icon's click
     bool m_everShown = false; // hidden all along: the saved layout is kept as it is
     bool m_closeRequested = false;
     bool m_engineClosed = false;
     QToolBar* m_toolBar = nullptr;
 };
-
-template <class Result>
-void frmMain::fetch(std::function<Result(Engine&)> query, std::function<void(frmMain&, Result)> done)
-{
-    QPointer<frmMain> self(this);
-    QObject* context = &m_bridge; // outlives the engine thread
-    m_engine.post([self, context, query = std::move(query), done = std::move(done)](Engine& engine) {
-        Result result = query(engine);
-        QMetaObject::invokeMethod(
-            context,
-            [self, done, result = std::move(result)]() {
-                if (self) done(*self, result);
-            },
-            Qt::QueuedConnection);
-    });
-}
 
 } // namespace quorvane

@@ -11,12 +11,12 @@ namespace quorvane {
 
 void frmMain::mnuStartStop()
 {
-    m_engine.post([](Engine& engine) { engine.execute(Command::StartStop); });
+    m_engine.send(Command::StartStop);
 }
 
 void frmMain::mnuReload()
 {
-    m_engine.post([](Engine& engine) { engine.execute(Command::ReloadRecords); });
+    m_engine.send(Command::ReloadRecords);
 }
 
 void frmMain::mnuClearCache()
@@ -24,34 +24,25 @@ void frmMain::mnuClearCache()
     if (!m_hooks.ask(QStringLiteral("Are you sure you want to clear the cached records ?"),
                      QMessageBox::Question))
         return;
-    m_engine.post([](Engine& engine) { engine.execute(Command::ClearCache); });
+    m_engine.send(Command::ClearCache);
 }
 
 // The look-up tool is told which server to ask: this one, at its bound address or on loopback.
 void frmMain::mnuQuery()
 {
-    fetch<std::string>(
-        [](Engine& engine) {
-            const std::string& bound = engine.settings().DNSBIND;
-            return bound.empty() ? std::string("127.0.0.1") : bound;
-        },
-        [](frmMain& window, const std::string& server) {
-            window.startTool(CompanionTool::LookUp, {QString::fromStdString(server)});
-        });
+    const std::string& bound = m_options.settings.DNSBIND;
+    startTool(CompanionTool::LookUp, {QString::fromStdString(bound.empty() ? "127.0.0.1" : bound)});
 }
 
+// The viewer starts once the engine has written the snapshot.
 void frmMain::mnuViewCache()
 {
-    fetch<bool>(
-        [](Engine& engine) {
-            engine.execute(Command::CacheSnapshot);
-            return true;
-        },
-        [](frmMain& window, bool) {
-            const QString snapshot =
-                QDir(window.m_setup.programFolder).filePath(QStringLiteral("snapshot.dat"));
-            window.startTool(CompanionTool::CacheSnapshot, {snapshot});
-        });
+    m_engine.send(Command::CacheSnapshot);
+}
+
+void frmMain::cacheSnapshotWritten()
+{
+    startTool(CompanionTool::CacheSnapshot, {QDir(m_setup.programFolder).filePath(QStringLiteral("snapshot.dat"))});
 }
 
 void frmMain::mnuPerm()
@@ -65,35 +56,42 @@ void frmMain::startTool(CompanionTool tool, const QStringList& arguments)
         m_hooks.tell(CompanionTools::failureMessage(tool), QMessageBox::Warning);
 }
 
-// The dialog works on a copy of the engine's settings; accepted settings go back to the engine.
+// The dialog works on a fresh copy of the engine's options (the flood block list changes as the
+// server runs); accepted settings go back to the engine.
 void frmMain::mnuOptions()
 {
     if (QDialog* open = findChild<frmOptions*>()) {
         open->activateWindow();
         return;
     }
-    fetch<OptionsData>(
-        [](Engine& engine) {
-            return OptionsData{engine.settings(), engine.floodGuard().BlockList(), engine.localAddresses()};
-        },
-        [](frmMain& window, const OptionsData& options) {
-            auto* dialog = new frmOptions(options, &window);
-            dialog->setAttribute(Qt::WA_DeleteOnClose);
-            dialog->setWarningHook(
-                [&window](const QString& text) { window.m_hooks.tell(text, QMessageBox::Warning); });
-            connect(dialog, &frmOptions::optionsAccepted, &window,
-                    [&window](const Settings& accepted, const std::vector<std::string>& blockList) {
-                        window.m_engine.post([accepted, blockList](Engine& engine) {
-                            engine.applyOptions(accepted, blockList);
-                        });
-                    });
-            dialog->open();
-        });
+    m_optionsWanted = true;
+    m_engine.send(Command::SendOptions);
+}
+
+void frmMain::showOptions(const OptionsData& options)
+{
+    m_options = options;
+    if (!m_optionsWanted) return;
+    m_optionsWanted = false;
+    openOptions();
+}
+
+void frmMain::openOptions()
+{
+    if (findChild<frmOptions*>() != nullptr) return;
+    auto* dialog = new frmOptions(m_options, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWarningHook([this](const QString& text) { m_hooks.tell(text, QMessageBox::Warning); });
+    connect(dialog, &frmOptions::optionsAccepted, this,
+            [this](const Settings& accepted, const std::vector<std::string>& blockList) {
+                m_engine.send(ApplyOptions{accepted, blockList});
+            });
+    dialog->open();
 }
 
 void frmMain::mnuDump()
 {
-    m_engine.post([](Engine& engine) { engine.execute(Command::WriteSupportFile); });
+    m_engine.send(Command::WriteSupportFile);
 }
 
 void frmMain::mnuHelpDHCP()

@@ -73,7 +73,7 @@ QWidget* frmMain::makeLog()
     auto* log = new frmLog;
     connect(log, &frmLog::closed, this, [this] { childClosed(kLogWindow); });
     m_bridge.discardLines(); // an opened log starts empty
-    m_engine.post([](Engine& engine) { engine.log().setActiveLogOpen(true); });
+    m_engine.send(Command::OpenActiveLog);
     findChild<QAction*>(QStringLiteral("mnuClearWindow"))->setEnabled(true);
     return log;
 }
@@ -86,7 +86,7 @@ QWidget* frmMain::makeLeases()
     leases->setLeases(m_leases);
     connect(leases, &frmLeases::closed, this, [this] { childClosed(kLeasesWindow); });
     connect(leases, &frmLeases::deleteRequested, this, [this](const QString& address) {
-        m_engine.post([address = address.toStdString()](Engine& engine) { engine.deleteLease(address); });
+        m_engine.send(DeleteLease{address.toStdString()});
     });
     return leases;
 }
@@ -96,10 +96,7 @@ void frmMain::childClosed(ChildWindow which)
     m_children[static_cast<size_t>(which)] = nullptr;
     if (which == kGraphWindow) m_graphTimer.stop();
     if (which != kLogWindow) return;
-    m_engine.post([](Engine& engine) {
-        engine.log().setActiveLogOpen(false);
-        engine.log().clearActiveLog();
-    });
+    m_engine.send(Command::CloseActiveLog);
     findChild<QAction*>(QStringLiteral("mnuClearWindow"))->setEnabled(false);
 }
 
@@ -107,7 +104,7 @@ void frmMain::mnuClearWindow()
 {
     if (auto* log = qobject_cast<frmLog*>(childWindow(kLogWindow))) log->clearLog();
     m_bridge.discardLines();
-    m_engine.post([](Engine& engine) { engine.log().clearActiveLog(); });
+    m_engine.send(Command::ClearActiveLog);
 }
 
 void frmMain::showLogLines(const QStringList& lines)
@@ -124,12 +121,13 @@ void frmMain::showLeases(const std::vector<clLease>& leases)
 // The graph's counters are copied on the engine thread, once a second while the graph is open.
 void frmMain::requestCounters()
 {
-    using Counters = std::array<uint16_t, 60>;
-    fetch<Counters>([](Engine& engine) { return engine.counters().RequestsPerSecond; },
-                    [](frmMain& window, const Counters& counters) {
-                        if (auto* graph = qobject_cast<frmGraph*>(window.childWindow(kGraphWindow)))
-                            graph->setCounters(counters, QTime::currentTime().second());
-                    });
+    m_engine.send(Command::SendCounters);
+}
+
+void frmMain::showCounters(const std::array<uint16_t, 60>& perSecond)
+{
+    if (auto* graph = qobject_cast<frmGraph*>(childWindow(kGraphWindow)))
+        graph->setCounters(perSecond, QTime::currentTime().second());
 }
 
 // Horizontal tiling stacks the windows one above the other, each as wide as the frame; vertical

@@ -3,6 +3,7 @@
 // accepted settings and block list on. It never applies anything itself.
 #pragma once
 
+#include "host/engine_events.h"
 #include "host/settings.h"
 
 #include <QDialog>
@@ -20,13 +21,6 @@ class OptionsPage;
 class OptionsDhcpPage;
 
 // What the dialog shows: copies taken on the engine thread.
-struct OptionsData
-{
-    Settings settings;
-    std::vector<std::string> blockList;
-    std::vector<std::string> localAddresses;
-};
-
 class frmOptions : public QDialog
 {
     Q_OBJECT

@@ -26,12 +26,11 @@ using quorvane::test::TempFolder;
 
 namespace {
 
-// Runs posted work on the test's own thread, when the test lets it.
+// Runs sent commands on the test's own thread, when the test lets it.
 struct TestLink : EngineLink
 {
-    void post(std::function<void(Engine&)> work) override { pending.push_back(std::move(work)); }
-    std::deque<std::function<void(Engine&)>> pending;
-    Engine* engine = nullptr;
+    void send(EngineCommand command) override { pending.push_back(std::move(command)); }
+    std::deque<EngineCommand> pending;
 };
 
 // A program folder, an engine on fakes and the window on top, with every hook recorded.
@@ -42,7 +41,6 @@ struct Desk
         folder.write("manual.html", "<html></html>");
         folder.write("quorvane-snapshot", "#!/bin/sh\n");
         std::filesystem::permissions(folder.path() / "quorvane-snapshot", std::filesystem::perms::owner_all);
-        link.engine = &engine;
         DesktopHooks hooks;
         hooks.ask = [this](const QString& question, QMessageBox::Icon) {
             questions.append(question);
@@ -60,14 +58,14 @@ struct Desk
         window.setHooks(hooks);
         engine.Main();
     }
-    // Runs what the window posted and delivers what the engine answered, until both are quiet.
+    // Runs what the window sent and delivers what the engine answered, until both are quiet.
     void settle()
     {
         for (int round = 0; round < 10; ++round) {
             while (!link.pending.empty()) {
-                auto work = std::move(link.pending.front());
+                const EngineCommand command = std::move(link.pending.front());
                 link.pending.pop_front();
-                work(engine);
+                engine.run(command);
             }
             QCoreApplication::processEvents();
             if (link.pending.empty()) return;

@@ -1,5 +1,5 @@
 // Included before anything of Qt: the Asio headers use names that Qt defines as macros.
-#include "ui/engine_thread.h"
+#include "engine_thread.h"
 #include "net/asio_loop.h"
 #include "net/asio_network.h"
 #include "net/system_clock.h"
@@ -45,9 +45,9 @@ void EngineThread::start()
     });
 }
 
-void EngineThread::post(std::function<void(Engine&)> work)
+void EngineThread::send(EngineCommand command)
 {
-    m_parts->loop.post([&engine = m_parts->engine, work = std::move(work)] { work(engine); });
+    m_parts->loop.post([&engine = m_parts->engine, command = std::move(command)] { engine.run(command); });
 }
 
 } // namespace quorvane

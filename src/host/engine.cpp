@@ -25,21 +25,23 @@ const char* closeReasonLine(CloseReason reason)
 } // namespace
 
 Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options)
-    : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)),
-      m_log(clock, m_options.programFolder), m_outgoing(network),
+    : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)), m_routes(network),
+      m_dnsPort(m_routes.add(dnsPortRoute())), m_outgoingNet(m_routes.add(outgoingRoute())),
+      m_secondaryNet(m_routes.add(secondaryRoute())), m_reloadNet(m_routes.add(reloadRoute())),
+      m_dhcpNet(m_routes.add(dhcpRoute())), m_log(clock, m_options.programFolder), m_outgoing(m_outgoingNet),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder,
               [this](int level, const std::string& text) { AddLine(level, text); }),
       m_dns(*this, clock, m_store, m_counters, m_outgoing),
       m_ZoneTS(
-          network, clock, *this, m_store, m_outgoing, [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
+          m_secondaryNet, clock, *this, m_store, m_outgoing, [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
           [this] { return m_serverRunning; }),
       m_notifications(*this, m_store, m_counters, m_outgoing, m_ZoneTS),
-      m_dnsTcp(network, clock, *this, m_dns, m_flood), m_zoneTransfers(clock, *this, m_store, m_dnsTcp, m_counters),
+      m_dnsTcp(m_dnsPort, clock, *this, m_dns, m_flood), m_zoneTransfers(clock, *this, m_store, m_dnsTcp, m_counters),
       m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; }),
       m_dhcp(
-          network, clock, [this](int level, const std::string& text) { AddLine(level, text); },
+          m_dhcpNet, clock, [this](int level, const std::string& text) { AddLine(level, text); },
           [this] { m_counters.countRequest(m_clock.now()); },
           [this](std::string_view name) {
               for (const auto& [owner, record] : m_store.records(name))
@@ -47,7 +49,6 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
               return false;
           })
 {
-    m_network.setEvents(this);
     m_log.setActiveLogOpen(m_options.activeLogOpen);
     m_log.setLineSink([this](const std::string& line) { m_events.onLogLine(line); });
     m_store.setZoneNotify([this](const clZone& zone) {
@@ -73,7 +74,6 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
 Engine::~Engine()
 {
     setErrorHandler(std::move(m_previousErrorHandler));
-    m_network.setEvents(nullptr);
 }
 
 void Engine::Main()
@@ -238,7 +238,7 @@ void Engine::close(CloseReason reason)
         m_ZoneTS.closeAll();
         m_dhcp.closeAll();
         m_outgoing.closeAll();
-        m_network.close(m_WSReload);
+        m_reloadNet.close(m_WSReload);
         m_WSReload = kNoSocket;
         m_log.closeFile();
     });
@@ -313,57 +313,70 @@ void Engine::DoTray(int state)
     m_events.onTray(state);
 }
 
-void Engine::onDatagram(SocketId socket, const Endpoint& from, std::string_view data)
+SocketRoute Engine::dnsPortRoute()
 {
-    if (socket == m_WSDNS)
+    SocketRoute route;
+    route.datagram = [this](SocketId, const Endpoint& from, std::string_view data) {
         guarded("frmMain WSDNS", [&] { receiveDns(from, data); });
-    else if (m_outgoing.ownsSocket(socket))
-        guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
-    else if (socket == m_WSReload)
-        guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
-    else if (m_serverRunning && m_dhcp.owns(socket))
-        guarded("frmMain WSDHCP", [&] { m_dhcp.DataArrival(socket, data); });
-}
-
-void Engine::onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from)
-{
-    if (listener != m_WSZT) return m_network.close(connection);
-    guarded("ctlZT Accept", [&] { m_dnsTcp.connectionRequest(connection, from, m_serverRunning); });
-}
-
-void Engine::onTcpConnected(SocketId connection)
-{
-    if (connection == m_ZoneTS.Winsock()) guarded("ctlZTS WSConnect", [&] { m_ZoneTS.connected(); });
-    else m_outgoing.tcpConnected(connection);
-}
-
-// Our connection to a primary goes to the secondary-zone client, our questions asked again over TCP
-// to their own pool, every other connection to the service.
-void Engine::onTcpData(SocketId connection, std::string_view data)
-{
-    if (connection == m_ZoneTS.Winsock())
-        guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.DataArrival(data); });
-    else if (m_outgoing.ownsConnection(connection))
-        guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
-    else
+    };
+    route.accepted = [this](SocketId connection, const Endpoint& from) {
+        guarded("ctlZT Accept", [&] { m_dnsTcp.connectionRequest(connection, from, m_serverRunning); });
+    };
+    route.data = [this](SocketId connection, std::string_view data) {
         guarded("ctlZT DataArrival", [&] { m_dnsTcp.DataArrival(connection, data); });
-}
-
-void Engine::onTcpDrained(SocketId connection)
-{
-    // A question asked of a primary or again over TCP: nothing follows it.
-    if (connection == m_ZoneTS.Winsock() || m_outgoing.ownsConnection(connection)) return;
-    guarded("ctlZT ProcReq", [&] { m_dnsTcp.drained(connection); });
-}
-
-void Engine::onTcpClosed(SocketId connection)
-{
-    if (connection == m_ZoneTS.Winsock())
-        guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.peerClosed(); });
-    else if (m_outgoing.ownsConnection(connection))
-        m_outgoing.tcpClosed(connection);
-    else
+    };
+    route.drained = [this](SocketId connection) {
+        guarded("ctlZT ProcReq", [&] { m_dnsTcp.drained(connection); });
+    };
+    route.closed = [this](SocketId connection) {
         guarded("ctlZT DataArrival", [&] { m_dnsTcp.peerClosed(connection); });
+    };
+    return route;
+}
+
+// Answers to our queries, and the questions asked again over TCP.
+SocketRoute Engine::outgoingRoute()
+{
+    SocketRoute route;
+    route.datagram = [this](SocketId, const Endpoint& from, std::string_view data) {
+        guarded("frmMain WSDNS2", [&] { receiveDns2(from, data); });
+    };
+    route.connected = [this](SocketId connection) { m_outgoing.tcpConnected(connection); };
+    route.data = [this](SocketId connection, std::string_view data) {
+        guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
+    };
+    route.closed = [this](SocketId connection) { m_outgoing.tcpClosed(connection); };
+    return route;
+}
+
+// Our connection to the primary of a secondary zone.
+SocketRoute Engine::secondaryRoute()
+{
+    SocketRoute route;
+    route.connected = [this](SocketId) { guarded("ctlZTS WSConnect", [&] { m_ZoneTS.connected(); }); };
+    route.data = [this](SocketId, std::string_view data) {
+        guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.DataArrival(data); });
+    };
+    route.closed = [this](SocketId) { guarded("ctlZTS WS-DataArrival", [&] { m_ZoneTS.peerClosed(); }); };
+    return route;
+}
+
+SocketRoute Engine::reloadRoute()
+{
+    SocketRoute route;
+    route.datagram = [this](SocketId, const Endpoint& from, std::string_view data) {
+        guarded("frmMain WSReload", [&] { m_reloadPort.DataArrival(from, data); });
+    };
+    return route;
+}
+
+SocketRoute Engine::dhcpRoute()
+{
+    SocketRoute route;
+    route.datagram = [this](SocketId socket, const Endpoint&, std::string_view data) {
+        if (m_serverRunning) guarded("frmMain WSDHCP", [&] { m_dhcp.DataArrival(socket, data); });
+    };
+    return route;
 }
 
 } // namespace quorvane

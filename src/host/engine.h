@@ -21,6 +21,7 @@
 #include "net/clock.h"
 #include "net/error_hook.h"
 #include "net/network.h"
+#include "net/socket_routes.h"
 
 #include <csignal>
 #include <exception>
@@ -69,7 +70,7 @@ struct EngineOptions {
     bool activeLogOpen = false; // the log window is open (headless: lines go to standard output)
 };
 
-class Engine : private NetworkEvents, private QueryHost {
+class Engine : private QueryHost {
 public:
     static constexpr uint16_t kDnsPort = 53;
 
@@ -143,12 +144,12 @@ private:
     void showStatus();
     SupportData supportData() const;
 
-    void onDatagram(SocketId socket, const Endpoint& from, std::string_view data) override;
-    void onTcpAccepted(SocketId listener, SocketId connection, const Endpoint& from) override;
-    void onTcpConnected(SocketId connection) override;
-    void onTcpData(SocketId connection, std::string_view data) override;
-    void onTcpDrained(SocketId connection) override;
-    void onTcpClosed(SocketId connection) override;
+    // The handlers of each owner's sockets, under the labels their errors are reported with.
+    SocketRoute dnsPortRoute();
+    SocketRoute outgoingRoute();
+    SocketRoute secondaryRoute();
+    SocketRoute reloadRoute();
+    SocketRoute dhcpRoute();
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
@@ -160,6 +161,13 @@ private:
     Clock& m_clock;
     EngineEvents& m_events;
     EngineOptions m_options;
+    // Every socket is made through the network of its owner, so its events go straight there.
+    SocketRoutes m_routes;
+    Network& m_dnsPort;   // WSDNS, and WSZT with its connections
+    Network& m_outgoingNet;
+    Network& m_secondaryNet;
+    Network& m_reloadNet;
+    Network& m_dhcpNet;
     Settings m_settings;
     EventLog m_log;
     ErrorHandler m_previousErrorHandler;

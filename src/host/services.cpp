@@ -26,8 +26,8 @@ bool Engine::bindDns()
 {
     closeDns(); // the options dialog restarts running services on their new address
     const std::string& address = m_settings.DNSBIND;
-    m_WSDNS = m_network.bindUdp(address, kDnsPort);
-    if (m_WSDNS != kNoSocket) m_WSZT = m_network.listenTcp(address, kDnsPort);
+    m_WSDNS = m_dnsPort.bindUdp(address, kDnsPort);
+    if (m_WSDNS != kNoSocket) m_WSZT = m_dnsPort.listenTcp(address, kDnsPort);
     if (m_WSZT != kNoSocket) {
         AddLine(0, address.empty() ? "DNS service started." : "DNS service started on " + address);
         return true;
@@ -59,14 +59,14 @@ void Engine::bindQuerySocket()
 void Engine::bindReloadPort()
 {
     if (m_WSReload != kNoSocket) return;
-    m_WSReload = m_network.bindUdp("127.0.0.1", 0);
+    m_WSReload = m_reloadNet.bindUdp("127.0.0.1", 0);
     if (m_WSReload == kNoSocket) AddLine(0, "Binding the reload port failed!");
 }
 
 void Engine::closeDns()
 {
-    m_network.close(m_WSDNS);
-    m_network.close(m_WSZT);
+    m_dnsPort.close(m_WSDNS);
+    m_dnsPort.close(m_WSZT);
     m_WSDNS = kNoSocket;
     m_WSZT = kNoSocket;
 }

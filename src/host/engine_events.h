@@ -31,6 +31,8 @@ public:
     virtual void onTray(int state) = 0;
     // The lease table changed: the leases window shows this list.
     virtual void onLeases(const std::vector<clLease>& leases) = 0;
+    // The one-second housekeeping tick has run; a service manager's watchdog is fed from here.
+    virtual void onTick() {}
     // Shut-down has finished its saves; the front end ends the loop and the program.
     virtual void onClosed() = 0;
 };

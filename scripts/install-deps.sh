@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what Quorvane needs on Debian 12 (as root, or with sudo); does nothing when all is there.
 #   install-deps.sh build   what building and running need
-#   install-deps.sh test    that, and what the tests need
+#   install-deps.sh test    that, and what the tests need (the package build included)
+#   install-deps.sh package that, and what building and checking the Debian package need
 # Name servers that the integration tests run as peers (NSD) are installed without starting their
 # services, and their services are left disabled, so port 53 stays free for Quorvane.
 set -euo pipefail
@@ -11,13 +12,18 @@ packages=(
     libasio-dev                                         # event loop
     libgtest-dev libgmock-dev                           # the test targets are part of every build
     qt6-base-dev qt6-svg-dev                            # the desktop window
+    scdoc                                               # the manual pages
 )
 servers=()
+if [ "${1:-build}" = test ] || [ "${1:-build}" = package ]; then
+    packages+=(debhelper lintian dpkg-dev)              # the Debian package, and its check
+fi
 if [ "${1:-build}" = test ]; then
     packages+=(
         clang libclang-rt-14-dev                        # libFuzzer and clang's sanitizer runtime
         libbenchmark-dev                                # micro-benchmarks
         iproute2 util-linux python3                     # private network namespaces for integration tests
+        systemd groff-base                              # checks of the service unit and the manual pages
         bind9-dnsutils knot-dnsutils                    # real DNS clients
         busybox isc-dhcp-client dhcpcd-base             # real DHCP clients (dhcpcd without its service)
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with

@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# Installs what the tests need, then builds and runs every test twice: a normal debug build and
-# one with the address and undefined-behaviour sanitizers; then each fuzz target for a bounded run.
+# Installs what the tests need, builds the Debian package and checks it with lintian, then builds
+# and runs every test twice: a normal debug build and one with the address and undefined-behaviour
+# sanitizers; then each fuzz target for a bounded run.
 # Integration tests make private network namespaces, so this runs as root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh test
 scripts/fetch-peer-zones.sh
+echo "== package: build and lintian"
+scripts/package.sh # the package's integration cases run what it builds
 for preset in dev asan fuzz; do
     echo "== $preset: build"
     cmake --preset "$preset" >/dev/null

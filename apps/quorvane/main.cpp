@@ -1,9 +1,11 @@
-// Program entry: reads the command line, then runs either the desktop program or, headless, the
+// Program entry: reads the command line, leaves root when quorvane.ini names a user, then runs either
 // engine wired to the real network and clock on this thread until the engine closes.
 #include "command_line.h"
 #include "engine_thread.h"
 #include "headless.h"
+#include "host/drop_privileges.h"
 #include "host/engine.h"
+#include "host/ini_file.h"
 #include "host/program_folder.h"
 #include "host/version.h"
 #include "net/asio_loop.h"
@@ -19,7 +21,7 @@ namespace {
 
 using namespace quorvane;
 
-int runHeadless(const CommandLine& cl, const std::filesystem::path& executable)
+int runHeadless(const CommandLine& cl, const std::filesystem::path& executable, const DropResult& drop)
 {
     AsioLoop loop;
     AsioNetwork network(loop);
@@ -30,6 +32,7 @@ int runHeadless(const CommandLine& cl, const std::filesystem::path& executable)
 
     loop.watchSignals(Engine::kSignals, [&engine](int signal) { engine.onSignal(signal); });
     engine.Main();
+    if (!drop.logLine.empty()) engine.AddLine(0, drop.logLine);
     loop.run();
     return 0;
 }
@@ -73,11 +76,18 @@ int main(int argc, char** argv)
         return 0;
     }
     const std::filesystem::path executable = executablePath(argv[0]);
-    if (cl.headless) return runHeadless(cl, executable);
-    if (!haveDisplay()) {
+    if (!cl.headless && !haveDisplay()) {
         std::cerr << "quorvane: no desktop display found; run it with --headless\n";
         return 2;
     }
+    // Before any thread or socket exists; the engine reads its settings again when it starts.
+    const DropResult drop = dropPrivileges(LoadINI(programFolder(cl.dir, executable)).USER);
+    if (drop.outcome == DropOutcome::Failed) {
+        std::cerr << "quorvane: " << drop.logLine << '\n';
+        return 1;
+    }
+    if (cl.headless) return runHeadless(cl, executable, drop);
+    if (!drop.logLine.empty()) std::cerr << "quorvane: " << drop.logLine << '\n';
     return runDesktop(
         argc, argv,
         DesktopSetup{programFolder(cl.dir, executable), executable, manualCandidates(executable),

@@ -49,6 +49,8 @@ public:
     virtual void onCounters(const std::array<uint16_t, 60>& perSecond) = 0;
     // snapshot.dat was written, as asked.
     virtual void onCacheSnapshot() = 0;
+    // The one-second housekeeping tick has run; a service manager's watchdog is fed from here.
+    virtual void onTick() {}
     // Shut-down has finished its saves; the front end ends the loop and the program.
     virtual void onClosed() = 0;
 };

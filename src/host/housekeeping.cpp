@@ -92,6 +92,7 @@ void Engine::Timer1()
         if (m_trayState == 1 && now - m_trayChanged >= kTrayActivityDays) DoTray(0);
         m_log.flush();
     });
+    m_events.onTick();
 }
 
 // Leases that ended long ago go, and a table that changed is written at once (at most once a

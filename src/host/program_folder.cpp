@@ -10,6 +10,9 @@ std::filesystem::path programFolder(const std::filesystem::path& dirArgument,
 {
     if (!dirArgument.empty()) return dirArgument;
     if (const char* env = std::getenv("QUORVANE_DIR"); env != nullptr && *env != '\0') return env;
+    // Both paths come from the build's install prefix, so a build tree never matches.
+    if (executable.parent_path().lexically_normal() == std::filesystem::path(QUORVANE_INSTALL_BINDIR))
+        return QUORVANE_INSTALL_STATEDIR;
     return executable.parent_path();
 }
 

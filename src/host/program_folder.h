@@ -7,7 +7,8 @@
 namespace quorvane {
 
 // dirArgument (from --dir) when given, else $QUORVANE_DIR when set and not empty, else the folder
-// that holds the executable. The folder is not checked.
+// that holds the executable; but an executable in the folder it is installed to (/usr/bin from the
+// package) uses the installed server's folder (/var/lib/quorvane). The folder is not checked.
 std::filesystem::path programFolder(const std::filesystem::path& dirArgument,
                                     const std::filesystem::path& executable);
 

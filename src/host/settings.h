@@ -38,6 +38,8 @@ struct Settings {
     bool TCPQUERIES = false;              // ordinary questions over TCP 53
     bool QUERYHARDENING = false;          // random identifiers and source ports for outgoing queries
 
+    std::string USER;                     // started as root: the user to switch to once bound; empty: stay
+
     bool operator==(const Settings&) const = default;
 };
 

@@ -212,3 +212,11 @@ end_clients() {
     done
     return 0
 }
+
+# --- the Debian package --------------------------------------------------------------------------
+# Unpacks the package that scripts/package.sh built ($QUORVANE_DEB) into $WORK/root; sets ROOT.
+unpack_package() {
+    [ -f "${QUORVANE_DEB:-}" ] || fail "no package at '${QUORVANE_DEB:-}'; scripts/package.sh builds it"
+    ROOT="$WORK/root"
+    dpkg -x "$QUORVANE_DEB" "$ROOT" || fail "dpkg -x $QUORVANE_DEB"
+}

@@ -1,6 +1,7 @@
 // Answer building, part one: looking the question up in local data, following aliases, and
 // deciding between a reply and resolution through other servers.
-#include "query/dns_service.h"
+#include "query/answerer.h"
+#include "query/resolver.h"
 
 #include "wire/addresses.h"
 #include "wire/dns_codes.h"
@@ -19,7 +20,7 @@ bool sameRecord(const clDNSRecord& a, const clDNSRecord& b)
 
 } // namespace
 
-bool DnsService::recursionAllowed(const std::string& client) const
+bool Answerer::recursionAllowed(const std::string& client) const
 {
     const std::string& rule = m_settings.recursion;
     if (rule == "<all>" || client == "127.0.0.1") return true;
@@ -31,14 +32,14 @@ bool DnsService::recursionAllowed(const std::string& client) const
     return client.compare(0, prefix.size(), prefix) == 0;
 }
 
-void DnsService::Check(clDNSRequest& request)
+void Answerer::Check(clDNSRequest& request)
 {
     if (request.State > clDNSRequest::kWaiting) return;
     request.RecursionAllowed = request.Depth > 0 || recursionAllowed(request.ClientIP);
 
     const Lookup found = lookUp(request);
     if (found.tooLong) {
-        if (request.Depth > 0) ReturnSub(request, false);
+        if (request.Depth > 0) m_resolver.ReturnSub(request, false);
     } else if (found.answered || found.knownAbsent) {
         SendAnswer(request);
     } else if (found.zoneSoa != nullptr) {
@@ -50,12 +51,12 @@ void DnsService::Check(clDNSRequest& request)
     } else if (!request.RecursionDesired || !request.RecursionAllowed) {
         SendAnswer(request); // what is known here: nothing, or the aliases that lead elsewhere
     } else {
-        resolve(request);
+        m_resolver.resolve(request);
     }
 }
 
 // The lookup passes: one per name along the alias chain.
-DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
+Answerer::Lookup Answerer::lookUp(clDNSRequest& request)
 {
     const DateTime now = m_clock.now();
     Lookup found;
@@ -103,7 +104,7 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
 
 // The A record of a leased name, or the PTR record of a leased address's reverse name, built in
 // request.Lease.
-bool DnsService::leaseRecord(clDNSRequest& request) const
+bool Answerer::leaseRecord(clDNSRequest& request) const
 {
     if (m_leases == nullptr || (request.QType != rtype::A && request.QType != rtype::PTR)) return false;
     const bool address = request.QType == rtype::A;
@@ -123,7 +124,7 @@ bool DnsService::leaseRecord(clDNSRequest& request) const
     return true;
 }
 
-void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)
+void Answerer::SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record)
 {
     auto& records = request.section(section);
     for (const clDNSRecord* present : records)
@@ -132,7 +133,7 @@ void DnsService::SectionAdd(clDNSRequest& request, Section section, const clDNSR
 }
 
 // The zone's name servers in the authority section, with their addresses as additional records.
-void DnsService::AddAuth(clDNSRequest& request)
+void Answerer::AddAuth(clDNSRequest& request)
 {
     const clDNSRecord* authority = m_store.authoritySearch(request.QName);
     if (authority == nullptr) return;
@@ -144,13 +145,13 @@ void DnsService::AddAuth(clDNSRequest& request)
     }
 }
 
-bool DnsService::isAddress(const clDNSRecord& record) const
+bool Answerer::isAddress(const clDNSRecord& record) const
 {
     return record.RecType == rtype::A || (record.RecType == rtype::AAAA && m_settings.aaaa);
 }
 
 // Address records of a name that an answer points to (a mail exchanger, a name server).
-void DnsService::AddAddl(clDNSRequest& request, std::string_view name)
+void Answerer::AddAddl(clDNSRequest& request, std::string_view name)
 {
     const DateTime now = m_clock.now();
     for (const auto& [owner, record] : m_store.records(name))
@@ -158,7 +159,7 @@ void DnsService::AddAddl(clDNSRequest& request, std::string_view name)
 }
 
 // With AUTOCNAME, a question for an alias itself also gets the addresses the alias stands for.
-void DnsService::CNAMERes(clDNSRequest& request)
+void Answerer::CNAMERes(clDNSRequest& request)
 {
     if (request.QType != rtype::CNAME) return;
     const DateTime now = m_clock.now();

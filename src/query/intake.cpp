@@ -1,6 +1,7 @@
 // Request intake: one query datagram becomes nothing, an "incomplete" line, a not-implemented
 // reply, or a pending request that the answer builder takes over.
-#include "query/dns_service.h"
+#include "query/answerer.h"
+#include "query/resolver.h"
 #include "query/edns.h"
 #include "wire/message.h"
 
@@ -27,19 +28,13 @@ bool supportedType(int type, bool aaaa)
 
 } // namespace
 
-DnsService::DnsService(QueryHost& host, const Clock& clock, RecordStore& store, RequestCounters& counters,
-                       OutgoingQueries& outgoing)
-    : m_host(host), m_clock(clock), m_store(store), m_counters(counters), m_outgoing(outgoing)
+Answerer::Answerer(QueryHost& host, const Clock& clock, RecordStore& store, RequestCounters& counters,
+                   Resolver& resolver)
+    : m_host(host), m_clock(clock), m_store(store), m_counters(counters), m_resolver(resolver)
 {
-    m_outgoing.setUnclaimed(this);
 }
 
-DnsService::~DnsService()
-{
-    m_outgoing.setUnclaimed(nullptr);
-}
-
-void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketId tcp)
+void Answerer::ProcReq(const Endpoint& from, std::string_view message, SocketId tcp)
 {
     m_counters.countRequest(m_clock.now());
     const bool logging = m_host.wants(0);
@@ -98,11 +93,11 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }
-    Check(request); // one that has to wait for another server moves to PendingRequests
-    runSteps();
+    Check(request); // one that has to wait for another server moves to the resolver's list
+    m_resolver.runSteps();
 }
 
-void DnsService::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,
+void Answerer::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,
                                 const std::string& ip, const std::string& subject, const ClientOpt* opt)
 {
     ++m_counters.ReplyCount;

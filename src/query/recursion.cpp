@@ -1,6 +1,7 @@
 // Resolution through other servers: which servers a request asks, in what order and how long it
 // waits for each, sub-requests for servers whose address is not known yet, and giving up.
-#include "query/dns_service.h"
+#include "query/answerer.h"
+#include "query/resolver.h"
 #include "wire/message.h"
 #include "query/edns.h"
 
@@ -62,7 +63,26 @@ bool beingResolved(const clDNSRequest& request, const std::string& name)
 
 } // namespace
 
-void DnsService::runSteps()
+Resolver::Resolver(QueryHost& host, const Clock& clock, RecordStore& store, RequestCounters& counters,
+                   OutgoingQueries& outgoing, Answerer& answerer)
+    : m_host(host), m_clock(clock), m_store(store), m_counters(counters), m_outgoing(outgoing), m_answerer(answerer)
+{
+    m_outgoing.setUnclaimed(this);
+}
+
+Resolver::~Resolver()
+{
+    m_outgoing.setUnclaimed(nullptr);
+}
+
+void Resolver::clearPending()
+{
+    for (const auto& [id, request] : m_byOutID) m_outgoing.forget(id, *this);
+    PendingRequests.clear();
+    m_byOutID.clear();
+}
+
+void Resolver::runSteps()
 {
     if (m_steps.empty()) return; // the common case: answered from local data
     // A step left behind by an exception would point at a request that a later tick may remove.
@@ -73,16 +93,16 @@ void DnsService::runSteps()
     while (!m_steps.empty()) {
         const Step step = m_steps.front();
         m_steps.pop_front();
-        if (step.kind == Step::Start) Check(*step.request);
+        if (step.kind == Step::Start) m_answerer.Check(*step.request);
         else AskNS(*step.request);
     }
 }
 
 // A request that has to wait lives in PendingRequests; intake's reused request moves there, unless
 // the list is full.
-clDNSRequest* DnsService::adopt(clDNSRequest& request)
+clDNSRequest* Resolver::adopt(clDNSRequest& request)
 {
-    if (&request != &m_request) return &request;
+    if (!m_answerer.isIntake(request)) return &request;
     if (PendingRequests.size() >= kMaxPending) {
         refuse(request);
         return nullptr;
@@ -92,7 +112,7 @@ clDNSRequest* DnsService::adopt(clDNSRequest& request)
     return &PendingRequests.back();
 }
 
-void DnsService::resolve(clDNSRequest& request)
+void Resolver::resolve(clDNSRequest& request)
 {
     clDNSRequest* adopted = adopt(request);
     if (adopted == nullptr) return;
@@ -112,7 +132,7 @@ void DnsService::resolve(clDNSRequest& request)
 // records, the root servers): from the name itself up to the root, the first name with live NS
 // records. A list that already serves that zone is kept, with the tries counted against its
 // servers and without those that dropped out; otherwise the zone's servers replace it.
-void DnsService::CheckNewNS(clDNSRequest& request)
+void Resolver::CheckNewNS(clDNSRequest& request)
 {
     const DateTime now = m_clock.now();
     auto liveNS = [&](const clDNSRecord& r) { return r.RecType == rtype::NS && r.TTL(now) > -kServedPastExpiry; };
@@ -135,7 +155,7 @@ void DnsService::CheckNewNS(clDNSRequest& request)
 // The server's address from the live A records of its host name. Of several addresses the first
 // in store order that is not this machine's own is taken, and kept: the tries are counted per
 // server, so its retries go to that same address.
-bool DnsService::FillNSIP(clNServ& server)
+bool Resolver::FillNSIP(clNServ& server)
 {
     if (!server.IP.empty()) return true;
     const DateTime now = m_clock.now();
@@ -153,7 +173,7 @@ bool DnsService::FillNSIP(clNServ& server)
 // server never queries itself. A server without a known address stays while a sub-request may
 // still find one, and is dropped when local data already says there is none: its name does not
 // exist, has no A records, or has only this machine's addresses.
-bool DnsService::keepServer(clNServ& server)
+bool Resolver::keepServer(clNServ& server)
 {
     if (FillNSIP(server)) return !isOwnAddress(server.IP);
     const DateTime now = m_clock.now();
@@ -167,14 +187,14 @@ bool DnsService::keepServer(clNServ& server)
 }
 
 // 0.0.0.0 counts too: sent to, it reaches this machine.
-bool DnsService::isOwnAddress(const std::string& address) const
+bool Resolver::isOwnAddress(const std::string& address) const
 {
     if (address == "127.0.0.1" || address == "0.0.0.0") return true;
     const auto& own = m_settings.localAddresses;
     return std::find(own.begin(), own.end(), address) != own.end();
 }
 
-void DnsService::AskNS(clDNSRequest& request)
+void Resolver::AskNS(clDNSRequest& request)
 {
     auto& servers = request.NSAcol;
     // A server whose name this request or an ancestor is resolving cannot be found by a
@@ -206,7 +226,7 @@ void DnsService::AskNS(clDNSRequest& request)
 
 // No server of the list has a known address: a sub-request looks up the address of one.
 // Checked on the next step, not here, so that no chain of sub-requests nests calls.
-void DnsService::askForAddress(clDNSRequest& request, const std::string& serverName)
+void Resolver::askForAddress(clDNSRequest& request, const std::string& serverName)
 {
     if (request.Depth > kMaxSubDepth) return giveUp(request);
     clDNSRequest& client = clientOf(request);
@@ -230,7 +250,7 @@ void DnsService::askForAddress(clDNSRequest& request, const std::string& serverN
 // A sub-request has finished. Its answer's first address, if any, becomes the server's address;
 // a server whose address could not be found leaves the list. The parent then asks again, on the
 // next step.
-void DnsService::ReturnSub(clDNSRequest& sub, bool found)
+void Resolver::ReturnSub(clDNSRequest& sub, bool found)
 {
     clDNSRequest* parent = sub.Parent;
     sub.Parent = nullptr;
@@ -252,7 +272,7 @@ void DnsService::ReturnSub(clDNSRequest& sub, bool found)
 
 // The question to the server in request.Asked, under a new identifier. With EDNS it carries OPT,
 // unless that server answered a format error to one before.
-void DnsService::sendQuery(clDNSRequest& request)
+void Resolver::sendQuery(clDNSRequest& request)
 {
     forgetOutID(request);
     request.CurOutID = m_outgoing.newQuery(*this);
@@ -268,12 +288,12 @@ void DnsService::sendQuery(clDNSRequest& request)
 }
 
 // Hardened, an answer counts only when it comes from the address and port the question went to.
-bool DnsService::answeredByAsked(const clDNSRequest& request, const Endpoint& from) const
+bool Resolver::answeredByAsked(const clDNSRequest& request, const Endpoint& from) const
 {
     return !m_settings.hardening || (from.address == addressValue(request.Asked.IP) && from.port == kDnsPort);
 }
 
-void DnsService::buildQuery(const clDNSRequest& request, bool edns)
+void Resolver::buildQuery(const clDNSRequest& request, bool edns)
 {
     const unsigned flags = m_settings.forwarding ? 0x100 : 0; // forwarders are asked to recurse
     startMessage(m_query, request.CurOutID, flags, {1, 0, 0, edns ? 1u : 0u});
@@ -281,7 +301,7 @@ void DnsService::buildQuery(const clDNSRequest& request, bool edns)
     if (edns) appendOpt(m_query, 0);
 }
 
-void DnsService::removeFinished()
+void Resolver::removeFinished()
 {
     PendingRequests.remove_if([&](const clDNSRequest& request) {
         if (request.State != clDNSRequest::kFinished) return false;
@@ -290,7 +310,7 @@ void DnsService::removeFinished()
     });
 }
 
-void DnsService::retryWaiting()
+void Resolver::retryWaiting()
 {
     const DateTime due = m_clock.now() + kTickSlackDays;
     if (m_refused > 0 && m_host.wants(0)) m_host.AddLine(0, kPendingFullText + std::to_string(m_refused));
@@ -305,19 +325,19 @@ void DnsService::retryWaiting()
 
 // No server is left to ask. A client gets a server failure, noted in the day's fail log; a
 // sub-request tells its parent.
-void DnsService::giveUp(clDNSRequest& request)
+void Resolver::giveUp(clDNSRequest& request)
 {
     request.State = clDNSRequest::kFinished;
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
     ++m_counters.ReplyCount;
     request.RCode = 2;
-    SendAnswer(request);
+    m_answerer.SendAnswer(request);
 }
 
 // The client's question has cost all the work it may: this request gives up, and with it, one
 // step at a time, every request above it, since each of them would need more work to go on.
-void DnsService::outOfWork(clDNSRequest& request, clDNSRequest& client)
+void Resolver::outOfWork(clDNSRequest& request, clDNSRequest& client)
 {
     if (!client.OutOfWork && m_host.wants(0))
         m_host.AddLine(0, "Work limit reached for " + RTypeN(client.QType) + "-record for " + client.QName + " (" +
@@ -329,15 +349,15 @@ void DnsService::outOfWork(clDNSRequest& request, clDNSRequest& client)
 
 // Too many requests wait already: the client gets a server failure at once, counted for the
 // tick's log line.
-void DnsService::refuse(clDNSRequest& request)
+void Resolver::refuse(clDNSRequest& request)
 {
     ++m_refused;
     ++m_counters.ReplyCount;
     request.RCode = 2;
-    SendAnswer(request);
+    m_answerer.SendAnswer(request);
 }
 
-void DnsService::WriteFailLog(const clDNSRequest& request)
+void Resolver::WriteFailLog(const clDNSRequest& request)
 {
     const std::string now = timeOfDayText(m_clock.now());
     m_host.appendDailyLog("fail.log", now + "   DNS Request from " + request.ClientIP + " about " +

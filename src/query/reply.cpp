@@ -1,6 +1,7 @@
 // Answer building, part two: the reply message, its log lines, and the rotation of records of one
 // name and type from answer to answer.
-#include "query/dns_service.h"
+#include "query/answerer.h"
+#include "query/resolver.h"
 #include "query/edns.h"
 #include "wire/message.h"
 #include "query/record_wire.h"
@@ -37,10 +38,10 @@ const char* sectionName(Section section)
 
 } // namespace
 
-void DnsService::SendAnswer(clDNSRequest& request)
+void Answerer::SendAnswer(clDNSRequest& request)
 {
     request.State = clDNSRequest::kFinished;
-    if (request.Depth > 0) return ReturnSub(request, true); // a sub-request's answer is for its parent
+    if (request.Depth > 0) return m_resolver.ReturnSub(request, true); // a sub-request's answer is for its parent
     if (m_settings.autoCName) CNAMERes(request);
     const bool recursive = request.RecursionDesired && request.RecursionAllowed;
     if (!recursive) AddAuth(request);
@@ -64,7 +65,7 @@ void DnsService::SendAnswer(clDNSRequest& request)
 
 // A query that cannot be taken as it stands (a bad or unknown OPT record): the header, the question
 // and our OPT record, with that response code.
-void DnsService::sendError(clDNSRequest& request, int rcode)
+void Answerer::sendError(clDNSRequest& request, int rcode)
 {
     request.State = clDNSRequest::kFinished;
     request.RCode = rcode;
@@ -80,7 +81,7 @@ void DnsService::sendError(clDNSRequest& request, int rcode)
     sendReply(request.client, request.TcpConnection, m_reply);
 }
 
-void DnsService::writeHeader(const clDNSRequest& request)
+void Answerer::writeHeader(const clDNSRequest& request)
 {
     const unsigned flags = 0x8000 | (request.Authoritative ? 0x400 : 0) | (request.RecursionDesired ? 0x100 : 0) |
                            (request.RecursionAllowed ? 0x80 : 0) | (request.RCode & 0x0F);
@@ -93,7 +94,7 @@ void DnsService::writeHeader(const clDNSRequest& request)
 // With EDNS switched on, a datagram reply is cut after the last whole record that fits the
 // client's limit, with TC set, and a client that sent OPT gets ours. Over TCP only the largest
 // message there is limits the reply.
-void DnsService::finishReply(const clDNSRequest& request)
+void Answerer::finishReply(const clDNSRequest& request)
 {
     const bool tcp = request.TcpConnection != kNoSocket;
     if (!m_settings.edns && !tcp) return;
@@ -117,7 +118,7 @@ void DnsService::finishReply(const clDNSRequest& request)
     }
 }
 
-void DnsService::sendReply(const Endpoint& to, SocketId tcp, std::string_view message)
+void Answerer::sendReply(const Endpoint& to, SocketId tcp, std::string_view message)
 {
     if (tcp == kNoSocket)
         m_host.sendDns(to, message);
@@ -125,7 +126,7 @@ void DnsService::sendReply(const Endpoint& to, SocketId tcp, std::string_view me
         m_host.sendDnsTcp(tcp, message);
 }
 
-void DnsService::writeSection(clDNSRequest& request, Section section)
+void Answerer::writeSection(clDNSRequest& request, Section section)
 {
     const auto& records = request.section(section);
     if (records.empty()) return;
@@ -143,7 +144,7 @@ void DnsService::writeSection(clDNSRequest& request, Section section)
 // The order in which a section's records are written: each run of records of one name and type
 // starts one further on than the last answer that carried it, so clients spread over the addresses
 // of a name. The rotation count lives on the first record of the run in the store.
-const std::vector<size_t>& DnsService::RoundRobin(clDNSRequest& request, Section section)
+const std::vector<size_t>& Answerer::RoundRobin(clDNSRequest& request, Section section)
 {
     const auto& records = request.section(section);
     std::vector<size_t>& order = m_order;
@@ -169,7 +170,7 @@ const std::vector<size_t>& DnsService::RoundRobin(clDNSRequest& request, Section
     return order;
 }
 
-void DnsService::logRecord(Section section, const clDNSRecord& record)
+void Answerer::logRecord(Section section, const clDNSRecord& record)
 {
     std::string line = std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) + "-record for " +
                        record.Name + " = ";

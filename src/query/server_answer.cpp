@@ -1,7 +1,8 @@
 // Answers from other servers: matched to the request that asked, their records learned into the
 // cache, and the request taken a step further: answered, sent down a referral, or on to the next
 // server when the answer was of no use.
-#include "query/dns_service.h"
+#include "query/answerer.h"
+#include "query/resolver.h"
 #include "query/edns.h"
 #include "wire/message.h"
 #include "query/record_wire.h"
@@ -63,13 +64,13 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 
 } // namespace
 
-void DnsService::ProcAns(const Endpoint& from, std::string_view message, bool viaTcp)
+void Resolver::ProcAns(const Endpoint& from, std::string_view message, bool viaTcp)
 {
     readAnswer(from, message, viaTcp);
     runSteps();
 }
 
-void DnsService::readAnswer(const Endpoint& from, std::string_view message, bool viaTcp)
+void Resolver::readAnswer(const Endpoint& from, std::string_view message, bool viaTcp)
 {
     if (message.size() < 12) return;
     const int32_t id = shortAt(message, 0);
@@ -117,7 +118,7 @@ void DnsService::readAnswer(const Endpoint& from, std::string_view message, bool
     const bool detail = m_host.wants(1);
     for (const auto& [section, record, ttl] : records) {
         m_store.CacheAdd(record.Name, record.RecType, ttl, record.Data, record.Pref);
-        if (detail) logRecord(section, record);
+        if (detail) m_answerer.logRecord(section, record);
     }
 
     clDNSRequest& r = *request;
@@ -164,10 +165,10 @@ void DnsService::readAnswer(const Endpoint& from, std::string_view message, bool
     } else {
         return dropAsked(r); // nothing to go on: a server that does not serve the name
     }
-    Check(r);
+    m_answerer.Check(r);
 }
 
-clDNSRequest* DnsService::findWaiting(int32_t id, std::string_view name, int type)
+clDNSRequest* Resolver::findWaiting(int32_t id, std::string_view name, int type)
 {
     const auto entry = m_byOutID.find(id);
     if (entry == m_byOutID.end()) return nullptr;
@@ -177,7 +178,7 @@ clDNSRequest* DnsService::findWaiting(int32_t id, std::string_view name, int typ
     return matches ? &request : nullptr;
 }
 
-void DnsService::forgetOutID(const clDNSRequest& request)
+void Resolver::forgetOutID(const clDNSRequest& request)
 {
     const auto entry = m_byOutID.find(request.CurOutID);
     if (entry == m_byOutID.end() || entry->second != &request) return;
@@ -186,7 +187,7 @@ void DnsService::forgetOutID(const clDNSRequest& request)
 }
 
 // The server that gave an answer of no use leaves the list, and the next one is asked.
-void DnsService::dropAsked(clDNSRequest& request)
+void Resolver::dropAsked(clDNSRequest& request)
 {
     const clNServ& asked = request.Asked;
     std::erase_if(request.NSAcol, [&](const clNServ& s) {

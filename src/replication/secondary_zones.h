@@ -57,7 +57,6 @@ public:
 
     SocketId Winsock() const { return m_winsock; }
     State state() const { return m_state; }
-    const std::string& currentZone() const { return m_zone; }
     const std::deque<std::string>& queue() const { return m_queue; }
 
 private:

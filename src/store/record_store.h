@@ -80,8 +80,6 @@ public:
     // O(log n), no allocation; empty when the name has none.
     RecordRun<Iterator> records(std::string_view name);
     RecordRun<ConstIterator> records(std::string_view name) const;
-    // The first record of a name, or end() of CacheRecords().
-    ConstIterator firstIndex(std::string_view name) const { return m_records.find(name); }
     // The nearest enclosing zone data among permanent records: from the name itself up to the root,
     // one label at a time, the first name with a permanent SOA gives that SOA; a name with a
     // permanent NS and no SOA is delegated and gives that NS. nullptr when neither was found.

@@ -64,10 +64,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Bytes query = MakeShort(1) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + ZipName(kName, "") + MakeShort(1) +
                   MakeShort(1);
     r.dns.ProcReq({0x0A000005, 4000}, query);
-    if (r.dns.PendingRequests.empty()) return 0;
+    if (r.dns.resolver().PendingRequests.empty()) return 0;
 
     // The answer to the query just sent: its identifier and question, then the input.
-    const int32_t id = r.dns.PendingRequests.front().CurOutID;
+    const int32_t id = r.dns.resolver().PendingRequests.front().CurOutID;
     Bytes answer = MakeShort(id) + std::string(input.substr(0, 2)) + MakeShort(1) + std::string(input.substr(2, 6)) +
                    ZipName(kName, "") + MakeShort(1) + MakeShort(1) + std::string(input.substr(8));
     answer[2] = static_cast<char>(answer[2] | 0x80);

@@ -113,7 +113,7 @@ TEST(Answers, AliasChainStopsAfterTwentyFivePasses)
     s.host.replies.clear();
     s.dns.ProcReq({0x0A000005, 1234}, makeQuery(1, "c2.zone.", 1, true));
     EXPECT_TRUE(s.host.replies.empty()); // the 26th pass gives up without a reply
-    EXPECT_TRUE(s.dns.PendingRequests.empty());
+    EXPECT_TRUE(s.dns.resolver().PendingRequests.empty());
 }
 
 TEST(Answers, CachedRecordsExpireFiveSecondsLateAndMarkersAnswerNegatively)

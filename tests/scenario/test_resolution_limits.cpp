@@ -137,7 +137,7 @@ TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
         });
         EXPECT_EQ(limitLine, c.workLimitLine);
         dns.removeFinished();
-        EXPECT_TRUE(dns.PendingRequests.empty()); // nothing is left waiting
+        EXPECT_TRUE(dns.resolver().PendingRequests.empty()); // nothing is left waiting
     }
 }
 

@@ -76,7 +76,7 @@ TEST(Intake, NotImplementedRepliesEchoTheRequest)
         EXPECT_EQ(reply, expected);
         EXPECT_EQ(t.rig.counters.ReplyCount, 1u);
         EXPECT_EQ(t.host.tray, 1);
-        EXPECT_TRUE(t.dns.PendingRequests.empty());
+        EXPECT_TRUE(t.dns.resolver().PendingRequests.empty());
     }
 }
 
@@ -93,7 +93,7 @@ TEST(Intake, IncompleteRequestsGetNoReply)
         t.dns.ProcReq(kClient, message);
         EXPECT_EQ(t.host.lines, std::vector<std::string>{"Incomplete DNS Request from 10.0.0.5"});
         EXPECT_TRUE(t.host.replies.empty());
-        EXPECT_TRUE(t.dns.PendingRequests.empty());
+        EXPECT_TRUE(t.dns.resolver().PendingRequests.empty());
         EXPECT_EQ(t.rig.counters.RequestCount, 1u);
     }
 }
@@ -109,7 +109,7 @@ TEST(Intake, SupportedQuestionsAreReadAndAnswered)
     const Bytes& reply = t.host.replies[0].message;
     EXPECT_EQ(reply.substr(0, 4), Bytes("\xBE\xEF\x80\x80", 4)); // identifier kept, QR, RA
     EXPECT_EQ(reply.substr(12), Bytes("\3www\7example\3org\0\0\x0F\0\1", 21));
-    EXPECT_TRUE(t.dns.PendingRequests.empty()); // answered at once: nothing left pending
+    EXPECT_TRUE(t.dns.resolver().PendingRequests.empty()); // answered at once: nothing left pending
 
     for (int type : {255, 1, 2, 5, 6, 12, 16}) t.dns.ProcReq(kClient, query(1, 0, kExampleOrg, static_cast<uint16_t>(type), 1));
     EXPECT_EQ(t.host.replies.size(), 8u);

@@ -120,7 +120,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
                                       "respond - or did not return any records.\r\n"});
     EXPECT_EQ(r.host.lines[1], "Sending request to 127.0.0.2 (external) for A-record for www.example.org.");
     r.tickAt(15);
-    EXPECT_TRUE(r.dns.PendingRequests.empty());
+    EXPECT_TRUE(r.dns.resolver().PendingRequests.empty());
 
     // Each query has an identifier of its own, counted up.
     std::vector<int> ids;
@@ -274,7 +274,7 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
     r.addZone("home.lan.", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\nnas IN A 192.168.1.20\n");
     r.host.maxLevel = 0;
     for (size_t i = 0; i < kMaxPending; ++i) r.ask("n" + std::to_string(i) + ".example.org.");
-    EXPECT_EQ(r.dns.PendingRequests.size(), kMaxPending);
+    EXPECT_EQ(r.dns.resolver().PendingRequests.size(), kMaxPending);
     EXPECT_TRUE(r.host.replies.empty());
 
     // Beyond the cap a question that would have to wait gets a server failure at once.
@@ -284,7 +284,7 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
     EXPECT_EQ(r.reply().rcode, 2);
     EXPECT_EQ(r.reply().qname, "late2.example.org.");
     EXPECT_EQ(r.rig.queries().size(), kMaxPending);
-    EXPECT_EQ(r.dns.PendingRequests.size(), kMaxPending);
+    EXPECT_EQ(r.dns.resolver().PendingRequests.size(), kMaxPending);
     EXPECT_EQ(r.rig.counters.ReplyCount, 2u);
     EXPECT_TRUE(r.host.dailyLogs.empty()); // no server was asked, so none failed
     // Local data is never refused.

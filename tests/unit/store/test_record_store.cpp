@@ -36,8 +36,8 @@ TEST(RecordStore, KeepsRecordsOrderedByNameAndRunsInArrivalOrder)
     EXPECT_EQ(owners(f.store), (std::vector<std::string>{"0.", "B.", "a.", "b.", "b.", "c.", "d."}));
     EXPECT_EQ(f.texts("b."), (std::vector<std::string>{"A 10.0.0.2", "MX 5 mx.b."}));
     EXPECT_TRUE(f.store.records("e.").empty());
-    EXPECT_EQ(f.store.firstIndex("b.")->second.Data, address(2));
-    EXPECT_EQ(f.store.firstIndex("bb."), f.store.CacheRecords().end());
+    EXPECT_EQ(f.store.records("b.").begin()->second.Data, address(2));
+    EXPECT_TRUE(f.store.records("bb.").empty());
 }
 
 TEST(RecordStore, KeysFindRecordsAndZoneRemovalTakesOnlyItsOwn)
@@ -99,7 +99,7 @@ TEST(RecordStore, CacheAddTTLRules)
     for (const auto& [given, kept] : cases) {
         const std::string name = "t" + std::to_string(given) + ".";
         f.store.CacheAdd(name, rtype::A, given, address(1), 0);
-        EXPECT_EQ(f.store.firstIndex(name)->second.TTL(f.clock.now()), kept) << given;
+        EXPECT_EQ(f.store.records(name).begin()->second.TTL(f.clock.now()), kept) << given;
     }
     // Files: raised unless the TTL is kept, never capped.
     EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f1.", rtype::A, 5, address(1), 0, false))->TTL(0), 60);
@@ -115,7 +115,7 @@ TEST(RecordStore, CacheAddRefreshesReplacesAndRespectsPermanentData)
     f.advanceSeconds(50);
     f.store.CacheAdd("h.", rtype::A, 100, address(1), 0); // same data: refreshed, not added
     EXPECT_EQ(f.store.records("h.").size(), 1u);
-    EXPECT_EQ(f.store.firstIndex("h.")->second.TTL(f.clock.now()), 100);
+    EXPECT_EQ(f.store.records("h.").begin()->second.TTL(f.clock.now()), 100);
     f.store.CacheAdd("h.", rtype::A, 100, address(2), 0); // second address: added
     EXPECT_EQ(f.texts("h."), (std::vector<std::string>{"A 10.0.0.1", "A 10.0.0.2"}));
 

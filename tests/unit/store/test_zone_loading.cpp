@@ -126,10 +126,10 @@ TEST(ZoneLoading, HostsFileGivesAPtrAndCname)
     EXPECT_EQ(f.texts("delta."), std::vector<std::string>{"A 10.0.0.8"});
     EXPECT_TRUE(f.store.records("localhost.").empty());
     EXPECT_EQ(f.store.recordCount(), 7u);
-    const clDNSRecord& a = f.store.firstIndex("alpha.")->second;
+    const clDNSRecord& a = f.store.records("alpha.").begin()->second;
     EXPECT_EQ(a.Pref, -1);
     EXPECT_EQ(a.TTL(f.clock.now()), 7200);
-    EXPECT_EQ(f.store.firstIndex("beta.")->second.Pref, 0);
+    EXPECT_EQ(f.store.records("beta.").begin()->second.Pref, 0);
     EXPECT_EQ(f.store.findZone(kHostsZone)->Records.size(), 7u);
     EXPECT_EQ(f.lines.back(), "Loading hosts file 'hosts'...");
 

@@ -1,0 +1,38 @@
+// The settings and limits of the query path, shared by the answerer and the resolver.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace quorvane {
+
+// The settings the query path reads; the engine sets them at start and when the options change.
+struct QuerySettings {
+    std::string recursion = "<all>"; // DNSRECURSION
+    bool autoCName = false;          // AUTOCNAME
+    std::vector<std::string> localAddresses;
+    bool forwarding = false;             // RECURSIONOUT
+    std::vector<std::string> forwarders; // NS
+    bool spoofSecure = false;            // SPOOFSECURE
+    bool aaaa = false;                   // AAAARECORDS: AAAA questions and additional records
+    bool edns = false;                   // EDNS: OPT records and replies cut to the client's size
+    bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
+    bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
+};
+
+// A record is still served until 5 seconds after it expired.
+inline constexpr int kServedPastExpiry = 5;
+
+// Requests that may wait for other servers at once, sub-requests included; a new one beyond this
+// gets a server failure at once. Measured on the release build, a waiting request holds about
+// 650 bytes of heap, so a full list takes about 6.5 MB, and the tick's walk of it about 0.3 ms.
+// That is ample for a small network (a silent forwarder holds each request for 12 s, so this
+// carries over 800 new names a second) and small beside the cache.
+inline constexpr size_t kMaxPending = 10000;
+inline constexpr size_t kMaxPlainServers = 1024;
+// The log line written on the tick after requests were refused for a full list.
+inline constexpr const char* kPendingFullText =
+    "Too many requests waiting for other servers - refused with a server failure: ";
+
+} // namespace quorvane

@@ -45,7 +45,7 @@ void DnsService::Check(clDNSRequest& request)
         // Our own zone and no such data. The zone's SOA goes with the reply whether the name is
         // unknown or has other types only, so that resolvers can cache the negative answer.
         SectionAdd(request, kAuthority, *found.zoneSoa);
-        if (!found.nameExists) request.RCode = 3;
+        if (!found.nameExists) request.RCode = kRcodeNameError;
         SendAnswer(request);
     } else if (!request.RecursionDesired || !request.RecursionAllowed) {
         SendAnswer(request); // what is known here: nothing, or the aliases that lead elsewhere
@@ -92,7 +92,7 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
             } else if (type == rtype::kNameMarker || type == rtype::kMarkerBase + request.QType) {
                 // Learned from another server: no such name, or no records of this type.
                 found.knownAbsent = true;
-                if (type == rtype::kNameMarker) request.RCode = 3;
+                if (type == rtype::kNameMarker) request.RCode = kRcodeNameError;
             }
         }
         if (alias == nullptr) return found;

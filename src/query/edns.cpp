@@ -1,6 +1,7 @@
 #include "query/edns.h"
 
 #include "query/message_bytes.h"
+#include "wire/dns_codes.h"
 #include "wire/wire_reader.h"
 
 #include <algorithm>

@@ -13,8 +13,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kOpcodeQuery = 0;
-
 // The question types answered from local data or by recursion; every other one is not implemented.
 bool supportedType(int type, bool aaaa)
 {

@@ -332,7 +332,7 @@ void DnsService::giveUp(clDNSRequest& request)
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
     ++ReplyCount;
-    request.RCode = 2;
+    request.RCode = kRcodeServerFailure;
     SendAnswer(request);
 }
 
@@ -354,7 +354,7 @@ void DnsService::refuse(clDNSRequest& request)
 {
     ++m_refused;
     ++ReplyCount;
-    request.RCode = 2;
+    request.RCode = kRcodeServerFailure;
     SendAnswer(request);
 }
 

@@ -7,6 +7,7 @@
 
 #include "store/record_data.h"
 #include "wire/addresses.h"
+#include "wire/dns_codes.h"
 #include "wire/addresses6.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
@@ -55,9 +56,9 @@ void DnsService::SendAnswer(clDNSRequest& request)
         const std::string type = RTypeN(request.QType);
         m_host.AddLine(0, "Sending reply to " + request.ClientIP + " about " + type + "-record for " + request.QName +
                               ":");
-        if (request.RCode == 0 && request.section(kAnswer).empty() && (request.Authoritative || recursive))
+        if (request.RCode == kRcodeNoError && request.section(kAnswer).empty() && (request.Authoritative || recursive))
             m_host.AddLine(0, "-> Answer: There are no " + type + "-Records for " + request.QName);
-        if (request.RCode != 0) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
+        if (request.RCode != kRcodeNoError) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
     }
 
     writeHeader(request);

@@ -17,8 +17,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kNameError = 3;
-
 // One record of an answer, its data in the store's form.
 struct Received {
     Section section;
@@ -114,7 +112,7 @@ void DnsService::takeAnswer(const Endpoint& from, std::string_view message, bool
             return;
         }
     }
-    if (rcode != 0 && rcode != kNameError) {
+    if (rcode != 0 && rcode != kRcodeNameError) {
         if (m_host.wants(1)) m_host.AddLine(1, "-> Header: " + RCodeN(rcode));
         return dropAsked(*request);
     }
@@ -154,7 +152,7 @@ void DnsService::takeAnswer(const Endpoint& from, std::string_view message, bool
     };
     const bool authoritative = (byteAt(message, 2) & 4) != 0; // with TC set, an empty answer says nothing
 
-    if (rcode == kNameError) {
+    if (rcode == kRcodeNameError) {
         learnAbsent(last, rtype::kNameMarker);
     } else if (answered || last != r.CurName) {
         if (!answered && soa != records.end()) learnAbsent(last, rtype::kMarkerBase + r.QType);

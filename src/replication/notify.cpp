@@ -20,7 +20,7 @@ void ZoneNotifications::ZoneNotify(const clZone& zone)
         putShort(message, 1);
         message.append(6, '\0');
         message += ZipName(zone.Name, message);
-        putShort(message, kTypeSOA);
+        putShort(message, rtype::SOA);
         putShort(message, kClassIN);
         const auto to = addressFromText(address);
         if (!to) {
@@ -43,19 +43,19 @@ void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view messag
     }
     const int type = ExtractShort(rest, true);
     const int dnsClass = ExtractShort(rest, true);
-    if (type != kTypeSOA || dnsClass != kClassIN) {
+    if (type != rtype::SOA || dnsClass != kClassIN) {
         ++m_dns.ReplyCount;
         m_host.AddLine(0, "Unknown Notification type from " + sender);
         m_host.AddLine(0, "Sending answer to " + sender + " about Unknown Notification type.");
         m_host.AddLine(0, "-> Header: Not implemented.");
-        return reply(from, message, 4);
+        return reply(from, message, kRcodeNotImplemented);
     }
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name);
     if (acknowledge(sender, name, message, [&](std::string_view ack) { m_host.sendDns(from, ack); })) return;
     ++m_dns.ReplyCount;
     m_host.AddLine(0, "Sending answer to " + sender + " about Zone Update Notification for " + name);
     m_host.AddLine(0, "-> Header: Server Failure (" + sender + " not recognized as primary).");
-    reply(from, message, 2);
+    reply(from, message, kRcodeServerFailure);
 }
 
 bool ZoneNotifications::ProcNotifyTcp(const std::string& sender, std::string_view message, const Reply& reply)
@@ -65,7 +65,7 @@ bool ZoneNotifications::ProcNotifyTcp(const std::string& sender, std::string_vie
     const int type = reader.shortValue();
     const int dnsClass = reader.shortValue();
     const clZone* zone = m_store.findZone(name);
-    if (!reader.ok() || type != kTypeSOA || dnsClass != kClassIN || zone == nullptr ||
+    if (!reader.ok() || type != rtype::SOA || dnsClass != kClassIN || zone == nullptr ||
         zone->PrimaryIP != sender)
         return false;
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name + " (TCP)");

@@ -86,7 +86,7 @@ void ctlZTS::ProcQ()
 void ctlZTS::sendSoaQuery()
 {
     m_soaId = m_dns.NextQueryID.next();
-    const Bytes query = question(m_soaId, kTypeSOA);
+    const Bytes query = question(m_soaId, rtype::SOA);
     m_host.AddLine(2, "Sending request to " + m_primary + " for SOA-record for " + m_zone);
     enableTimer();
     m_state = SoaSent;
@@ -103,7 +103,7 @@ bool ctlZTS::fromPrimary(const Endpoint& from, std::string_view message) const
     WireReader reader(message, 12);
     const std::string name = reader.name();
     const int type = reader.shortValue();
-    return reader.ok() && shortAt(message, 4) == 1 && name == m_zone && type == kTypeSOA;
+    return reader.ok() && shortAt(message, 4) == 1 && name == m_zone && type == rtype::SOA;
 }
 
 Bytes ctlZTS::question(int32_t id, int type) const
@@ -138,7 +138,7 @@ bool ctlZTS::takeAnswer(const Endpoint& from, int32_t id, std::string_view messa
         reader.shortValue(); // class
         reader.longValue();  // TTL
         const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
-        if (!reader.ok() || record.RecType != kTypeSOA || owner != m_zone) continue;
+        if (!reader.ok() || record.RecType != rtype::SOA || owner != m_zone) continue;
         if (!readRecordData(message, rdata, record)) continue;
         if (const auto soa = readSoa(record.Data)) {
             GotSOA(soa->serial);

@@ -39,7 +39,7 @@ bool keptType(int type, const RecordStore& store)
     case rtype::SOA:
     case rtype::PTR:
     case rtype::MX:
-    case kTypeTXT:
+    case rtype::TXT:
         return true;
     default:
         return false;
@@ -151,7 +151,7 @@ void ctlZTS::takeRecords(std::string_view message, WireReader& reader)
         const auto ttl = static_cast<int32_t>(reader.longValue());
         const std::string_view rdata = reader.bytes(static_cast<size_t>(reader.shortValue()));
         if (!reader.ok()) return; // the rest of the message cannot be read
-        const bool zoneSoa = type == kTypeSOA && owner == m_zone;
+        const bool zoneSoa = type == rtype::SOA && owner == m_zone;
         if (m_received.empty() && !zoneSoa) return; // the zone must begin with its SOA
         if (!m_received.empty() && zoneSoa) {
             m_done = true; // the closing SOA

@@ -161,7 +161,7 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
         subject = RTypeN(type) + "-record for " + name;
         m_host.AddLine(0, "Request from " + ip + " for " + subject + " (TCP)");
     }
-    const clZone* zone = type == kTypeSOA || transfer ? m_store.findZone(name) : nullptr;
+    const clZone* zone = type == rtype::SOA || transfer ? m_store.findZone(name) : nullptr;
     const bool listed =
         zone != nullptr && std::find(zone->Slaves.begin(), zone->Slaves.end(), ip) != zone->Slaves.end();
     // A zone is sent only with its SOA in front, as every secondary expects.
@@ -172,7 +172,7 @@ void ZoneTransferServer::ProcReq(ctlZT& element, std::string_view message)
         m_host.AddLine(0, "-> Header: Refused.");
         return sendError(element, message, kRcodeRefused);
     }
-    if (type == kTypeSOA) return sendSoa(element, *zone, *soa, message);
+    if (type == rtype::SOA) return sendSoa(element, *zone, *soa, message);
     startTransfer(element, *zone, *soa, message, type);
 }
 
@@ -218,7 +218,7 @@ void ZoneTransferServer::sendSoa(ctlZT& element, const clZone& zone, const clDNS
                               " (Serial " + serial + ")");
     }
     m_out.clear();
-    frameRecord(answerPrefix(request, zone.Name, kTypeSOA), soa, m_clock.now());
+    frameRecord(answerPrefix(request, zone.Name, rtype::SOA), soa, m_clock.now());
     send(element, m_out);
 }
 

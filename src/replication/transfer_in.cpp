@@ -26,24 +26,12 @@ int32_t toInterval(uint32_t seconds)
     return static_cast<int32_t>(std::min<uint32_t>(seconds, std::numeric_limits<int32_t>::max()));
 }
 
-// The types a copy keeps: those of the store that zone files carry (AAAA when the store keeps it).
-// The others up to TXT are obsolete or experimental, and a file could not hold them across a restart.
+// The types a copy keeps: those of the record-type table that the store keeps under its
+// settings. Others (obsolete or unknown types) could not be held in the zone's file across a
+// restart.
 bool keptType(int type, const RecordStore& store)
 {
-    switch (type) {
-    case rtype::AAAA:
-        return store.keepsType(type);
-    case rtype::A:
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::SOA:
-    case rtype::PTR:
-    case rtype::MX:
-    case rtype::TXT:
-        return true;
-    default:
-        return false;
-    }
+    return findRecordType(type) != nullptr && store.keepsType(type);
 }
 
 } // namespace

@@ -254,8 +254,8 @@ void ZoneTransferServer::sendSlice(ctlZT& element)
     const DateTime now = m_clock.now();
     while (transfer.next < transfer.count && m_out.size() < kSliceBytes) {
         const clDNSRecord* record = m_store.recordByKey(zone->Records[transfer.next++]);
-        // Types from 256 up are the store's own entries, never sent.
-        if (record != nullptr && static_cast<uint16_t>(record->RecType) < 256)
+        // The store's own entries (DFCN) have no row in the record-type table and are never sent.
+        if (record != nullptr && findRecordType(record->RecType) != nullptr)
             frameRecord(transfer.prefix, *record, now);
     }
     const bool done = transfer.next >= transfer.count;

@@ -2,6 +2,7 @@
 // deciding between a reply and resolution through other servers.
 #include "query/dns_service.h"
 
+#include "store/record_data.h"
 #include "wire/addresses.h"
 #include "wire/dns_codes.h"
 #include "wire/type_names.h"
@@ -88,7 +89,8 @@ DnsService::Lookup DnsService::lookUp(clDNSRequest& request)
             if (type == request.QType || (request.QType == kTypeAny && type < rtype::kMarkerBase)) {
                 SectionAdd(request, kAnswer, record);
                 found.answered = true;
-                if (type == rtype::MX) AddAddl(request, record.Data);
+                if (const RecordType* row = findRecordType(type); row != nullptr && row->additional)
+                    AddAddl(request, dataName(record));
             } else if (type == rtype::kNameMarker || type == rtype::kMarkerBase + request.QType) {
                 // Learned from another server: no such name, or no records of this type.
                 found.knownAbsent = true;

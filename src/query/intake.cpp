@@ -91,7 +91,7 @@ void DnsService::ProcReq(const Endpoint& from, std::string_view message, SocketI
     if (logging) m_host.AddLine(0, "Request from " + ip + " for " + subject);
     if (opt.malformed) return sendError(request, kRcodeFormatError);
     if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
-    if (!supportedType(request.QType, {m_settings.aaaa})) {
+    if (!supportedType(request.QType, {m_settings.aaaa, m_settings.moreTypes})) {
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;
     }

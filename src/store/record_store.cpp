@@ -25,7 +25,7 @@ RecordStore::RecordStore(const Clock& clock, std::filesystem::path programFolder
 bool RecordStore::keepsType(int type) const
 {
     const RecordType* row = findRecordType(type);
-    return row == nullptr || switchedOn(*row, {m_settings.aaaa});
+    return row == nullptr || switchedOn(*row, {m_settings.aaaa, m_settings.moreTypes});
 }
 
 void RecordStore::log(const std::string& text) const

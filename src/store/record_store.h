@@ -32,6 +32,7 @@ struct StoreSettings
     int32_t hostsTTL = 3600; // HOSTSTTL, seconds
     int32_t minCacheTTL = 0; // CACHETTL, seconds
     bool aaaa = false;       // AAAARECORDS: IPv6 address records are read from files and kept
+    bool moreTypes = false;  // MORERECORDTYPES: SRV and CAA records are read from files and kept
 };
 
 // How LoadFile keeps the records of a file.

@@ -21,6 +21,11 @@ constexpr RecordType kRows[] = {
     {rtype::MX, "MX", {Preference, Name}, kCompressed, TypeSetting::Always, LogForm::Fields, true},
     {rtype::TXT, "TXT", {Strings}, kNotCompressed, TypeSetting::Always},
     {rtype::AAAA, "AAAA", {IPv6}, kNotCompressed, TypeSetting::AAAARecords},
+    // priority, weight, port, target
+    {rtype::SRV, "SRV", {Number16, Number16, Number16, Name}, kNotCompressed, TypeSetting::MoreRecordTypes,
+     LogForm::Fields, true},
+    // flags, tag, value
+    {rtype::CAA, "CAA", {Number8, Tag, Rest}, kNotCompressed, TypeSetting::MoreRecordTypes},
 };
 
 } // namespace

@@ -16,7 +16,8 @@ namespace quorvane {
 // The codes of the record types the server knows by name. The store adds its own entries
 // (markers, DFCN) in the same namespace; see store/dns_record.h.
 namespace rtype {
-inline constexpr int16_t A = 1, NS = 2, CNAME = 5, SOA = 6, PTR = 12, MX = 15, TXT = 16, AAAA = 28;
+inline constexpr int16_t A = 1, NS = 2, CNAME = 5, SOA = 6, PTR = 12, MX = 15, TXT = 16, AAAA = 28, SRV = 33,
+                         CAA = 257;
 } // namespace rtype
 
 // One field of a record's data.

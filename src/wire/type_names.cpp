@@ -35,7 +35,6 @@ std::string RTypeN(int type)
         const long long n = std::llabs(type);
         if (n >= 1 && n <= 16) return cellText(kTypeCells, n - 1);
         if (const RecordType* row = findRecordType(static_cast<int>(n))) return std::string(row->mnemonic);
-        if (n == 33) return "SRV";
         if (n >= 252 && n <= 255) return cellText(kQueryTypeCells, n - 252);
         return "?" + std::to_string(n) + "?";
     } catch (const std::exception& e) {

@@ -87,7 +87,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.BOMBLEVEL = 50;
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
-    s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = true;
+    s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
 
     const std::string text = formatIni(s, 40123);
     EXPECT_EQ(text, "Name: ns.home.lan\n"
@@ -111,7 +111,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "AAAARecords: YES\n"
                     "EDNS: YES\n"
                     "TCPQueries: YES\n"
-                    "QueryHardening: YES\n");
+                    "QueryHardening: YES\n"
+                    "MoreRecordTypes: YES\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});

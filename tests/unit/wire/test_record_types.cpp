@@ -46,6 +46,12 @@ TEST(RecordTypes, EveryRowReadsAndWritesItsDataThroughTheTable)
         {"MX 10 mail.zone.", Bytes("\x00\x0a\x04mail\xc0\x00", 9), "[10] mail.zone."},
         {"TXT \"two words\" \"x\\059\"", Bytes("\x09two words\x02x;", 13), "\"two words\" \"x\\059\""},
         {"AAAA 2001:db8::1", bytes({0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}), "2001:db8::1"},
+        // An SRV target is never compressed.
+        {"SRV 10 60 5060 sip.zone.", bytes({0, 10, 0, 60, 0x13, 0xc4}) + Bytes("\x03sip\x04zone\x00", 10),
+         "10 60 5060 sip.zone."},
+        // A CAA value is one string of any bytes, written with the escapes of TXT strings.
+        {R"(CAA 128 issue "ca.example.net\059 x\"")", Bytes("\x80\x05issueca.example.net; x\"", 25),
+         R"(128 issue "ca.example.net\059 x\"")"},
     };
     std::set<int> tested;
     for (const Case& c : cases) {

@@ -23,8 +23,6 @@ inline constexpr int16_t kNameMarker = 2000;
 // The key of a record added from a file; 0 stands for a learned record, which has none. Keys only
 // grow while the server runs; 64 bits so that years of reloads never bring an old key back.
 using RecordKey = uint64_t;
-// The key as text: at least ten digits and "K" ("0000000001K").
-std::string keyText(RecordKey key);
 
 // Data of a type of the record-type table: its fields one after the other, each as on the wire
 // except names, which are text in normal form followed by a zero byte unless they end the data,

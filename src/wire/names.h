@@ -24,11 +24,6 @@ inline bool endsIncomplete(std::string_view name)
 // With remove set, the bytes of the name are taken off the front of remainder.
 std::string ExtractName(std::string_view message, std::string_view& remainder, bool remove);
 
-// The name at the given offset of message, read as ExtractName reads it. An offset at or past the
-// end gives "incomplete."; a negative offset or one of 32767 or more is reported as an error and
-// gives an empty text.
-std::string UnzipName(std::string_view message, int offset);
-
 // The wire form of a name given as text, with or without its trailing ".". Blanks around labels are
 // dropped, a label longer than 63 characters is cut to 63, letters keep their case. When message is
 // not empty, the longest run of trailing labels found anywhere in it is replaced by a pointer to

@@ -182,8 +182,8 @@ const std::vector<size_t>& DnsService::RoundRobin(clDNSRequest& request, Section
 
 void DnsService::logRecord(Section section, const clDNSRecord& record)
 {
-    m_host.AddLine(1, std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) + "-record for " +
-                          record.Name + " = " + recordLogText(record));
+    m_host.AddLine(1, std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) +
+                          "-record for " + record.Name + " = " + recordLogText(record));
 }
 
 } // namespace quorvane

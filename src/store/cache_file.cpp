@@ -37,7 +37,8 @@ void RecordStore::saveCache(bool snapshot)
 {
     guarded("modDNS saveCache", [&] {
         const std::filesystem::path file = m_folder / (snapshot ? kSnapshotFileName : kCacheFileName);
-        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot, {m_settings.aaaa, m_settings.moreTypes})))
+        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot,
+                                                     {m_settings.aaaa, m_settings.moreTypes})))
             reportError("modDNS saveCache", "Cannot write " + file.string());
     });
 }

@@ -116,7 +116,8 @@ private:
     bool readName(std::string_view token, std::string& name) const;
     bool readData(const std::string& type, const std::vector<Token>& fields, size_t next,
                   std::string_view line, ZoneRecord& record) const;
-    bool readField(Field field, std::string_view token, std::string_view rest, bool last, ZoneRecord& record) const;
+    bool readField(Field field, std::string_view token, std::string_view rest, bool last,
+                   ZoneRecord& record) const;
 
     std::string m_origin;
     std::string m_previousOwner; // empty until a line names an owner

@@ -38,12 +38,18 @@ enum class Field : uint8_t {
 constexpr size_t fieldSize(Field field)
 {
     switch (field) {
-    case Field::Number8: return 1;
-    case Field::Number16: return 2;
-    case Field::Number32: return 4;
-    case Field::IPv4: return 4;
-    case Field::IPv6: return 16;
-    default: return 0;
+    case Field::Number8:
+        return 1;
+    case Field::Number16:
+        return 2;
+    case Field::Number32:
+        return 4;
+    case Field::IPv4:
+        return 4;
+    case Field::IPv6:
+        return 16;
+    default:
+        return 0;
     }
 }
 
@@ -60,7 +66,8 @@ class FieldList
 public:
     constexpr FieldList(std::initializer_list<Field> fields)
     {
-        for (Field field : fields) m_fields[m_count++] = field;
+        for (Field field : fields)
+            m_fields[m_count++] = field;
     }
     constexpr const Field* begin() const { return m_fields.data(); }
     constexpr const Field* end() const { return m_fields.data() + m_count; }

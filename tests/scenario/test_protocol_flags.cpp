@@ -96,7 +96,8 @@ TEST(ProtocolFlags, AaaaRecordsOnlyWhenSwitchedOn)
     r = on.ask(makeQuery(2, "zone.", 15, true));
     EXPECT_EQ(r.section(4), (Lines{"mail.zone. A 10.0.0.25", "mail.zone. AAAA 2001:db8::25"}));
     EXPECT_EQ(on.ask(makeQuery(3, "laptop.", 28, true)).section(2), Lines{"laptop. AAAA 2001:db8::7"});
-    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.", 12, true))
+    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.",
+                               12, true))
                   .section(2)
                   .size(),
               1u);
@@ -123,20 +124,24 @@ TEST(ProtocolFlags, SrvAndCaaOnlyWhenSwitchedOn)
     EXPECT_NE(std::find(on.host.lines.begin(), on.host.lines.end(),
                         "-> Answer: SRV-record for _sip._tcp.zone. = 10 60 5060 mail.zone."),
               on.host.lines.end());
-    EXPECT_EQ(on.ask(makeQuery(2, "zone.", 257, true)).section(2), Lines{"zone. CAA 0 issue \"ca.example.net\""});
+    EXPECT_EQ(on.ask(makeQuery(2, "zone.", 257, true)).section(2),
+              Lines{"zone. CAA 0 issue \"ca.example.net\""});
 
     // Forwarded, cached, answered from the cache and written to named.cache.
     const Bytes caa = Bytes("\x00\x05issue", 7) + "ca.other.";
     on.ask(makeQuery(3, "away.example.", 257, true));
     ASSERT_EQ(on.host.queries.size(), 1u);
     on.host.replies.clear();
-    on.dns.ProcAns({0x0A090909, 53}, makeAnswer(on.host.queries[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
+    on.dns.ProcAns({0x0A090909, 53},
+                   makeAnswer(on.host.queries[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
     ASSERT_EQ(on.host.replies.size(), 1u);
-    EXPECT_EQ(decodeReply(on.host.replies[0].message).section(2), Lines{"away.example. CAA 0 issue \"ca.other.\""});
+    EXPECT_EQ(decodeReply(on.host.replies[0].message).section(2),
+              Lines{"away.example. CAA 0 issue \"ca.other.\""});
     EXPECT_EQ(on.ask(makeQuery(4, "away.example.", 257, true)).section(2).size(), 1u);
     EXPECT_EQ(on.host.queries.size(), 1u) << "the second answer came from the cache";
     on.store.saveCache(false);
-    EXPECT_NE(on.folder.read("named.cache").find("away.example. 600 CAA 0 issue \"ca.other.\"\n"), std::string::npos);
+    EXPECT_NE(on.folder.read("named.cache").find("away.example. 600 CAA 0 issue \"ca.other.\"\n"),
+              std::string::npos);
 }
 
 TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
@@ -210,7 +215,8 @@ TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
     ASSERT_EQ(s.host.tcpQueries.size(), 1u);
     EXPECT_EQ(s.host.tcpQueries[0].to.port, 53);
     EXPECT_TRUE(s.host.replies.empty());
-    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}), true);
+    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}),
+                  true);
     ASSERT_EQ(s.host.replies.size(), 1u);
     EXPECT_EQ(decodeReply(s.host.replies[0].message).section(2), Lines{"away.example. A 10.2.2.2"});
 }

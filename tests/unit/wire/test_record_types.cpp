@@ -25,7 +25,8 @@ struct Case
 Bytes bytes(std::initializer_list<int> values)
 {
     Bytes out;
-    for (int value : values) out += static_cast<char>(value);
+    for (int value : values)
+        out += static_cast<char>(value);
     return out;
 }
 
@@ -39,8 +40,10 @@ TEST(RecordTypes, EveryRowReadsAndWritesItsDataThroughTheTable)
         {"NS ns.zone.", Bytes("\x02ns\xc0\x00", 5), "ns.zone."},
         {"CNAME www.other.", Bytes("\x03www\x05other\x00", 11), "www.other."},
         {"SOA ns.zone. admin.zone. 7 3600 600 86400 300",
-         Bytes("\x02ns\xc0\x00\x05" "admin\xc0\x00", 13) + bytes({0, 0, 0, 7, 0, 0, 14, 16, 0, 0, 2, 88}) +
-             bytes({0, 1, 81, 128, 0, 0, 1, 44}),
+         Bytes("\x02ns\xc0\x00\x05"
+               "admin\xc0\x00",
+               13) +
+             bytes({0, 0, 0, 7, 0, 0, 14, 16, 0, 0, 2, 88}) + bytes({0, 1, 81, 128, 0, 0, 1, 44}),
          "ns.zone. (Serial 7)"},
         {"PTR host.zone.", Bytes("\x04host\xc0\x00", 7), "host.zone."},
         {"MX 10 mail.zone.", Bytes("\x00\x0a\x04mail\xc0\x00", 9), "[10] mail.zone."},
@@ -58,7 +61,8 @@ TEST(RecordTypes, EveryRowReadsAndWritesItsDataThroughTheTable)
         SCOPED_TRACE(c.text);
         std::istringstream line("@ 60 IN " + c.text + "\n");
         std::vector<ZoneRecord> read;
-        readZoneText(line, "zone.", [&](ZoneRecord&& r) { read.push_back(std::move(r)); }, nullptr);
+        readZoneText(
+            line, "zone.", [&](ZoneRecord&& r) { read.push_back(std::move(r)); }, nullptr);
         ASSERT_EQ(read.size(), 1u);
         clDNSRecord record;
         record.Name = "zone.";
@@ -95,7 +99,8 @@ TEST(RecordTypes, EveryRowReadsAndWritesItsDataThroughTheTable)
         EXPECT_EQ(readRecordData(longer, std::string_view(longer).substr(rdataAt), back), takesRest);
     }
     std::set<int> rows;
-    for (const RecordType& row : recordTypes()) rows.insert(row.code);
+    for (const RecordType& row : recordTypes())
+        rows.insert(row.code);
     EXPECT_EQ(tested, rows) << "every row of the table has a case here";
 }
 

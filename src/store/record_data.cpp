@@ -1,5 +1,6 @@
 // Stored record data field by field: taken apart, put together and turned into text, by the
-// fields of the record-type table. No type is named here; the table says what each one holds.
+// fields of the record-type table, which says what each type holds. Only the TXT text routine and
+// the SOA helpers, which zone loading and transfers use for their own ends, name a type.
 #include "store/record_data.h"
 
 #include "store/zone_text.h"

@@ -130,10 +130,11 @@ void Engine::configureFromSettings()
 {
     m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
-    m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS});
+    m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS,
+                       m_settings.MORERECORDTYPES});
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
-                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING});
+                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)

@@ -146,6 +146,7 @@ Settings parseIni(std::string_view text)
         else if (key == "EDNS") s.EDNS = flag;
         else if (key == "TCPQUERIES") s.TCPQUERIES = flag;
         else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
+        else if (key == "MORERECORDTYPES") s.MORERECORDTYPES = flag;
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
@@ -190,6 +191,7 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "EDNS: YES", s.EDNS, defaults.EDNS);
     setFlag(out, "TCPQueries: YES", s.TCPQUERIES, defaults.TCPQUERIES);
     setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
+    setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
     setText(out, "User", s.USER);
     return out;
 }

@@ -37,6 +37,7 @@ struct Settings {
     bool EDNS = false;                    // OPT records, larger replies, truncation at the client's size
     bool TCPQUERIES = false;              // ordinary questions over TCP 53
     bool QUERYHARDENING = false;          // random identifiers and source ports for outgoing queries
+    bool MORERECORDTYPES = false;         // SRV and CAA records from end to end
 
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay
 

@@ -3,6 +3,7 @@
 #include "query/answerer.h"
 #include "query/resolver.h"
 
+#include "store/record_data.h"
 #include "wire/addresses.h"
 #include "wire/dns_codes.h"
 #include "wire/type_names.h"
@@ -46,7 +47,7 @@ void Answerer::Check(clDNSRequest& request)
         // Our own zone and no such data. The zone's SOA goes with the reply whether the name is
         // unknown or has other types only, so that resolvers can cache the negative answer.
         SectionAdd(request, kAuthority, *found.zoneSoa);
-        if (!found.nameExists) request.RCode = 3;
+        if (!found.nameExists) request.RCode = kRcodeNameError;
         SendAnswer(request);
     } else if (!request.RecursionDesired || !request.RecursionAllowed) {
         SendAnswer(request); // what is known here: nothing, or the aliases that lead elsewhere
@@ -89,11 +90,12 @@ Answerer::Lookup Answerer::lookUp(clDNSRequest& request)
             if (type == request.QType || (request.QType == kTypeAny && type < rtype::kMarkerBase)) {
                 SectionAdd(request, kAnswer, record);
                 found.answered = true;
-                if (type == rtype::MX) AddAddl(request, record.Data);
+                if (const RecordType* row = findRecordType(type); row != nullptr && row->additional)
+                    AddAddl(request, dataName(record));
             } else if (type == rtype::kNameMarker || type == rtype::kMarkerBase + request.QType) {
                 // Learned from another server: no such name, or no records of this type.
                 found.knownAbsent = true;
-                if (type == rtype::kNameMarker) request.RCode = 3;
+                if (type == rtype::kNameMarker) request.RCode = kRcodeNameError;
             }
         }
         if (alias == nullptr) return found;

@@ -1,6 +1,7 @@
 #include "query/edns.h"
 
 #include "wire/message.h"
+#include "wire/dns_codes.h"
 #include "wire/wire_reader.h"
 
 #include <algorithm>

@@ -11,14 +11,11 @@
 
 namespace quorvane {
 
-inline constexpr int kTypeOPT = 41;
 // The payload we state and the most we send over UDP: a size that passes every common path
 // without fragments.
 inline constexpr uint16_t kEdnsPayload = 1232;
 // A datagram reply to a client without OPT.
 inline constexpr size_t kPlainReplyLimit = 512;
-// The extended response code of a query whose EDNS version we do not speak.
-inline constexpr int kRcodeBadVersion = 16;
 // An OPT record with no options takes this many bytes.
 inline constexpr size_t kOptSize = 11;
 

@@ -8,22 +8,19 @@
 #include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
+#include "wire/record_types.h"
 #include "wire/type_names.h"
 
 namespace quorvane {
 
 namespace {
 
-constexpr int kOpcodeQuery = 0;
-
-// The question types answered from local data or by recursion; every other one is not implemented.
-bool supportedType(int type, bool aaaa)
+// The question types answered from local data or by recursion: ANY and the record types switched
+// on; every other one is not implemented.
+bool supportedType(int type, TypeSwitches on)
 {
-    switch (type) {
-    case 255: case 1: case 2: case 5: case 6: case 12: case 15: case 16: return true;
-    case 28: return aaaa;
-    default: return false;
-    }
+    const RecordType* row = findRecordType(type);
+    return type == kTypeAny || (row != nullptr && switchedOn(*row, on));
 }
 
 } // namespace
@@ -88,7 +85,7 @@ void Answerer::ProcReq(const Endpoint& from, std::string_view message, SocketId 
         m_host.AddLine(0, "Request from " + ip + " for " + RTypeN(request.QType) + "-record for " + request.QName);
     if (opt.malformed) return sendError(request, kRcodeFormatError);
     if (opt.present && opt.version > 0) return sendError(request, kRcodeBadVersion);
-    if (!supportedType(request.QType, m_settings.aaaa)) {
+    if (!supportedType(request.QType, {m_settings.aaaa, m_settings.moreTypes})) {
         const std::string subject = RTypeN(request.QType) + "-record for " + request.QName;
         notImplemented(from, tcp, message.substr(0, echoed), ip, subject, m_settings.edns ? &opt : nullptr);
         return;

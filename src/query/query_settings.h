@@ -19,6 +19,7 @@ struct QuerySettings {
     bool edns = false;                   // EDNS: OPT records and replies cut to the client's size
     bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
     bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
+    bool moreTypes = false;              // MORERECORDTYPES: SRV and CAA questions
 };
 
 // A record is still served until 5 seconds after it expired.

@@ -1,7 +1,8 @@
+// The wire form of record data, by the fields of the record-type table.
 #include "query/record_wire.h"
 
-#include "wire/message.h"
 #include "store/record_data.h"
+#include "wire/message.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 
@@ -9,35 +10,55 @@ namespace quorvane {
 
 namespace {
 
+// The stored data in wire form, field by field: names written out (compressed against the message
+// when the type allows it), the preference from Pref, other fields as stored. Data that does not
+// fit its fields stops at the field that does not fit; a type without a row goes out as stored.
 void appendRdata(Bytes& out, const clDNSRecord& record)
 {
-    switch (record.RecType) {
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::PTR: appendName(out, record.Data); break;
-    case rtype::MX:
-        putShort(out, static_cast<uint16_t>(record.Pref));
-        appendName(out, record.Data);
-        break;
-    case rtype::SOA: {
-        const auto primaryEnd = record.Data.find('\0');
-        const auto mailboxEnd = record.Data.find('\0', primaryEnd + 1);
-        if (primaryEnd == Bytes::npos || mailboxEnd == Bytes::npos) break; // malformed: empty data
-        appendName(out, std::string_view(record.Data).substr(0, primaryEnd));
-        appendName(out, std::string_view(record.Data).substr(primaryEnd + 1, mailboxEnd - primaryEnd - 1));
-        out.append(record.Data, mailboxEnd + 1);
-        break;
+    const RecordType* row = findRecordType(record.RecType);
+    if (row == nullptr) {
+        out += record.Data;
+        return;
     }
-    default: out += record.Data; break; // A, AAAA, TXT (held in wire form) and types learned as received
+    std::string_view data = record.Data;
+    size_t index = 0;
+    for (const Field field : row->fields) {
+        const auto bytes = takeStoredField(data, field, ++index == row->fields.size());
+        if (!bytes) return;
+        if (field == Field::Name)
+            appendName(out, *bytes, row->compressed);
+        else if (field == Field::Preference)
+            putShort(out, static_cast<uint16_t>(record.Pref));
+        else
+            out += *bytes;
     }
 }
 
-uint32_t takeLong(std::string_view& bytes)
+// Takes one field off the front of rdata into the record's stored data; false when it is not
+// there whole or is a name that cannot be read.
+bool readField(std::string_view message, std::string_view& rdata, Field field, bool last, clDNSRecord& record)
 {
-    uint32_t value = 0;
-    for (size_t i = 0; i < 4; ++i) value = value << 8 | byteAt(bytes, i);
-    bytes.remove_prefix(4);
-    return value;
+    switch (field) {
+    case Field::Name: {
+        const std::string name = ExtractName(message, rdata, true);
+        if (endsIncomplete(name)) return false;
+        addStoredField(record.Data, field, name, last);
+        return true;
+    }
+    case Field::Preference:
+        if (rdata.size() < 2) return false;
+        record.Pref = ExtractShort(rdata, true);
+        return true;
+    default: {
+        // Fixed-size fields and a CAA tag are stored as they travel; the rest of the data too.
+        std::string_view copy = rdata;
+        const auto bytes = takeStoredField(copy, field, last);
+        if (!bytes) return false;
+        record.Data += *bytes;
+        rdata = copy;
+        return true;
+    }
+    }
 }
 
 } // namespace
@@ -47,7 +68,7 @@ void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl)
     appendName(out, record.Name);
     putShort(out, static_cast<uint16_t>(record.RecType));
     putShort(out, 1);
-    out += MakeLong(ttl);
+    putLong(out, static_cast<uint32_t>(ttl));
     const size_t lengthAt = out.size();
     putShort(out, 0);
     appendRdata(out, record);
@@ -56,35 +77,16 @@ void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl)
 
 bool readRecordData(std::string_view message, std::string_view rdata, clDNSRecord& record)
 {
-    switch (record.RecType) {
-    case rtype::A:
+    record.Data.clear();
+    const RecordType* row = findRecordType(record.RecType);
+    if (row == nullptr) {
         record.Data = rdata;
-        return rdata.size() == 4;
-    case rtype::AAAA:
-        record.Data = rdata;
-        return rdata.size() == 16;
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::PTR:
-        record.Data = ExtractName(message, rdata, true);
-        return !endsIncomplete(record.Data);
-    case rtype::MX:
-        if (rdata.size() < 3) return false;
-        record.Pref = ExtractShort(rdata, true);
-        record.Data = ExtractName(message, rdata, true);
-        return !endsIncomplete(record.Data);
-    case rtype::SOA: {
-        SoaFields soa;
-        soa.primary = ExtractName(message, rdata, true);
-        soa.mailbox = ExtractName(message, rdata, true);
-        if (endsIncomplete(soa.primary) || endsIncomplete(soa.mailbox) || rdata.size() < 20) return false;
-        for (uint32_t* field : {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum})
-            *field = takeLong(rdata);
-        record.Data = makeSoaData(soa);
         return true;
     }
-    default: record.Data = rdata; return true;
-    }
+    size_t index = 0;
+    for (const Field field : row->fields)
+        if (!readField(message, rdata, field, ++index == row->fields.size(), record)) return false;
+    return rdata.empty();
 }
 
 } // namespace quorvane

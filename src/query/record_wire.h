@@ -13,11 +13,13 @@
 namespace quorvane {
 
 // One resource record: owner, type, class IN, the TTL given, and the data with its length. Names
-// inside the data are compressed too; an SOA whose data is malformed goes out with empty data.
+// inside the data are compressed too where the type allows it; stored data that does not fit its
+// type's fields goes out up to the first field that does not fit.
 void appendRecord(Bytes& out, const clDNSRecord& record, int32_t ttl);
 
-// The data of a received record in the store's form (Data, and Pref for MX), by record.RecType;
-// false for data that cannot be kept: cut short, or a name in it that cannot be read. Names inside
+// The data of a received record in the store's form (Data, and Pref for MX), by record.RecType:
+// by its row's fields, or as received for a type without a row. False for data that cannot be
+// kept: cut short, a name in it that cannot be read, or bytes after the last field. Names inside
 // rdata may point anywhere into message.
 bool readRecordData(std::string_view message, std::string_view rdata, clDNSRecord& record);
 

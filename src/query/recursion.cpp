@@ -331,7 +331,7 @@ void Resolver::giveUp(clDNSRequest& request)
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
     ++m_counters.ReplyCount;
-    request.RCode = 2;
+    request.RCode = kRcodeServerFailure;
     m_answerer.SendAnswer(request);
 }
 
@@ -353,7 +353,7 @@ void Resolver::refuse(clDNSRequest& request)
 {
     ++m_refused;
     ++m_counters.ReplyCount;
-    request.RCode = 2;
+    request.RCode = kRcodeServerFailure;
     m_answerer.SendAnswer(request);
 }
 

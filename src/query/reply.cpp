@@ -7,8 +7,7 @@
 #include "query/record_wire.h"
 
 #include "store/record_data.h"
-#include "wire/addresses.h"
-#include "wire/addresses6.h"
+#include "wire/dns_codes.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
@@ -50,9 +49,9 @@ void Answerer::SendAnswer(clDNSRequest& request)
         const std::string type = RTypeN(request.QType);
         m_host.AddLine(0, "Sending reply to " + request.ClientIP + " about " + type + "-record for " + request.QName +
                               ":");
-        if (request.RCode == 0 && request.section(kAnswer).empty() && (request.Authoritative || recursive))
+        if (request.RCode == kRcodeNoError && request.section(kAnswer).empty() && (request.Authoritative || recursive))
             m_host.AddLine(0, "-> Answer: There are no " + type + "-Records for " + request.QName);
-        if (request.RCode != 0) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
+        if (request.RCode != kRcodeNoError) m_host.AddLine(0, "-> Header: " + RCodeN(request.RCode));
     }
 
     writeHeader(request);
@@ -172,23 +171,8 @@ const std::vector<size_t>& Answerer::RoundRobin(clDNSRequest& request, Section s
 
 void Answerer::logRecord(Section section, const clDNSRecord& record)
 {
-    std::string line = std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) + "-record for " +
-                       record.Name + " = ";
-    switch (record.RecType) {
-    case rtype::A: line += DataToIP(record.Data); break;
-    case rtype::AAAA: line += Data6ToText(record.Data); break;
-    case rtype::SOA:
-        if (const auto soa = readSoa(record.Data))
-            line += soa->primary + " (Serial " + std::to_string(soa->serial) + ")";
-        break;
-    case rtype::MX: line += "[" + std::to_string(record.Pref) + "] " + record.Data; break;
-    case rtype::TXT: line += txtText(record.Data); break;
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::PTR: line += record.Data; break;
-    default: break; // learned data of other types is bytes, not a name
-    }
-    m_host.AddLine(1, line);
+    m_host.AddLine(1, std::string("-> ") + sectionName(section) + ": " + RTypeN(record.RecType) +
+                          "-record for " + record.Name + " = " + recordLogText(record));
 }
 
 } // namespace quorvane

@@ -18,8 +18,6 @@ namespace quorvane {
 
 namespace {
 
-constexpr int kNameError = 3;
-
 // One record of an answer, its data in the store's form.
 struct Received {
     Section section;
@@ -111,7 +109,7 @@ void Resolver::readAnswer(const Endpoint& from, std::string_view message, bool v
             return;
         }
     }
-    if (rcode != 0 && rcode != kNameError) {
+    if (rcode != 0 && rcode != kRcodeNameError) {
         if (m_host.wants(1)) m_host.AddLine(1, "-> Header: " + RCodeN(rcode));
         return dropAsked(*request);
     }
@@ -151,7 +149,7 @@ void Resolver::readAnswer(const Endpoint& from, std::string_view message, bool v
     };
     const bool authoritative = (byteAt(message, 2) & 4) != 0; // with TC set, an empty answer says nothing
 
-    if (rcode == kNameError) {
+    if (rcode == kRcodeNameError) {
         learnAbsent(last, rtype::kNameMarker);
     } else if (answered || last != r.CurName) {
         if (!answered && soa != records.end()) learnAbsent(last, rtype::kMarkerBase + r.QType);

@@ -15,7 +15,7 @@ void ZoneNotifications::ZoneNotify(const clZone& zone)
         m_host.AddLine(0, "Sending Zone Update Notification to " + address + " about " + zone.Name);
         Bytes message;
         startMessage(message, m_outgoing.newQuery(*this), kOpcodeNotify << 11 | 0x400, {}); // NOTIFY, AA
-        appendQuestion(message, zone.Name, kTypeSOA);
+        appendQuestion(message, zone.Name, rtype::SOA);
         const auto to = addressFromText(address);
         if (!to) {
             m_host.AddLine(0, "Zone Notify WS Error: " + address + " is not an IPv4 address");
@@ -42,19 +42,19 @@ void ZoneNotifications::ProcNotify(const Endpoint& from, std::string_view messag
     }
     const int type = ExtractShort(rest, true);
     const int dnsClass = ExtractShort(rest, true);
-    if (type != kTypeSOA || dnsClass != kClassIN) {
+    if (type != rtype::SOA || dnsClass != kClassIN) {
         ++m_counters.ReplyCount;
         m_host.AddLine(0, "Unknown Notification type from " + sender);
         m_host.AddLine(0, "Sending answer to " + sender + " about Unknown Notification type.");
         m_host.AddLine(0, "-> Header: Not implemented.");
-        return reply(from, message, 4);
+        return reply(from, message, kRcodeNotImplemented);
     }
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name);
     if (acknowledge(sender, name, message, [&](std::string_view ack) { m_host.sendDns(from, ack); })) return;
     ++m_counters.ReplyCount;
     m_host.AddLine(0, "Sending answer to " + sender + " about Zone Update Notification for " + name);
     m_host.AddLine(0, "-> Header: Server Failure (" + sender + " not recognized as primary).");
-    reply(from, message, 2);
+    reply(from, message, kRcodeServerFailure);
 }
 
 bool ZoneNotifications::ProcNotifyTcp(const std::string& sender, std::string_view message, const Reply& reply)
@@ -64,7 +64,7 @@ bool ZoneNotifications::ProcNotifyTcp(const std::string& sender, std::string_vie
     const int type = reader.shortValue();
     const int dnsClass = reader.shortValue();
     const clZone* zone = m_store.findZone(name);
-    if (!reader.ok() || type != kTypeSOA || dnsClass != kClassIN || zone == nullptr ||
+    if (!reader.ok() || type != rtype::SOA || dnsClass != kClassIN || zone == nullptr ||
         zone->PrimaryIP != sender)
         return false;
     m_host.AddLine(0, "Zone Update Notification from " + sender + " about " + name + " (TCP)");

@@ -87,7 +87,7 @@ void ctlZTS::sendSoaQuery()
 {
     if (m_soaId >= 0) m_outgoing.forget(m_soaId, *this);
     m_soaId = m_outgoing.newQuery(*this);
-    const Bytes query = question(m_soaId, kTypeSOA);
+    const Bytes query = question(m_soaId, rtype::SOA);
     m_host.AddLine(2, "Sending request to " + m_primary + " for SOA-record for " + m_zone);
     enableTimer();
     m_state = SoaSent;
@@ -104,7 +104,7 @@ bool ctlZTS::fromPrimary(const Endpoint& from, std::string_view message) const
     WireReader reader(message, 12);
     const std::string name = reader.name();
     const int type = reader.shortValue();
-    return reader.ok() && shortAt(message, 4) == 1 && name == m_zone && type == kTypeSOA;
+    return reader.ok() && shortAt(message, 4) == 1 && name == m_zone && type == rtype::SOA;
 }
 
 Bytes ctlZTS::question(int32_t id, int type) const
@@ -126,7 +126,7 @@ bool ctlZTS::takeAnswer(const Endpoint& from, std::string_view message, bool)
     skipQuestions(reader, countAt(message, 0));
     RecordView view;
     for (int i = countAt(message, 1); i > 0 && reader.ok(); --i) {
-        if (!readRecord(reader, view) || view.type != kTypeSOA || view.name != m_zone) continue;
+        if (!readRecord(reader, view) || view.type != rtype::SOA || view.name != m_zone) continue;
         clDNSRecord record;
         record.RecType = static_cast<int16_t>(view.type);
         if (!readRecordData(message, view.rdata, record)) continue;

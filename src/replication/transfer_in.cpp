@@ -27,24 +27,12 @@ int32_t toInterval(uint32_t seconds)
     return static_cast<int32_t>(std::min<uint32_t>(seconds, std::numeric_limits<int32_t>::max()));
 }
 
-// The types a copy keeps: those of the store that zone files carry (AAAA when the store keeps it).
-// The others up to TXT are obsolete or experimental, and a file could not hold them across a restart.
+// The types a copy keeps: those of the record-type table that the store keeps under its
+// settings. Others (obsolete or unknown types) could not be held in the zone's file across a
+// restart.
 bool keptType(int type, const RecordStore& store)
 {
-    switch (type) {
-    case rtype::AAAA:
-        return store.keepsType(type);
-    case rtype::A:
-    case rtype::NS:
-    case rtype::CNAME:
-    case rtype::SOA:
-    case rtype::PTR:
-    case rtype::MX:
-    case kTypeTXT:
-        return true;
-    default:
-        return false;
-    }
+    return findRecordType(type) != nullptr && store.keepsType(type);
 }
 
 } // namespace
@@ -147,7 +135,7 @@ void ctlZTS::takeRecords(std::string_view message, WireReader& reader)
         const int dnsClass = view.dnsClass;
         const int32_t ttl = view.ttl;
         const std::string_view rdata = view.rdata;
-        const bool zoneSoa = type == kTypeSOA && owner == m_zone;
+        const bool zoneSoa = type == rtype::SOA && owner == m_zone;
         if (m_received.empty() && !zoneSoa) return; // the zone must begin with its SOA
         if (!m_received.empty() && zoneSoa) {
             m_done = true; // the closing SOA

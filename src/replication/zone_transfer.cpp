@@ -65,7 +65,7 @@ void ZoneTransferServer::takeMessage(const ctlZT& element, std::string_view mess
         subject = RTypeN(type) + "-record for " + name;
         m_host.AddLine(0, "Request from " + ip + " for " + subject + " (TCP)");
     }
-    const clZone* zone = type == kTypeSOA || transfer ? m_store.findZone(name) : nullptr;
+    const clZone* zone = type == rtype::SOA || transfer ? m_store.findZone(name) : nullptr;
     const bool listed =
         zone != nullptr && std::find(zone->Slaves.begin(), zone->Slaves.end(), ip) != zone->Slaves.end();
     // A zone is sent only with its SOA in front, as every secondary expects.
@@ -76,7 +76,7 @@ void ZoneTransferServer::takeMessage(const ctlZT& element, std::string_view mess
         m_host.AddLine(0, "-> Header: Refused.");
         return sendError(element.Winsock, message, kRcodeRefused);
     }
-    if (type == kTypeSOA) return sendSoa(element, *zone, *soa, message);
+    if (type == rtype::SOA) return sendSoa(element, *zone, *soa, message);
     startTransfer(element, *zone, *soa, message, type);
 }
 
@@ -112,7 +112,7 @@ void ZoneTransferServer::sendSoa(const ctlZT& element, const clZone& zone, const
                               " (Serial " + serial + ")");
     }
     m_out.clear();
-    frameRecord(answerPrefix(request, zone.Name, kTypeSOA), soa, m_clock.now());
+    frameRecord(answerPrefix(request, zone.Name, rtype::SOA), soa, m_clock.now());
     m_tcp.sendFramed(element.Winsock, m_out);
 }
 
@@ -149,8 +149,8 @@ void ZoneTransferServer::sendSlice(SocketId connection, ZoneTransferProgress& tr
     const DateTime now = m_clock.now();
     while (transfer.next < transfer.count && m_out.size() < kSliceBytes) {
         const clDNSRecord* record = m_store.recordByKey(zone->Records[transfer.next++]);
-        // Types from 256 up are the store's own entries, never sent.
-        if (record != nullptr && static_cast<uint16_t>(record->RecType) < 256)
+        // The store's own entries (DFCN) have no row in the record-type table and are never sent.
+        if (record != nullptr && findRecordType(record->RecType) != nullptr)
             frameRecord(transfer.prefix, *record, now);
     }
     const bool done = transfer.next >= transfer.count;

@@ -1,3 +1,4 @@
+// Writing the cache file and the snapshot.
 #include "store/cache_file.h"
 
 #include "net/atomic_file.h"
@@ -7,7 +8,7 @@
 
 namespace quorvane {
 
-std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot, bool aaaa)
+std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot, TypeSwitches on)
 {
     std::string text(kCacheFileHeader);
     text += "\n";
@@ -17,8 +18,9 @@ std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snap
     for (const auto& [owner, record] : records) {
         if (record.Permanent && !snapshot) continue;
         const int32_t ttl = record.TTL(now);
-        if (ttl < 0 || !storableName(owner) || (record.RecType == rtype::AAAA && !aaaa)) continue;
-        const auto data = recordDataText(record);
+        if (ttl < 0 || !storableName(owner)) continue;
+        const RecordType* row = findRecordType(record.RecType);
+        const auto data = row != nullptr && switchedOn(*row, on) ? recordDataText(record) : std::nullopt;
         if (!data) continue;
         if (owner != previous) text += owner;
         previous = owner;
@@ -35,7 +37,8 @@ void RecordStore::saveCache(bool snapshot)
 {
     guarded("modDNS saveCache", [&] {
         const std::filesystem::path file = m_folder / (snapshot ? kSnapshotFileName : kCacheFileName);
-        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot, m_settings.aaaa)))
+        if (!writeFileAtomically(file, cacheFileText(m_records, m_clock.now(), snapshot,
+                                                     {m_settings.aaaa, m_settings.moreTypes})))
             reportError("modDNS saveCache", "Cannot write " + file.string());
     });
 }

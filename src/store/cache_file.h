@@ -15,9 +15,9 @@ inline constexpr const char* kCacheFileName = "named.cache";
 inline constexpr const char* kSnapshotFileName = "snapshot.dat";
 
 // The header line, then one line per record in store order: learned records only, or all with
-// snapshot; records past their expiry (negative TTL), records files cannot carry, and AAAA records
-// unless aaaa is set, are left out.
+// snapshot; records past their expiry (negative TTL), records files cannot carry, and records of
+// types not switched on, are left out.
 // A line starts with the owner, or with the blank alone when the previous line had the same one.
-std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot, bool aaaa);
+std::string cacheFileText(const CacheRecordMap& records, DateTime now, bool snapshot, TypeSwitches on);
 
 } // namespace quorvane

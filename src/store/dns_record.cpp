@@ -6,12 +6,6 @@
 
 namespace quorvane {
 
-std::string keyText(RecordKey key)
-{
-    std::string digits = std::to_string(key);
-    return std::string(10 - std::min<size_t>(10, digits.size()), '0') + digits + "K";
-}
-
 void clDNSRecord::setTTL(int32_t ttl, DateTime now)
 {
     m_ttl = ttl;

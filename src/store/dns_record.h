@@ -4,16 +4,17 @@
 
 #include "net/bytes.h"
 #include "net/clock.h"
+#include "wire/record_types.h"
 
 #include <cstdint>
 #include <string>
 
 namespace quorvane {
 
-// Type codes the store knows by name. Codes of kMarkerBase and above are the cache's marker
-// entries: kMarkerBase + t stands for "no records of type t", kNameMarker for "no such name".
+// The store's own entries beside the record types of wire/record_types.h. Codes of kMarkerBase and
+// above are the cache's marker entries: kMarkerBase + t stands for "no records of type t",
+// kNameMarker for "no such name".
 namespace rtype {
-inline constexpr int16_t A = 1, NS = 2, CNAME = 5, SOA = 6, PTR = 12, MX = 15, TXT = 16, AAAA = 28;
 inline constexpr int16_t DFCN = 3000; // a zone's forwarding entry; its data is a target name
 inline constexpr int kMarkerBase = 1000;
 inline constexpr int16_t kNameMarker = 2000;
@@ -22,13 +23,13 @@ inline constexpr int16_t kNameMarker = 2000;
 // The key of a record added from a file; 0 stands for a learned record, which has none. Keys only
 // grow while the server runs; 64 bits so that years of reloads never bring an old key back.
 using RecordKey = uint64_t;
-// The key as text: at least ten digits and "K" ("0000000001K").
-std::string keyText(RecordKey key);
 
-// Data by type: A the 4 address bytes; AAAA the 16 address bytes; NS, CNAME, PTR, DFCN the target name; MX the exchange name
-// (the preference is in Pref); SOA the primary name, a zero byte, the mailbox name, a zero byte and
-// the five numbers as 32-bit big-endian values; TXT the text as prepareTxt makes it (the wire
-// form); any other learned type the data as received.
+// Data of a type of the record-type table: its fields one after the other, each as on the wire
+// except names, which are text in normal form followed by a zero byte unless they end the data,
+// and an MX preference, which is in Pref. So A holds the 4 address bytes; NS, CNAME and PTR the
+// target name; SOA the primary name, a zero byte, the mailbox name, a zero byte and the five
+// numbers; TXT its character strings. DFCN holds its target name; any other learned type the
+// data as received.
 class clDNSRecord
 {
 public:

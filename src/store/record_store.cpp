@@ -22,6 +22,12 @@ RecordStore::RecordStore(const Clock& clock, std::filesystem::path programFolder
 {
 }
 
+bool RecordStore::keepsType(int type) const
+{
+    const RecordType* row = findRecordType(type);
+    return row == nullptr || switchedOn(*row, {m_settings.aaaa, m_settings.moreTypes});
+}
+
 void RecordStore::log(const std::string& text) const
 {
     if (m_log) m_log(0, text);

@@ -32,6 +32,7 @@ struct StoreSettings
     int32_t hostsTTL = 3600; // HOSTSTTL, seconds
     int32_t minCacheTTL = 0; // CACHETTL, seconds
     bool aaaa = false;       // AAAARECORDS: IPv6 address records are read from files and kept
+    bool moreTypes = false;  // MORERECORDTYPES: SRV and CAA records are read from files and kept
 };
 
 // How LoadFile keeps the records of a file.
@@ -68,8 +69,9 @@ public:
     // log is the engine's AddLine.
     RecordStore(const Clock& clock, std::filesystem::path programFolder, Log log);
     void configure(const StoreSettings& settings) { m_settings = settings; }
-    // Whether a record of this type read from a file or a transfer is kept: AAAA only when switched on.
-    bool keepsType(int type) const { return type != rtype::AAAA || m_settings.aaaa; }
+    // Whether a record of this type read from a file or a transfer is kept: a type of the record-type
+    // table when its setting is on, and the store's own entries (DFCN).
+    bool keepsType(int type) const;
     // Called by CheckNewZone for each primary zone it loaded (empty PrimaryIP): NOTIFY's hand-off.
     void setZoneNotify(ZoneNotify notify) { m_notify = std::move(notify); }
 

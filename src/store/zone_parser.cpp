@@ -1,3 +1,5 @@
+// The zone-file reader: lines joined and cut into words, and each record's data read field by
+// field as the record-type table describes its type.
 #include "store/zone_parser.h"
 
 #include "store/dns_record.h"
@@ -114,6 +116,8 @@ private:
     bool readName(std::string_view token, std::string& name) const;
     bool readData(const std::string& type, const std::vector<Token>& fields, size_t next,
                   std::string_view line, ZoneRecord& record) const;
+    bool readField(Field field, std::string_view token, std::string_view rest, bool last,
+                   ZoneRecord& record) const;
 
     std::string m_origin;
     std::string m_previousOwner; // empty until a line names an owner
@@ -173,65 +177,66 @@ bool LineParser::parse(std::string_view line, ZoneRecord& record)
 bool LineParser::readData(const std::string& type, const std::vector<Token>& fields, size_t next,
                           std::string_view line, ZoneRecord& record) const
 {
-    const size_t count = fields.size() - next;
-    auto field = [&](size_t i) { return fields[next + i].text; };
     record.pref = 0;
-    if (type == "A") {
-        const auto address = count >= 1 ? parseAddress(field(0)) : std::nullopt;
-        if (!address) return false;
-        record.type = rtype::A;
-        record.data = *address;
-        return true;
+    record.data.clear();
+    if (type == "DFCN") { // the store's forwarding entry, written like a CNAME
+        record.type = rtype::DFCN;
+        return next < fields.size() && readName(fields[next].text, record.data);
     }
-    if (type == "AAAA") {
-        auto address = count >= 1 ? parseAddress6(field(0)) : std::nullopt;
-        if (!address) return false;
-        record.type = rtype::AAAA;
-        record.data = std::move(*address);
-        return true;
+    const RecordType* row = findRecordType(type);
+    if (row == nullptr) return false; // a type this format does not carry
+    record.type = row->code;
+    size_t index = 0;
+    for (const Field field : row->fields) {
+        if (next >= fields.size()) return false;
+        // Strings take the rest of the line, blanks and all.
+        const std::string_view rest = trimBlanks(line.substr(fields[next].end - fields[next].text.size()));
+        if (!readField(field, fields[next++].text, rest, ++index == row->fields.size(), record)) return false;
     }
-    if (type == "NS" || type == "CNAME" || type == "PTR" || type == "DFCN") {
-        record.type = type == "NS"      ? rtype::NS
-                      : type == "CNAME" ? rtype::CNAME
-                      : type == "PTR"   ? rtype::PTR
-                                        : rtype::DFCN;
-        return count >= 1 && readName(field(0), record.data);
+    return true; // words after the last field are passed over
+}
+
+bool LineParser::readField(Field field, std::string_view token, std::string_view rest, bool last,
+                           ZoneRecord& record) const
+{
+    std::optional<Bytes> bytes;
+    switch (field) {
+    case Field::Name: {
+        std::string name;
+        if (!readName(token, name)) return false;
+        bytes = std::move(name);
+        break;
     }
-    if (type == "MX") {
-        if (count < 2) return false;
+    case Field::Preference: {
         // The preference's integer part counts, its sign is dropped: "-10.5" reads as 10.
-        std::string_view preference = field(0);
-        if (preference.front() == '-' || preference.front() == '+') preference.remove_prefix(1);
-        preference = preference.substr(0, preference.find('.'));
-        const auto value = parseNumber(preference);
+        if (token.front() == '-' || token.front() == '+') token.remove_prefix(1);
+        const auto value = parseNumber(token.substr(0, token.find('.')));
         if (!value || *value > 65535) return false;
-        record.type = rtype::MX;
         record.pref = static_cast<int32_t>(*value);
-        return readName(field(1), record.data);
-    }
-    if (type == "SOA") {
-        SoaFields soa;
-        if (count < 7 || !readName(field(0), soa.primary) || !readName(field(1), soa.mailbox)) return false;
-        uint32_t* numbers[] = {&soa.serial, &soa.refresh, &soa.retry, &soa.expire, &soa.minimum};
-        for (size_t i = 0; i < 5; ++i) {
-            const auto value = parseNumber(field(2 + i));
-            if (!value) return false;
-            *numbers[i] = *value;
-        }
-        record.type = rtype::SOA;
-        record.data = makeSoaData(soa);
         return true;
     }
-    if (type == "TXT") {
-        if (count < 1) return false;
-        const size_t start = fields[next].end - field(0).size();
-        auto text = prepareTxt(trimBlanks(line.substr(start)));
-        if (!text) return false;
-        record.type = rtype::TXT;
-        record.data = std::move(*text);
-        return true;
+    case Field::Number8:
+    case Field::Number16:
+    case Field::Number32: {
+        const size_t size = fieldSize(field);
+        const auto value = parseNumber(token);
+        if (!value || (size < 4 && *value >> (8 * size) != 0)) return false;
+        bytes.emplace();
+        for (size_t shift = size; shift-- > 0;) *bytes += static_cast<char>(*value >> (8 * shift) & 0xFF);
+        break;
     }
-    return false; // a type this format does not carry
+    case Field::IPv4: bytes = parseAddress(token); break;
+    case Field::IPv6: bytes = parseAddress6(token); break;
+    case Field::Strings: bytes = prepareTxt(rest); break;
+    case Field::Tag:
+        if (token.size() > 255 || !plainWord(token)) return false;
+        bytes = static_cast<char>(token.size()) + std::string(token);
+        break;
+    case Field::Rest: bytes = prepareString(rest); break;
+    }
+    if (!bytes) return false;
+    addStoredField(record.data, field, *bytes, last);
+    return true;
 }
 
 // Cuts a continuation line at its own comment and its ")"; true when the ")" was there.

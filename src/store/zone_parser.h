@@ -1,6 +1,7 @@
 // Reads the zone-file format: one record per line, "(" ... ")" over several lines, ";" comments,
-// "@" and blank owners, optional TTL and class, nine type words (AAAA among them; the store decides whether to keep it). Text in, records out: it never
-// touches the store or a file itself, and never throws for any input.
+// "@" and blank owners, optional TTL and class, the type words of the record-type table and DFCN
+// (every type is read; the store decides which it keeps). Text in, records out: it never touches
+// the store or a file itself, and never throws for any input.
 #pragma once
 
 #include "net/bytes.h"

@@ -49,6 +49,14 @@ std::optional<Bytes> parseAddress(std::string_view text)
     return data;
 }
 
+bool plainWord(std::string_view word)
+{
+    if (word.empty()) return false;
+    for (char c : word)
+        if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))) return false;
+    return true;
+}
+
 std::optional<uint32_t> parseNumber(std::string_view token)
 {
     if (token.empty() || token.size() > 10) return std::nullopt;

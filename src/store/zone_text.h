@@ -27,6 +27,9 @@ bool storableName(std::string_view name);
 // The 4 address bytes of strict dotted text: four decimal numbers of 0 to 255 and nothing else.
 std::optional<Bytes> parseAddress(std::string_view text);
 
+// True for a word of letters and digits only (a CAA tag), which reads back as the bare word it is.
+bool plainWord(std::string_view word);
+
 // A token of decimal digits only, up to 4294967295.
 std::optional<uint32_t> parseNumber(std::string_view token);
 

@@ -54,7 +54,8 @@ OptionsFlagsPage* OptionsFlagsPage::extensions()
          {&Settings::EDNS, "EDNS", tr("EDNS: larger replies, truncated at the size the client announces")},
          {&Settings::TCPQUERIES, "TCPQUERIES", tr("Ordinary questions over TCP port 53")},
          {&Settings::QUERYHARDENING, "QUERYHARDENING",
-          tr("Random query identifiers and source ports for questions to other servers")}},
+          tr("Random query identifiers and source ports for questions to other servers")},
+         {&Settings::MORERECORDTYPES, "MORERECORDTYPES", tr("More record types: SRV and CAA")}},
         false, tr("Additions for today's clients. Each is off until ticked here."));
 }
 

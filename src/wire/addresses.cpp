@@ -101,14 +101,6 @@ std::string IPToBin(std::string_view text)
     return bits;
 }
 
-std::string BinToIP(std::string_view bits)
-{
-    uint32_t address = 0;
-    for (size_t i = 0; i < 32; ++i)
-        address = address << 1 | (i < bits.size() && bits[i] == '1' ? 1u : 0u);
-    return addressText(address);
-}
-
 bool SameNet(std::string_view a, std::string_view b, std::string_view mask) noexcept
 {
     const int length = maskLength(mask);
@@ -163,11 +155,6 @@ std::string DataToArpa(std::string_view data)
         reportError("modDNS DataToArpa", e.what());
     }
     return name;
-}
-
-std::string IPToArpa(std::string_view text)
-{
-    return DataToArpa(IPToData(text));
 }
 
 } // namespace quorvane

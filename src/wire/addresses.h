@@ -22,10 +22,6 @@ uint32_t addressValue(std::string_view text);
 // The address as 32 characters "0"/"1", most significant bit first.
 std::string IPToBin(std::string_view text);
 
-// Dotted text from a bit string as IPToBin writes it. Any character other than "1" is a 0 bit, and
-// missing characters at the end are 0 bits.
-std::string BinToIP(std::string_view bits);
-
 // True when a and b agree in every bit up to the mask's last set bit (a mask with holes counts as
 // if they were set); a mask without set bits puts every pair in the same network.
 bool SameNet(std::string_view a, std::string_view b, std::string_view mask) noexcept;
@@ -47,6 +43,5 @@ std::string ArpaToIP(std::string_view name);
 
 // The reverse name of address data ("1.0.0.10.in-addr.arpa." for 10 0 0 1); missing bytes are 0.
 std::string DataToArpa(std::string_view data);
-std::string IPToArpa(std::string_view text);
 
 } // namespace quorvane

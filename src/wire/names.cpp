@@ -154,24 +154,6 @@ void ExtractNameInto(std::string_view message, std::string_view& remainder, std:
     name.clear();
 }
 
-std::string UnzipName(std::string_view message, int offset)
-{
-    try {
-        // Offsets are 16-bit signed values, and the position after 32767 cannot be formed.
-        if (offset < 0 || offset >= 32767) {
-            reportError("modDNS UnzipName", "offset " + std::to_string(offset) + " is out of range");
-            return {};
-        }
-        const auto at = static_cast<size_t>(offset);
-        std::string& text = scratch();
-        if (at < message.size() && readName(message, message.substr(at), text) > 0) return text;
-        return std::string(kIncompleteName);
-    } catch (const std::exception& e) {
-        reportError("modDNS UnzipName", e.what());
-    }
-    return {};
-}
-
 Bytes ZipName(std::string_view name, std::string_view message)
 {
     try {
@@ -185,12 +167,12 @@ Bytes ZipName(std::string_view name, std::string_view message)
     return {};
 }
 
-void appendName(Bytes& out, std::string_view name)
+void appendName(Bytes& out, std::string_view name, bool compressed)
 {
     try {
         Bytes& wire = scratch();
         appendLabels(wire, name);
-        if (!out.empty()) compress(wire, out);
+        if (compressed && !out.empty()) compress(wire, out);
         out += wire;
     } catch (const std::exception& e) {
         reportError("modDNS ZipName", e.what());

@@ -28,19 +28,15 @@ std::string ExtractName(std::string_view message, std::string_view& remainder, b
 // reading a name allocates nothing once the buffer has grown to the longest name.
 void ExtractNameInto(std::string_view message, std::string_view& remainder, std::string& name);
 
-// The name at the given offset of message, read as ExtractName reads it. An offset at or past the
-// end gives "incomplete."; a negative offset or one of 32767 or more is reported as an error and
-// gives an empty text.
-std::string UnzipName(std::string_view message, int offset);
-
 // The wire form of a name given as text, with or without its trailing ".". Blanks around labels are
 // dropped, a label longer than 63 characters is cut to 63, letters keep their case. When message is
 // not empty, the longest run of trailing labels found anywhere in it is replaced by a pointer to
 // its first occurrence.
 Bytes ZipName(std::string_view name, std::string_view message);
 // Appends the wire form of name to the message being built in out, compressed against what out
-// already holds; as ZipName(name, out) appended, without the copy in between.
-void appendName(Bytes& out, std::string_view name);
+// already holds unless compress is off (types whose names must travel whole); as
+// ZipName(name, out) appended, without the copy in between.
+void appendName(Bytes& out, std::string_view name, bool compress = true);
 
 // The name one label up, in normal form: "b.c." for "a.b.c."; the root for a top-level name and
 // for the root itself.

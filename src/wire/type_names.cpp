@@ -2,6 +2,8 @@
 #include "wire/type_names.h"
 
 #include "net/error_hook.h"
+#include "wire/dns_codes.h"
+#include "wire/record_types.h"
 
 #include <cstdlib>
 #include <exception>
@@ -11,7 +13,8 @@ namespace quorvane {
 
 namespace {
 
-// Types 1-16 in cells of five characters, padded with blanks, in type order.
+// Types 1-16 in cells of five characters, padded with blanks, in type order: the obsolete ones have
+// no row in the record-type table, and the rows of this range agree with their cells.
 constexpr std::string_view kTypeCells =
     "A    NS   MD   MF   CNAMESOA  MB   MG   MR   NULL WKS  PTR  HINFOMINFOMX   TXT  ";
 // The query-only types 252-255, in the same form.
@@ -31,8 +34,7 @@ std::string RTypeN(int type)
     try {
         const long long n = std::llabs(type);
         if (n >= 1 && n <= 16) return cellText(kTypeCells, n - 1);
-        if (n == 28) return "AAAA";
-        if (n == 33) return "SRV";
+        if (const RecordType* row = findRecordType(static_cast<int>(n))) return std::string(row->mnemonic);
         if (n >= 252 && n <= 255) return cellText(kQueryTypeCells, n - 252);
         return "?" + std::to_string(n) + "?";
     } catch (const std::exception& e) {
@@ -45,17 +47,17 @@ std::string RCodeN(int rcode)
 {
     try {
         switch (rcode) {
-        case 0:
+        case kRcodeNoError:
             return "No Error";
-        case 1:
+        case kRcodeFormatError:
             return "Format Error - could not interpret the query.";
-        case 2:
+        case kRcodeServerFailure:
             return "Server Failure.";
-        case 3:
+        case kRcodeNameError:
             return "Name does not exist!";
-        case 4:
+        case kRcodeNotImplemented:
             return "Not implemented - no support for this query type.";
-        case 5:
+        case kRcodeRefused:
             return "Refused - will not answer this client or this query type.";
         default:
             return "Unknown error.";
@@ -73,13 +75,13 @@ std::string OpCodeN(int opcode)
 {
     try {
         switch (opcode) {
-        case 0:
+        case kOpcodeQuery:
             return "Standard Query";
-        case 1:
+        case kOpcodeInverse:
             return "Inverse Query Request";
-        case 2:
+        case kOpcodeStatus:
             return "Server Status Request";
-        case 4:
+        case kOpcodeNotify:
             return "Notification Request";
         // The number keeps the blank that stands before a non-negative number in the log.
         default:
@@ -95,13 +97,13 @@ std::string ClassN(int dnsClass)
 {
     try {
         switch (dnsClass) {
-        case 1:
+        case kClassIN:
             return "Internet class record";
-        case 2:
+        case kClassCS:
             return "CSNET class record";
-        case 3:
+        case kClassCH:
             return "CHAOS class record";
-        case 4:
+        case kClassHS:
             return "Hesiod [Dyer 87] class record";
         default:
             return "Unknown class (" + std::to_string(dnsClass) + ") record";

@@ -1,7 +1,8 @@
 // Feeds arbitrary bytes to the intake of client queries as one datagram, with the additions for
 // today's clients picked by the first byte: EDNS (OPT records of any shape, several of them,
-// options running past their end), AAAA and questions answered over TCP. The zone served holds
-// enough records that replies are cut. Any crash, sanitizer report or hang is a finding.
+// options running past their end), AAAA with SRV and CAA, and questions answered over TCP. The zone
+// served holds enough records that replies are cut. Any crash, sanitizer report or hang is a
+// finding.
 #include "fuzz_support.h"
 #include "query/dns_service.h"
 
@@ -28,16 +29,20 @@ struct Server {
     Server()
     {
         StoreSettings settings;
-        settings.aaaa = true;
+        settings.aaaa = settings.moreTypes = true;
         store.configure(settings);
         store.CacheAddF("fuzz.test.", rtype::SOA, 60,
-                        std::string("ns.fuzz.test.\0admin.fuzz.test.\0", 31) + std::string(20, '\1'), 0, true);
+                        std::string("ns.fuzz.test.\0admin.fuzz.test.\0", 31) + std::string(20, '\1'), 0,
+                        true);
         for (int i = 0; i < 60; ++i) {
-            store.CacheAddF("many.fuzz.test.", rtype::A, 60, std::string("\x0a\x00\x00", 3) + static_cast<char>(i), 0,
-                            true);
-            store.CacheAddF("many.fuzz.test.", rtype::AAAA, 60, std::string(15, '\x20') + static_cast<char>(i), 0,
-                            true);
+            store.CacheAddF("many.fuzz.test.", rtype::A, 60,
+                            std::string("\x0a\x00\x00", 3) + static_cast<char>(i), 0, true);
+            store.CacheAddF("many.fuzz.test.", rtype::AAAA, 60,
+                            std::string(15, '\x20') + static_cast<char>(i), 0, true);
         }
+        store.CacheAddF("fuzz.test.", rtype::SRV, 60, std::string("\0\1\0\2\0\3many.fuzz.test.", 21), 0,
+                        true);
+        store.CacheAddF("fuzz.test.", rtype::CAA, 60, std::string("\0\5issueca.fuzz.test.", 20), 0, true);
     }
 };
 
@@ -51,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     QuerySettings settings;
     settings.recursion = "<none>";
     settings.edns = (input[0] & 1) != 0;
-    settings.aaaa = (input[0] & 2) != 0;
+    settings.aaaa = settings.moreTypes = (input[0] & 2) != 0;
     settings.tcpQueries = (input[0] & 4) != 0;
     s.dns.configure(settings);
     const SocketId tcp = (input[0] & 8) != 0 ? 7 : kNoSocket;

@@ -2,7 +2,7 @@
 // that is waiting for one: the input is the answer's flags, its three record counts and its records,
 // after the identifier and question that the server expects. The first input byte also picks
 // forwarding or resolution from the root, so that referrals and sub-requests are reached, and
-// switches the additions (AAAA, EDNS, TCP, hardening) on or off; one bit hands the answer in as if
+// switches the additions (AAAA with SRV and CAA, EDNS, TCP, hardening) on or off; one bit hands the answer in as if
 // it came over TCP. The raw input is offered as a whole message too. Any crash, sanitizer report or
 // hang is a finding.
 #include "fuzz_support.h"
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.forwarding = (input[0] & 1) != 0;
     settings.forwarders = {"127.0.0.3"};
     settings.spoofSecure = (input[0] & 2) != 0;
-    settings.aaaa = (input[0] & 4) != 0;
+    settings.aaaa = settings.moreTypes = (input[0] & 4) != 0;
     settings.edns = (input[0] & 8) != 0;
     settings.tcpQueries = (input[0] & 16) != 0;
     settings.hardening = (input[0] & 32) != 0;

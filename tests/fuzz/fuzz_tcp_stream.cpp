@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const unsigned flags = input.empty() ? 0 : static_cast<unsigned char>(input.back());
     settings.tcpQueries = (flags & 1) != 0;
     settings.edns = (flags & 2) != 0;
-    settings.aaaa = (flags & 4) != 0;
+    settings.aaaa = settings.moreTypes = (flags & 4) != 0;
     s.dns.configure(settings);
     s.tcp.connectionRequest(connection, {0x0A000001, 5353}, true);
     while (!input.empty()) {

@@ -64,7 +64,7 @@ struct Client
     {
         zts.closeAll();
         StoreSettings settings;
-        settings.aaaa = true; // AAAA records of any data length reach the reader
+        settings.aaaa = settings.moreTypes = true; // every type of the table reaches the reader
         store.configure(settings);
         store.LoadZone(kZone);
     }

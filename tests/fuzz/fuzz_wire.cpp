@@ -5,6 +5,7 @@
 #include "wire/names.h"
 #include "wire/numbers.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -58,7 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int32_t id = ExtractShort(rest, true);
     for (int field = 0; field < 5; ++field)
         ExtractShort(rest, true);
-    writeBack(message, UnzipName(message, id & 0x3FFF));
+    std::string_view atId =
+        message.substr(std::min<size_t>(static_cast<size_t>(id & 0x3FFF), message.size()));
+    writeBack(message, ExtractName(message, atId, false));
 
     // Every read takes at least one byte or empties what is left, so this ends.
     while (!rest.empty()) {

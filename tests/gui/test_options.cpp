@@ -207,7 +207,7 @@ private slots:
         h.type("dhcpTo", "10.0.0.60");
         h.type("dhcpGateway", "0.0.0.0");
         h.at<ctlTTL>("dhcpLease").setSeconds(86400);
-        for (const char* flag : {"AAAARECORDS", "EDNS", "TCPQUERIES", "QUERYHARDENING"})
+        for (const char* flag : {"AAAARECORDS", "EDNS", "TCPQUERIES", "QUERYHARDENING", "MORERECORDTYPES"})
             h.tick(flag, true);
         h.ok();
 
@@ -216,6 +216,7 @@ private slots:
         expected.STARTMINI = expected.AUTOCNAME = expected.CACHERELOAD = expected.RECURSIONOUT = true;
         expected.SPOOFSECURE = expected.WRITELOG = expected.LOGINONLY = true;
         expected.AAAARECORDS = expected.EDNS = expected.TCPQUERIES = expected.QUERYHARDENING = true;
+        expected.MORERECORDTYPES = true;
         expected.LOGDETAIL = expected.LOGBLOCK = false;
         expected.HOSTS = hosts.fileName().toStdString();
         expected.HOSTSTTL = 7200;

@@ -1,5 +1,5 @@
-// The four additions for today's clients, each checked with its setting on and off: AAAA records,
-// EDNS with truncation, questions over TCP, and hardened outgoing queries.
+// The five additions for today's clients, each checked with its setting on and off: AAAA records,
+// EDNS with truncation, questions over TCP, hardened outgoing queries, and SRV and CAA records.
 #include "query/dns_service.h"
 #include "query/edns.h"
 #include "support/dns_message.h"
@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace quorvane::test {
@@ -26,7 +27,9 @@ std::string bigZone()
                        "ns IN A 10.0.0.1\n"
                        "mail IN A 10.0.0.25\n"
                        "mail IN AAAA 2001:db8::25\n"
-                       "v6 IN AAAA 2001:DB8:0:0:0:0:0:1\n";
+                       "v6 IN AAAA 2001:DB8:0:0:0:0:0:1\n"
+                       "_sip._tcp IN SRV 10 60 5060 mail.zone.\n"
+                       "@ IN CAA 0 issue \"ca.example.net\"\n";
     for (int i = 1; i <= 40; ++i) zone += "many IN A 10.1.0." + std::to_string(i) + "\n";
     for (int i = 1; i <= 120; ++i) zone += "lots IN A 10.2.0." + std::to_string(i) + "\n";
     return zone;
@@ -48,6 +51,7 @@ struct Server {
         StoreSettings stored;
         stored.hostsPath = "hosts";
         stored.aaaa = settings.aaaa;
+        stored.moreTypes = settings.moreTypes;
         store.configure(stored);
         store.LoadPerm();
         host.maxLevel = -1;
@@ -66,7 +70,7 @@ struct Server {
     Bytes last;
 };
 
-QuerySettings flags(bool aaaa, bool edns, bool tcp, bool hardening)
+QuerySettings flags(bool aaaa, bool edns, bool tcp, bool hardening, bool moreTypes = false)
 {
     QuerySettings s;
     s.forwarding = true;
@@ -75,6 +79,7 @@ QuerySettings flags(bool aaaa, bool edns, bool tcp, bool hardening)
     s.edns = edns;
     s.tcpQueries = tcp;
     s.hardening = hardening;
+    s.moreTypes = moreTypes;
     return s;
 }
 
@@ -94,7 +99,8 @@ TEST(ProtocolFlags, AaaaRecordsOnlyWhenSwitchedOn)
     r = on.ask(makeQuery(2, "zone.", 15, true));
     EXPECT_EQ(r.section(4), (Lines{"mail.zone. A 10.0.0.25", "mail.zone. AAAA 2001:db8::25"}));
     EXPECT_EQ(on.ask(makeQuery(3, "laptop.", 28, true)).section(2), Lines{"laptop. AAAA 2001:db8::7"});
-    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.", 12, true))
+    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.",
+                               12, true))
                   .section(2)
                   .size(),
               1u);
@@ -102,6 +108,43 @@ TEST(ProtocolFlags, AaaaRecordsOnlyWhenSwitchedOn)
     r = on.ask(makeQuery(5, "ns.zone.", 28, true));
     EXPECT_EQ(r.rcode, 0);
     EXPECT_TRUE(r.section(2).empty());
+}
+
+TEST(ProtocolFlags, SrvAndCaaOnlyWhenSwitchedOn)
+{
+    Server off(flags(false, false, false, false));
+    EXPECT_EQ(off.ask(makeQuery(1, "_sip._tcp.zone.", 33, true)).rcode, 4);
+    EXPECT_EQ(off.ask(makeQuery(2, "zone.", 257, true)).rcode, 4);
+    EXPECT_TRUE(off.store.records("_sip._tcp.zone.").empty()) << "the zone's SRV line is skipped";
+    EXPECT_EQ(off.ask(makeQuery(3, "zone.", 255, true)).section(2).size(), 3u) << "SOA, NS and MX only";
+
+    Server on(flags(false, false, false, false, true));
+    on.host.maxLevel = 1;
+    auto r = on.ask(makeQuery(1, "_sip._tcp.zone.", 33, true));
+    EXPECT_TRUE(r.ok && r.aa);
+    EXPECT_EQ(r.section(2), Lines{"_sip._tcp.zone. SRV 10 60 5060 mail.zone."});
+    EXPECT_EQ(r.section(4), Lines{"mail.zone. A 10.0.0.25"}) << "the target's address, as for MX";
+    EXPECT_NE(std::find(on.host.lines.begin(), on.host.lines.end(),
+                        "-> Answer: SRV-record for _sip._tcp.zone. = 10 60 5060 mail.zone."),
+              on.host.lines.end());
+    EXPECT_EQ(on.ask(makeQuery(2, "zone.", 257, true)).section(2),
+              Lines{"zone. CAA 0 issue \"ca.example.net\""});
+
+    // Forwarded, cached, answered from the cache and written to named.cache.
+    const Bytes caa = Bytes("\x00\x05issue", 7) + "ca.other.";
+    on.ask(makeQuery(3, "away.example.", 257, true));
+    ASSERT_EQ(on.host.queries.size(), 1u);
+    on.host.replies.clear();
+    on.dns.ProcAns({0x0A090909, 53},
+                   makeAnswer(on.host.queries[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
+    ASSERT_EQ(on.host.replies.size(), 1u);
+    EXPECT_EQ(decodeReply(on.host.replies[0].message).section(2),
+              Lines{"away.example. CAA 0 issue \"ca.other.\""});
+    EXPECT_EQ(on.ask(makeQuery(4, "away.example.", 257, true)).section(2).size(), 1u);
+    EXPECT_EQ(on.host.queries.size(), 1u) << "the second answer came from the cache";
+    on.store.saveCache(false);
+    EXPECT_NE(on.folder.read("named.cache").find("away.example. 600 CAA 0 issue \"ca.other.\"\n"),
+              std::string::npos);
 }
 
 TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
@@ -175,7 +218,8 @@ TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
     ASSERT_EQ(s.rig.network.connects.size(), 1u);
     EXPECT_EQ(s.rig.network.connects.begin()->second, (Endpoint{0x0A090909, 53}));
     EXPECT_TRUE(s.host.replies.empty());
-    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}), true);
+    s.dns.ProcAns({0x0A090909, 53}, makeAnswer(second, 0, false, {wireA(2, "away.example.", "10.2.2.2")}),
+                  true);
     ASSERT_EQ(s.host.replies.size(), 1u);
     EXPECT_EQ(decodeReply(s.host.replies[0].message).section(2), Lines{"away.example. A 10.2.2.2"});
 }

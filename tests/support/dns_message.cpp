@@ -72,9 +72,17 @@ DecodedReply decodeReply(const Bytes& message)
                 r.data += ' ' + std::to_string(static_cast<long>(ExtractLong(rdata, true)));
             } else if (r.type == 28) {
                 r.data = Data6ToText(rdata);
+            } else if (r.type == 33) {
+                for (int field = 0; field < 3; ++field)
+                    r.data += std::to_string(ExtractShort(rdata, true)) + ' ';
+                r.data += ExtractName(message, rdata, true);
+            } else if (r.type == 257 && rdata.size() >= 2) {
+                const size_t tag = static_cast<unsigned char>(rdata[1]);
+                r.data = std::to_string(static_cast<unsigned char>(rdata[0])) + ' ' +
+                         std::string(rdata.substr(2, tag)) + " \"" + std::string(rdata.substr(2 + tag)) + '"';
             } else if (r.type == 41) {
-                r.data = "payload " + std::to_string(dnsClass) + " ext " + std::to_string(r.ttl >> 24) + " version " +
-                         std::to_string(r.ttl >> 16 & 0xFF);
+                r.data = "payload " + std::to_string(dnsClass) + " ext " + std::to_string(r.ttl >> 24) +
+                         " version " + std::to_string(r.ttl >> 16 & 0xFF);
             } else {
                 r.data = std::string(rdata);
             }
@@ -90,7 +98,8 @@ WireRecord wireA(int section, const std::string& name, const std::string& addres
     return {section, name, 1, ttl, IPToData(address)};
 }
 
-WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target, uint32_t ttl)
+WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target,
+                    uint32_t ttl)
 {
     return {section, name, type, ttl, ZipName(target, "")};
 }

@@ -18,7 +18,8 @@ struct DecodedRecord {
     int type = 0;
     long ttl = 0;
     std::string data; // A dotted; NS/CNAME/PTR the name; MX "pref name"; SOA "primary mailbox serial";
-                      // AAAA its text; OPT "payload P ext E version V"
+                      // AAAA its text; SRV "priority weight port target"; CAA 'flags tag "value"';
+                      // OPT "payload P ext E version V"
 };
 
 struct DecodedReply {

@@ -1,11 +1,14 @@
-# AAAA beyond the own zones, with every flag on (AAAARecords, EDNS, TCPQueries, QueryHardening):
-#   127.0.0.2/3/4  NSD: the root, test. and example.test. (with AAAA, and AAAA glue for its server)
+# AAAA, SRV and CAA beyond the own zones, with every flag on (AAAARecords, EDNS, TCPQueries,
+# QueryHardening, MoreRecordTypes):
+#   127.0.0.2/3/4  NSD: the root, test. and example.test. (with AAAA and SRV, and AAAA glue for its
+#                  server)
 #   127.0.0.31     tc.test., a small responder that sets TC on every UDP answer and answers whole
 #                  only over TCP, logging each question with the transport it came by
-#   127.0.0.21     NSD, primary of prim.test. (with AAAA), of which Quorvane is the secondary
-#   127.0.0.11     NSD, secondary of own.test. (with AAAA), of which Quorvane is the primary
-# Quorvane resolves AAAA from the root, asks a truncating server again over TCP, keeps the AAAA of
-# the zone it takes in (and writes them to its file), and gives them away in its own transfers.
+#   127.0.0.21     NSD, primary of prim.test. (with AAAA, SRV, CAA), of which Quorvane is the secondary
+#   127.0.0.11     NSD, secondary of own.test. (with AAAA, SRV, CAA), of which Quorvane is the primary
+# Quorvane resolves AAAA and SRV from the root, asks a truncating server again over TCP, keeps the
+# AAAA, SRV and CAA of the zone it takes in (and writes them to its file), and gives them away in
+# its own transfers.
 zones="$WORK/zones"
 mkdir -p "$zones"
 root_zone >"$zones/root.zone"
@@ -29,6 +32,7 @@ root_zone >"$zones/root.zone"
     echo "www IN CNAME dual"
     echo "dual IN A 192.0.2.80"
     echo "dual IN AAAA 2001:db8::80"
+    echo "_sip._tcp IN SRV 0 5 5060 dual"
 } >"$zones/example.zone"
 {
     echo '$ORIGIN prim.test.'
@@ -36,6 +40,8 @@ root_zone >"$zones/root.zone"
     echo "@ IN NS ns"
     echo "ns IN A 127.0.0.21"
     echo "v6 IN AAAA 2001:db8:2::6"
+    echo "_sip._udp IN SRV 1 2 3 v6"
+    echo "@ IN CAA 0 issue \"ca.prim.test\""
 } >"$zones/prim.zone"
 start_nsd 127.0.0.2 . "$zones/root.zone"
 start_nsd 127.0.0.3 test. "$zones/test.zone"
@@ -103,7 +109,7 @@ within 5 tc_listening || fail "the truncating server does not listen"
 folder="$WORK/folder"
 mkdir -p "$folder/data"
 printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
-printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\n' \
+printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\nMoreRecordTypes: YES\n' \
     >"$folder/quorvane.ini"
 cat >"$folder/data/own.test.dns" <<'ZONE'
 ; NotSecure
@@ -111,6 +117,8 @@ cat >"$folder/data/own.test.dns" <<'ZONE'
       IN NS  ns
 ns    IN A   127.0.0.1
 v6    IN AAAA 2001:db8:1::6
+_ldap._tcp IN SRV 10 60 389 ns
+@     IN CAA 128 iodef "mailto:admin@own.test"
 ZONE
 printf '; PrimaryIP 127.0.0.21\n' >"$folder/data/prim.test.dns"
 start_server "$folder"
@@ -124,6 +132,8 @@ answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) ou
 for line in "127.0.0.2 (.)" "127.0.0.3 (test.)" "127.0.0.4 (example.test.)"; do
     grep -qF "Sending request to $line for AAAA-record for www.example.test." "$WORK/stdout" || fail "not asked: $line"
 done
+[ "$(answer _sip._tcp.example.test SRV)" = "_sip._tcp.example.test. SRV 0 5 5060 dual.example.test." ] ||
+    fail "SRV from the root: $(q _sip._tcp.example.test SRV)"
 # Asked over TCP, the answer waits for example.test.'s server like one asked over UDP.
 [ "$(answer +tcp dual.example.test A)" = "dual.example.test. A 192.0.2.80" ] || fail "A over TCP: $(q +tcp dual.example.test A)"
 
@@ -139,11 +149,17 @@ within 20 prim_served || fail "prim.test. AAAA not served: $(q +norec v6.prim.te
 named-checkzone -D -o - prim.test "$folder/data/prim.test.dns" 2>/dev/null |
     grep -qE '^v6\.prim\.test\.[[:space:]]+[0-9]+[[:space:]]+IN[[:space:]]+AAAA[[:space:]]+2001:db8:2::6$' ||
     fail "prim.test.dns does not hold the AAAA: $(cat "$folder/data/prim.test.dns")"
+[ "$(aa_answer 127.0.0.1 _sip._udp.prim.test SRV)" = "1 2 3 v6.prim.test." ] || fail "prim.test. SRV not served"
+[ "$(aa_answer 127.0.0.1 prim.test CAA)" = '0 issue "ca.prim.test"' ] || fail "prim.test. CAA not served"
+grep -qE '^prim\.test\. [0-9]+ CAA 0 issue "ca\.prim\.test"$' "$folder/data/prim.test.dns" ||
+    fail "prim.test.dns does not hold the CAA: $(cat "$folder/data/prim.test.dns")"
 
 # --- Transfer out: an NSD secondary serves the AAAA of Quorvane's zone --------------------------------
 NSD_ZONE_OPTIONS="request-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.11 own.test. "$WORK/own.zone"
 [ "$(aa_answer 127.0.0.11 v6.own.test AAAA)" = 2001:db8:1::6 ] ||
     fail "NSD secondary: $(dig @127.0.0.11 +norec v6.own.test AAAA; cat "$WORK/nsd-127.0.0.11/nsd.log")"
+[ "$(aa_answer 127.0.0.11 _ldap._tcp.own.test SRV)" = "10 60 389 ns.own.test." ] || fail "NSD secondary: SRV"
+[ "$(aa_answer 127.0.0.11 own.test CAA)" = '128 iodef "mailto:admin@own.test"' ] || fail "NSD secondary: CAA"
 grep -qE "Sending Zone Transfer to 127\.0\.0\.[0-9]+ for own\.test\.?$" "$WORK/stdout" || fail "no transfer line"
 kill -0 "$SERVER_PID" || fail "server ended"
 stop_server

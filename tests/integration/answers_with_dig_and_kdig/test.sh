@@ -1,6 +1,8 @@
 # dig and kdig ask the real binary for its own zone and hosts file: A, MX with its additional
 # address, a CNAME chain, NXDOMAIN with the SOA, ANY, PTR from the hosts file, the AA and RA bits.
-# The hosts file lies under a path with capitals, which must be kept as written.
+# The hosts file lies under a path with capitals, which must be kept as written. The zone's SRV and
+# CAA lines are skipped, and their questions not implemented, until MoreRecordTypes is switched on;
+# then both answer, the SRV with its target's address.
 folder="$WORK/folder"
 hosts="$WORK/Office Files/Hosts"
 mkdir -p "$folder/data" "$(dirname "$hosts")"
@@ -16,6 +18,8 @@ mail     IN A   10.0.0.25
 www      IN CNAME web
 web      IN CNAME files.office.test.
 files    IN A   10.0.0.30
+_sip._tcp IN SRV 10 60 5060 mail
+@        IN CAA 0 issue "ca.example.net"
 ZONE
 printf '10.0.0.40  laptop  laptop-wifi   # the boss\n' >"$hosts"
 
@@ -55,4 +59,22 @@ grep -q 'status: NOERROR' "$WORK/kdig" && grep -qE 'files\.office\.test\.\s+8640
     || fail "kdig: $(cat "$WORK/kdig")"
 kdig @127.0.0.1 +retry=0 +timeout=2 +tcp office.test SOA >"$WORK/kdig-tcp" 2>&1 || true
 kill -0 "$SERVER_PID" || fail "server died after a TCP connection"
+q _sip._tcp.office.test SRV | grep -q 'status: NOTIMP' || fail "SRV without MoreRecordTypes: $(q _sip._tcp.office.test SRV)"
+stop_server
+
+# --- With MoreRecordTypes ----------------------------------------------------------------------------
+echo "MoreRecordTypes: YES" >>"$folder/quorvane.ini"
+start_server "$folder" --quiet
+for _ in $(seq 100); do dns_bound && break; sleep 0.1; done
+dns_bound || fail "port 53 not bound again"
+srv='_sip\._tcp\.office\.test\.\s+86400\s+IN\s+SRV\s+10 60 5060 mail\.office\.test\.$'
+caa='^office\.test\.\s+86400\s+IN\s+CAA\s+0 issue "ca\.example\.net" ?$' # kdig adds a blank
+q _sip._tcp.office.test SRV >"$WORK/srv"
+grep -qE "^$srv" "$WORK/srv" || fail "SRV: $(cat "$WORK/srv")"
+grep -A1 'ADDITIONAL SECTION' "$WORK/srv" | grep -qE '^mail\.office\.test\.\s.*A\s+10\.0\.0\.25$' || fail "SRV additional"
+q office.test CAA | grep -qE "$caa" || fail "CAA: $(q office.test CAA)"
+kdig @127.0.0.1 +retry=0 +timeout=2 _sip._tcp.office.test SRV >"$WORK/kdig-srv" || fail "kdig SRV"
+grep -qE "^$srv" "$WORK/kdig-srv" || fail "kdig SRV: $(cat "$WORK/kdig-srv")"
+kdig @127.0.0.1 +retry=0 +timeout=2 office.test CAA >"$WORK/kdig-caa" || fail "kdig CAA"
+grep -qE "$caa" "$WORK/kdig-caa" || fail "kdig CAA: $(cat "$WORK/kdig-caa")"
 stop_server

@@ -87,7 +87,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.BOMBLEVEL = 50;
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
-    s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = true;
+    s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
     s.USER = "DnsUser"; // keeps its letter case
 
     const std::string text = formatIni(s, 40123);
@@ -113,6 +113,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "EDNS: YES\n"
                     "TCPQueries: YES\n"
                     "QueryHardening: YES\n"
+                    "MoreRecordTypes: YES\n"
                     "User: DnsUser\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");

@@ -31,11 +31,4 @@ TEST(DnsRecord, LearnedTTLCountsDownAndPermanentStays)
     EXPECT_EQ(learned.TTL(start + 1e6), std::numeric_limits<int32_t>::min());
 }
 
-TEST(DnsRecord, KeyText)
-{
-    EXPECT_EQ(keyText(1), "0000000001K");
-    EXPECT_EQ(keyText(4294967295u), "4294967295K");
-    EXPECT_EQ(keyText(12345678901ull), "12345678901K");
-}
-
 } // namespace quorvane

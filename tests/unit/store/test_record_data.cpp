@@ -50,7 +50,7 @@ TEST(RecordData, TxtTextAndDataRoundTrip)
               "\"abc\"");
 }
 
-TEST(RecordData, SoaAndRecordLines)
+TEST(RecordData, SoaAndDataFilesCannotCarry)
 {
     const SoaFields soa{"ns.zone.", "admin.zone.", 4000000000u, 3600, 600, 604800, 300};
     const Bytes data = makeSoaData(soa);
@@ -69,17 +69,14 @@ TEST(RecordData, SoaAndRecordLines)
         record.Pref = pref;
         return recordDataText(record).value_or("-");
     };
-    EXPECT_EQ(line(rtype::A, Bytes("\x0a\x00\x00\x01", 4)), "A 10.0.0.1");
     EXPECT_EQ(line(rtype::A, "abc"), "-");
-    EXPECT_EQ(line(rtype::NS, "ns.zone."), "NS ns.zone.");
     EXPECT_EQ(line(rtype::CNAME, "a b."), "-") << "a blank would split the name when read back";
-    EXPECT_EQ(line(rtype::PTR, "host."), "PTR host.");
-    EXPECT_EQ(line(rtype::MX, "mail.zone.", 10), "MX 10 mail.zone.");
     EXPECT_EQ(line(rtype::SOA, data), "SOA ns.zone. admin.zone. 4000000000 3600 600 604800 300");
-    EXPECT_EQ(line(rtype::TXT, "\x02hi"), "TXT \"hi\"");
+    EXPECT_EQ(line(rtype::SOA, data + "x"), "-") << "a byte after the last field";
+    EXPECT_EQ(line(rtype::MX, "mail.zone.", 70000), "-");
+    EXPECT_EQ(line(rtype::TXT, ""), "-");
     EXPECT_EQ(line(rtype::DFCN, "target."), "-");
     EXPECT_EQ(line(rtype::kNameMarker, ""), "-");
-    EXPECT_EQ(line(rtype::AAAA, Bytes("\x20\x01\x0d\xb8", 4) + Bytes(11, '\0') + "\x05"), "AAAA 2001:db8::5");
     EXPECT_EQ(line(rtype::AAAA, Bytes(4, '\1')), "-");
     EXPECT_EQ(line(99, "bytes"), "-");
 }

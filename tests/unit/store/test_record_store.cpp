@@ -44,7 +44,7 @@ TEST(RecordStore, KeysFindRecordsAndZoneRemovalTakesOnlyItsOwn)
 {
     StoreFixture f;
     const RecordKey first = f.store.CacheAddF("a.zone.", rtype::A, 60, address(1), 0, true);
-    EXPECT_EQ(keyText(first), "0000000001K");
+    EXPECT_EQ(first, 1u);
     f.store.CacheAdd("a.zone.", rtype::MX, 60, "mx.zone.", 5); // learned: no key
     const RecordKey second = f.store.CacheAddF("a.zone.", rtype::A, 60, address(2), 0, true);
     EXPECT_EQ(second, first + 1);

@@ -24,8 +24,6 @@ TEST(AddressForms, TextAndData)
     EXPECT_EQ(CanonicalIP("010.001.1"), "10.1.1.0");
 
     EXPECT_EQ(IPToBin("192.168.1.5"), "11000000101010000000000100000101");
-    EXPECT_EQ(BinToIP("11000000101010000000000100000101"), "192.168.1.5");
-    EXPECT_EQ(BinToIP("1x1"), "160.0.0.0") << "anything but 1 is a 0 bit, and missing bits are 0";
 }
 
 TEST(AddressForms, SameNetComparesUpToTheMasksLastBit)
@@ -93,7 +91,6 @@ TEST(ReverseNames, ToAndFromAddresses)
 
     EXPECT_EQ(DataToArpa(wire({10, 0, 0, 1})), "1.0.0.10.in-addr.arpa.");
     EXPECT_EQ(DataToArpa(wire({10, 9})), "0.0.9.10.in-addr.arpa.") << "missing bytes are 0";
-    EXPECT_EQ(IPToArpa("192.168.1.20"), "20.1.168.192.in-addr.arpa.");
 }
 
 } // namespace quorvane

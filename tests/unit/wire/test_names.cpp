@@ -90,24 +90,6 @@ TEST(ExtractName, UnreadableNamesEndIncomplete)
     });
 }
 
-TEST(UnzipName, ReadsAtAnOffset)
-{
-    const Bytes query = exampleQuery();
-    ErrorCapture errors;
-    EXPECT_EQ(UnzipName(query, 16), "example.com.");
-    EXPECT_EQ(UnzipName(query, 32), "incomplete.") << "the last byte of the class is a cut label";
-    EXPECT_EQ(UnzipName(query, 33), "incomplete.") << "at the end";
-    EXPECT_EQ(UnzipName(query, 32766), "incomplete.") << "past the end";
-    EXPECT_EQ(UnzipName(wire({1, "a", 0xC0, 0}), 0), repeat("a.", 128) + "incomplete.");
-    EXPECT_TRUE(errors.labels.empty());
-
-    // The offset is a 16-bit signed value, and the position after 32767 cannot be formed.
-    const Bytes big = Bytes(32767, 'x') + wire({1, "a", 0});
-    EXPECT_EQ(UnzipName(big, 32767), "");
-    EXPECT_EQ(UnzipName(big, -1), "");
-    EXPECT_EQ(errors.labels, std::vector<std::string>(2, "modDNS UnzipName"));
-}
-
 TEST(ZipName, WritesTheWireForm)
 {
     const std::string x63(63, 'x'), y70(70, 'y');

@@ -21,7 +21,7 @@ using namespace quorvane;
 using fuzz::QuietHost;
 using fuzz::StillClock;
 
-struct Resolver {
+struct Rig {
     StillClock clock;
     QuietHost host;
     RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
@@ -30,7 +30,7 @@ struct Resolver {
     OutgoingQueries outgoing{network};
     DnsService dns{host, clock, store, counters, outgoing};
 
-    Resolver()
+    Rig()
     {
         store.CacheAddF(".", rtype::NS, 3600000, "a.root.", 0, true);
         store.CacheAddF("a.root.", rtype::A, 3600000, std::string("\x7f\x00\x00\x02", 4), 0, true);
@@ -43,7 +43,7 @@ const std::string kName = "www.example.test.";
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static Resolver r;
+    static Rig r;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     if (input.size() < 8) return 0;
 

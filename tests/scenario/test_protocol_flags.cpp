@@ -133,15 +133,15 @@ TEST(ProtocolFlags, SrvAndCaaOnlyWhenSwitchedOn)
     // Forwarded, cached, answered from the cache and written to named.cache.
     const Bytes caa = Bytes("\x00\x05issue", 7) + "ca.other.";
     on.ask(makeQuery(3, "away.example.", 257, true));
-    ASSERT_EQ(on.host.queries.size(), 1u);
+    ASSERT_EQ(on.rig.queries().size(), 1u);
     on.host.replies.clear();
     on.dns.ProcAns({0x0A090909, 53},
-                   makeAnswer(on.host.queries[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
+                   makeAnswer(on.rig.queries()[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
     ASSERT_EQ(on.host.replies.size(), 1u);
     EXPECT_EQ(decodeReply(on.host.replies[0].message).section(2),
               Lines{"away.example. CAA 0 issue \"ca.other.\""});
     EXPECT_EQ(on.ask(makeQuery(4, "away.example.", 257, true)).section(2).size(), 1u);
-    EXPECT_EQ(on.host.queries.size(), 1u) << "the second answer came from the cache";
+    EXPECT_EQ(on.rig.queries().size(), 1u) << "the second answer came from the cache";
     on.store.saveCache(false);
     EXPECT_NE(on.folder.read("named.cache").find("away.example. 600 CAA 0 issue \"ca.other.\"\n"),
               std::string::npos);

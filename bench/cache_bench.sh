@@ -3,13 +3,14 @@
 # and dnsmasq. A benchmark, not a test: CI never runs it and nothing passes or fails on it.
 # Target: Quorvane spends no more CPU per cached answer than the better of Unbound and dnsmasq.
 #
-#   sudo bench/cache_bench.sh [-l SECONDS] [-r ROUNDS] [-b QUORVANE_BINARY] [-s "RESOLVERS"]
+#   sudo bench/cache_bench.sh [-l SECONDS] [-r ROUNDS] [-b QUORVANE_BINARY] [-o OLD_BINARY] [-s "RESOLVERS"]
 #                             [-c CLIENTS] [-q OUTSTANDING] [-k]
 #
 #   -l  length of each measured run in seconds (default 10)
 #   -r  rounds: each resolver is measured this many times, taking turns; the best run of each
 #       stands (default 3)
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane; build it first)
+#   -o  an earlier Quorvane binary, measured as "quorvane-old" (put it in -s) in turn with the rest
 #   -s  which resolvers, in order (default "unbound dnsmasq quorvane"; "quorvane-flags" is Quorvane
 #       with AAAARecords, EDNS, TCPQueries and QueryHardening switched on)
 #   -c  dnsperf clients, i.e. sockets (default 1)
@@ -50,6 +51,7 @@ source "$here/bench_lib.sh"
 
 PHASE_SECONDS=10
 QUORVANE=$top/build/release/apps/quorvane/quorvane
+QUORVANE_OLD=""
 RESOLVERS="unbound dnsmasq quorvane"
 REPEATS=3
 CLIENTS=1
@@ -149,7 +151,7 @@ start_dnsmasq() {
 
 # Quorvane's program folder: settings only; data/ stays empty, it holds no zone of its own.
 start_quorvane() {
-    local dir=$1 additions=${2:-no}
+    local dir=$1 additions=${2:-no} binary=${3:-$QUORVANE}
     mkdir -p "$dir/data"
     cat >"$dir/quorvane.ini" <<EOF
 Name: cache-bench
@@ -160,10 +162,11 @@ BombLevel: 0
 CacheTTL: 0
 EOF
     [ "$additions" = yes ] && printf '%s\n' "AAAARecords: YES" "EDNS: YES" "TCPQueries: YES" "QueryHardening: YES" >>"$dir/quorvane.ini"
-    launch 0 "$dir" "$QUORVANE" --headless --quiet --dir "$dir"
+    launch 0 "$dir" "$binary" --headless --quiet --dir "$dir"
     SERVER_PID=$LAUNCHED
 }
 start_quorvane_flags() { start_quorvane "$1" yes; }
+start_quorvane_old() { start_quorvane "$1" no "$QUORVANE_OLD"; } # -o: an earlier build, for before/after
 
 stop_server() {
     kill -TERM "$SERVER_PID" 2>/dev/null || true
@@ -339,11 +342,12 @@ main() {
         return
     fi
     local opt
-    while getopts "l:r:b:s:c:q:kh" opt; do
+    while getopts "l:r:b:o:s:c:q:kh" opt; do
         case $opt in
             l) PHASE_SECONDS=$OPTARG ;;
             r) REPEATS=$OPTARG ;;
             b) QUORVANE=$(readlink -f "$OPTARG") ;;
+            o) QUORVANE_OLD=$(readlink -f "$OPTARG") ;;
             s) RESOLVERS=$OPTARG ;;
             c) CLIENTS=$OPTARG ;;
             q) OUTSTANDING=$OPTARG ;;
@@ -363,7 +367,8 @@ main() {
                     "cmake --build --preset release) or pass -b" >&2
                 exit 1
             } ;;
-            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane, quorvane-flags)" >&2; exit 2 ;;
+            quorvane-old) [ -x "$QUORVANE_OLD" ] || { echo "quorvane-old needs -o BINARY" >&2; exit 2; } ;;
+            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane, quorvane-flags, quorvane-old)" >&2; exit 2 ;;
         esac
     done
 
@@ -387,7 +392,7 @@ main() {
         --names "$NAMES" --ttl "$TTL" --ns-address "$FORWARDER" --every-name-once
 
     local v
-    for v in PHASE_SECONDS REPEATS QUORVANE RESOLVERS CLIENTS OUTSTANDING; do
+    for v in PHASE_SECONDS REPEATS QUORVANE QUORVANE_OLD RESOLVERS CLIENTS OUTSTANDING; do
         printf '%s=%q\n' "$v" "${!v}"
     done >"$WORK/settings"
     # Own network (only lo) and process namespaces: when the script ends, nothing it started

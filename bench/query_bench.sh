@@ -4,7 +4,7 @@
 # fails on it.
 #
 #   sudo bench/query_bench.sh [-l SECONDS] [-r ROUNDS] [-Q QPS] [-t TYPE]
-#                             [-b QUORVANE_BINARY] [-s "SERVERS"] [-c CLIENTS] [-q OUTSTANDING] [-k]
+#                             [-b QUORVANE_BINARY] [-o OLD_BINARY] [-s "SERVERS"] [-c CLIENTS] [-q OUTSTANDING] [-k]
 #
 #   -l  length of each measured run in seconds (default 10)
 #   -r  rounds: each server is measured this many times, taking turns; the best run of each
@@ -13,6 +13,7 @@
 #   -t  query type of every query (default A; e.g. HINFO to load a server that answers only
 #       "not implemented" yet, to try the harness on it)
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane; build it first)
+#   -o  an earlier Quorvane binary, measured as "quorvane-old" (put it in -s) in turn with the rest
 #   -s  which servers, in order (default "echo nsd knot quorvane quorvane-log"; "quorvane-flags" is
 #       Quorvane with AAAARecords, EDNS, TCPQueries and QueryHardening switched on)
 #   -c  dnsperf clients, i.e. sockets (default 1)
@@ -51,6 +52,7 @@ source "$here/bench_lib.sh"
 PHASE_SECONDS=10
 FIXED_QPS=50000
 QUORVANE=$top/build/release/apps/quorvane/quorvane
+QUORVANE_OLD=""
 SERVERS="echo nsd knot quorvane quorvane-log"
 REPEATS=3
 CLIENTS=1
@@ -98,7 +100,7 @@ start_knot() {
 
 # Quorvane's program folder: settings, the zone under data/, logs/ for the daily log file.
 start_quorvane_with() {
-    local dir=$1 write_log=$2 additions=${3:-no}
+    local dir=$1 write_log=$2 additions=${3:-no} binary=${4:-$QUORVANE}
     mkdir -p "$dir/data" "$dir/logs"
     cp "$WORK/$ZONE.dns" "$dir/data/$ZONE.dns"
     {
@@ -108,9 +110,10 @@ start_quorvane_with() {
         echo "BombLevel: 0"
         [ "$additions" = yes ] && printf '%s\n' "AAAARecords: YES" "EDNS: YES" "TCPQueries: YES" "QueryHardening: YES"
     } >"$dir/quorvane.ini"
-    launch "$dir" "$QUORVANE" --headless --quiet --dir "$dir"
+    launch "$dir" "$binary" --headless --quiet --dir "$dir"
 }
 start_quorvane() { start_quorvane_with "$1" no; }
+start_quorvane_old() { start_quorvane_with "$1" no no "$QUORVANE_OLD"; } # -o: an earlier build, for before/after
 start_quorvane_log() { start_quorvane_with "$1" yes; }
 start_quorvane_flags() { start_quorvane_with "$1" no yes; } # the four additions switched on
 
@@ -264,13 +267,14 @@ main() {
         return
     fi
     local opt
-    while getopts "l:Q:r:t:b:s:c:q:kh" opt; do
+    while getopts "l:Q:r:t:b:o:s:c:q:kh" opt; do
         case $opt in
             l) PHASE_SECONDS=$OPTARG ;;
             Q) FIXED_QPS=$OPTARG ;;
             r) REPEATS=$OPTARG ;;
             t) QTYPE=${OPTARG^^} ;;
             b) QUORVANE=$(readlink -f "$OPTARG") ;;
+            o) QUORVANE_OLD=$(readlink -f "$OPTARG") ;;
             s) SERVERS=$OPTARG ;;
             c) CLIENTS=$OPTARG ;;
             q) OUTSTANDING=$OPTARG ;;
@@ -287,6 +291,9 @@ main() {
                 "cmake --build --preset release) or pass -b" >&2
             exit 1
         } ;;
+    esac
+    case " $SERVERS " in
+        *" quorvane-old "*) [ -x "$QUORVANE_OLD" ] || { echo "quorvane-old needs -o BINARY" >&2; exit 2; } ;;
     esac
 
     install_missing
@@ -309,7 +316,7 @@ main() {
     python3 "$here/make_zone.py" "$WORK/$ZONE.dns" "$WORK/queries.txt" --type "$QTYPE"
 
     local v
-    for v in PHASE_SECONDS FIXED_QPS QTYPE REPEATS QUORVANE SERVERS CLIENTS OUTSTANDING; do
+    for v in PHASE_SECONDS FIXED_QPS QTYPE REPEATS QUORVANE QUORVANE_OLD SERVERS CLIENTS OUTSTANDING; do
         printf '%s=%q\n' "$v" "${!v}"
     done >"$WORK/settings"
     # Own network (only lo) and process namespaces: when the script ends, nothing it started

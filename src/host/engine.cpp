@@ -38,7 +38,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
           m_secondaryNet, clock, *this, m_store, m_outgoing, [this](const clZone& zone) { m_notifications.ZoneNotify(zone); },
           [this] { return m_serverRunning; }),
       m_notifications(*this, m_store, m_counters, m_outgoing, m_ZoneTS),
-      m_dnsTcp(m_dnsPort, clock, *this, m_dns, m_flood), m_zoneTransfers(clock, *this, m_store, m_dnsTcp, m_counters),
+      m_dnsTcp(m_dnsPort, clock, *this, m_dns.answerer(), m_flood), m_zoneTransfers(clock, *this, m_store, m_dnsTcp, m_counters),
       m_reloadPort(*this, m_store, m_notifications, m_ZoneTS, [this] { return m_serverRunning; }),
       m_dhcp(
           m_dhcpNet, clock, [this](int level, const std::string& text) { AddLine(level, text); },

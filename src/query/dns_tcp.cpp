@@ -1,6 +1,6 @@
 #include "query/dns_tcp.h"
 
-#include "query/dns_service.h"
+#include "query/answerer.h"
 #include "wire/dns_codes.h"
 #include "wire/message.h"
 #include "wire/tcp_frame.h"
@@ -14,7 +14,7 @@ namespace {
 // of the largest messages meanwhile is not a secondary and is cut off.
 constexpr size_t kMaxBuffered = 2 * (65535 + 2);
 
-// A standard query for anything but a zone: what the DNS service answers when it takes TCP.
+// A standard query for anything but a zone: what the answerer answers when it takes TCP.
 bool ordinaryQuestion(std::string_view message)
 {
     if ((byteAt(message, 2) & 0x78) != 0) return false;
@@ -26,9 +26,9 @@ bool ordinaryQuestion(std::string_view message)
 
 } // namespace
 
-DnsTcpService::DnsTcpService(Network& network, Clock& clock, QueryHost& host, DnsService& dns,
+DnsTcpService::DnsTcpService(Network& network, Clock& clock, QueryHost& host, Answerer& answerer,
                              const FloodGuard& flood)
-    : m_network(network), m_clock(clock), m_host(host), m_dns(dns), m_flood(flood)
+    : m_network(network), m_clock(clock), m_host(host), m_answerer(answerer), m_flood(flood)
 {
     m_timer = m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
 }
@@ -101,8 +101,8 @@ void DnsTcpService::takeMessages(ctlZT& element)
         const Bytes message(*framed);
         element.buffer.erase(0, end);
         if (message.size() < 13 || (byteAt(message, 2) & 0x80) != 0) continue; // cut short, or a response
-        if (m_dns.answersTcp() && ordinaryQuestion(message))
-            m_dns.ProcReq(element.peer, message, element.Winsock);
+        if (m_answerer.answersTcp() && ordinaryQuestion(message))
+            m_answerer.ProcReq(element.peer, message, element.Winsock);
         else if (m_messages != nullptr)
             m_messages->takeMessage(element, message);
     }

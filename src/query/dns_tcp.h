@@ -1,7 +1,7 @@
 // DNS over TCP port 53, for every kind of message: one ctlZT per connection in the pool TCPcon,
 // messages framed with their 2-byte length, at most kMaxConnections at once, each closed after
 // kIdleSeconds without traffic. Each whole message goes to its handler: an ordinary question to
-// the DNS service (when it answers TCP), everything else (SOA, transfers, NOTIFY, other opcodes)
+// the answerer (when it answers TCP), everything else (SOA, transfers, NOTIFY, other opcodes)
 // to the zone replication behind TcpMessages. While a handler holds a connection (a transfer
 // going out in slices), later messages wait in its buffer.
 #pragma once
@@ -19,7 +19,7 @@
 
 namespace quorvane {
 
-class DnsService;
+class Answerer;
 
 // One connection of the service. An element is Free (Busy false) or Serving; elements are reused,
 // never removed.
@@ -57,7 +57,7 @@ public:
     // Idle seconds after which a connection is closed.
     static constexpr int kIdleSeconds = 10;
 
-    DnsTcpService(Network& network, Clock& clock, QueryHost& host, DnsService& dns, const FloodGuard& flood);
+    DnsTcpService(Network& network, Clock& clock, QueryHost& host, Answerer& answerer, const FloodGuard& flood);
     ~DnsTcpService();
     DnsTcpService(const DnsTcpService&) = delete;
     DnsTcpService& operator=(const DnsTcpService&) = delete;
@@ -92,7 +92,7 @@ private:
     Network& m_network;
     Clock& m_clock;
     QueryHost& m_host;
-    DnsService& m_dns;
+    Answerer& m_answerer;
     const FloodGuard& m_flood;
     TcpMessages* m_messages = nullptr;
     TimerId m_timer = 0;

@@ -49,7 +49,7 @@ struct Service
     OutgoingQueries outgoing{network};
     DnsService dns{host, clock, store, counters, outgoing};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
-    DnsTcpService tcp{network, clock, host, dns, flood};
+    DnsTcpService tcp{network, clock, host, dns.answerer(), flood};
     ZoneTransferServer server{clock, host, store, tcp, counters};
 
     Service()

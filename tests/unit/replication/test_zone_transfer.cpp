@@ -11,7 +11,7 @@ namespace {
 
 struct TransferFixture : ReplicationFixture
 {
-    DnsTcpService tcp{network, clock, host, dns, flood};
+    DnsTcpService tcp{network, clock, host, dns.answerer(), flood};
     ZoneTransferServer server{clock, host, store, tcp, rig.counters};
 
     TransferFixture() { tcp.setMessages(&server); }

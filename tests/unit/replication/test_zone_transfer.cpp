@@ -1,3 +1,5 @@
+// The zone-transfer sender behind the DNS-over-TCP service: answers, refusals and transfers in
+// slices; and the service's own connection cap and idle close, through the same wiring.
 #include "replication/zone_transfer.h"
 #include "replication_fixture.h"
 
@@ -200,7 +202,7 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
               "Zone Transfer to 10.0.0.8 for big.test. stopped - the zone changed meanwhile");
 }
 
-TEST(ZoneTransfer, ConnectionsAreCappedClosedWhenIdleAndReused)
+TEST(DnsTcpService, ConnectionsAreCappedClosedWhenIdleAndReused)
 {
     TransferFixture f;
     std::vector<SocketId> ids;

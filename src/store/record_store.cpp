@@ -33,16 +33,28 @@ void RecordStore::log(const std::string& text) const
     if (m_log) m_log(0, text);
 }
 
+namespace {
+
+// One descent of the tree, then a walk to the end of the run: a name holds a few records, and the
+// answer path looks names up several times per question, so this beats equal_range's two descents.
+template <typename Map> auto runOf(Map& records, std::string_view name)
+{
+    auto first = records.lower_bound(name);
+    auto last = first;
+    while (last != records.end() && last->first == name) ++last;
+    return RecordRun<decltype(first)>{first, last};
+}
+
+} // namespace
+
 RecordRun<RecordStore::Iterator> RecordStore::records(std::string_view name)
 {
-    const auto [first, last] = m_records.equal_range(name);
-    return {first, last};
+    return runOf(m_records, name);
 }
 
 RecordRun<RecordStore::ConstIterator> RecordStore::records(std::string_view name) const
 {
-    const auto [first, last] = m_records.equal_range(name);
-    return {first, last};
+    return runOf(m_records, name);
 }
 
 const clDNSRecord* RecordStore::authoritySearch(std::string_view name) const

@@ -88,14 +88,17 @@ std::string_view trimBlanks(std::string_view text)
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-// Writes the labels of a name given as text, then the zero byte that ends every name.
+// Writes the labels of a name given as text, then the zero byte that ends every name. Names in
+// normal form have no blanks to trim, which spares the answer path the search for them.
 void appendLabels(Bytes& wire, std::string_view name)
 {
-    std::string_view rest = trimBlanks(name);
+    const bool blanks = name.find(' ') != std::string_view::npos;
+    const auto trimmed = [blanks](std::string_view text) { return blanks ? trimBlanks(text) : text; };
+    std::string_view rest = trimmed(name);
     while (!rest.empty()) {
         const size_t dot = rest.find('.');
-        const std::string_view label = trimBlanks(rest.substr(0, dot).substr(0, kMaxLabel));
-        rest = dot == std::string_view::npos ? std::string_view{} : trimBlanks(rest.substr(dot + 1));
+        const std::string_view label = trimmed(rest.substr(0, dot).substr(0, kMaxLabel));
+        rest = dot == std::string_view::npos ? std::string_view{} : trimmed(rest.substr(dot + 1));
         // An empty label (the root's ".", two dots in a row) writes nothing: a zero length byte
         // would end the name early.
         if (label.empty()) continue;

@@ -67,8 +67,11 @@ Answerer::Lookup Answerer::lookUp(clDNSRequest& request)
             found.tooLong = true;
             return found;
         }
-        // What is said of the zone and the data always concerns the last name of the alias chain.
-        const clDNSRecord* authority = m_store.authoritySearch(request.CurName);
+        // What is said of the zone and the data always concerns the last name of the alias chain,
+        // whose records are looked up once for both.
+        const RecordStore& store = m_store;
+        const auto run = store.records(request.CurName);
+        const clDNSRecord* authority = store.authoritySearch(request.CurName, run);
         found.zoneSoa = authority != nullptr && authority->RecType == rtype::SOA ? authority : nullptr;
         if (found.zoneSoa != nullptr && request.CurName == request.QName) request.Authoritative = true;
         found.nameExists = found.answered = false;
@@ -79,7 +82,7 @@ Answerer::Lookup Answerer::lookUp(clDNSRequest& request)
             return found;
         }
         const clDNSRecord* alias = nullptr;
-        for (const auto& [name, record] : m_store.records(request.CurName)) {
+        for (const auto& [name, record] : run) {
             if (record.TTL(now) <= -kServedPastExpiry) continue;
             const int type = record.RecType;
             if (type < rtype::kMarkerBase) found.nameExists = true;

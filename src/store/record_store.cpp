@@ -59,9 +59,14 @@ RecordRun<RecordStore::ConstIterator> RecordStore::records(std::string_view name
 
 const clDNSRecord* RecordStore::authoritySearch(std::string_view name) const
 {
+    return authoritySearch(name, records(name));
+}
+
+const clDNSRecord* RecordStore::authoritySearch(std::string_view name, RecordRun<ConstIterator> run) const
+{
     while (!name.empty()) {
         const clDNSRecord* delegation = nullptr;
-        for (const auto& [owner, record] : records(name)) {
+        for (const auto& [owner, record] : run) {
             if (!record.Permanent) continue;
             if (record.RecType == rtype::SOA) return &record;
             if (record.RecType == rtype::NS && !delegation) delegation = &record;
@@ -72,6 +77,7 @@ const clDNSRecord* RecordStore::authoritySearch(std::string_view name) const
         // text without a dot is no name in normal form and has no enclosing zone.
         if (name.find('.') == std::string_view::npos) break;
         name = parentName(name);
+        run = records(name);
     }
     return nullptr;
 }

@@ -86,6 +86,8 @@ public:
     // one label at a time, the first name with a permanent SOA gives that SOA; a name with a
     // permanent NS and no SOA is delegated and gives that NS. nullptr when neither was found.
     const clDNSRecord* authoritySearch(std::string_view name) const;
+    // The same, for a caller that has looked up the records of name already (run).
+    const clDNSRecord* authoritySearch(std::string_view name, RecordRun<ConstIterator> run) const;
     // The record stored under a key of a zone's Records; nullptr once it is gone.
     const clDNSRecord* recordByKey(RecordKey key) const;
 

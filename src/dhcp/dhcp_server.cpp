@@ -48,12 +48,6 @@ void DhcpServer::closeAll()
     m_WSDHCP.clear();
 }
 
-bool DhcpServer::owns(SocketId socket) const
-{
-    return std::any_of(m_WSDHCP.begin(), m_WSDHCP.end(),
-                       [socket](const Element& e) { return e.socket == socket; });
-}
-
 // Each datagram is one whole message: a short one is dropped, never kept to be joined with the
 // next, which may come from another client.
 void DhcpServer::DataArrival(SocketId socket, std::string_view data)

@@ -35,7 +35,6 @@ public:
     // One socket per enabled interface, each with its log line; the sockets of an earlier call go.
     void bind(const std::vector<clDHCPif>& interfaces);
     void closeAll();
-    bool owns(SocketId socket) const;
     // A datagram on one of the sockets; only called while the server runs.
     void DataArrival(SocketId socket, std::string_view data);
 

@@ -109,7 +109,6 @@ public:
     const Settings& settings() const { return m_settings; }
     EventLog& log() { return m_log; }
     const FloodGuard& floodGuard() const { return m_flood; }
-    DnsService& dns() { return m_dns; }
     RequestCounters& counters() { return m_counters; }
     RecordStore& store() { return m_store; }
     // The port of the reload socket (0 when it could not be bound).

@@ -33,7 +33,6 @@ public:
     {
         m_answerer.ProcReq(from, message, tcp);
     }
-    bool answersTcp() const { return m_answerer.answersTcp(); }
     void ProcAns(const Endpoint& from, std::string_view message, bool viaTcp = false)
     {
         m_resolver.ProcAns(from, message, viaTcp);

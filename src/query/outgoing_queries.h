@@ -56,8 +56,6 @@ public:
     bool askOverTcp(const Endpoint& to, std::string_view message) { return m_tcp.ask(to, message); }
 
     // Socket events of the service's own sockets and connections.
-    bool ownsSocket(SocketId socket) const { return m_ports.owns(socket); }
-    bool ownsConnection(SocketId connection) const { return m_tcp.owns(connection); }
     void datagram(const Endpoint& from, std::string_view message) { deliver(from, message, false); }
     void tcpConnected(SocketId connection) { m_tcp.connected(connection); }
     void tcpData(SocketId connection, std::string_view bytes) { m_tcp.data(connection, bytes); }

@@ -17,7 +17,6 @@ bool QueryPorts::bindSlot(Slot& slot)
     if (slot.socket != kNoSocket) return true;
     slot.socket = m_network.bindUdp("", 0);
     if (slot.socket == kNoSocket) return false;
-    m_owned.insert(slot.socket);
     return true;
 }
 
@@ -37,7 +36,6 @@ void QueryPorts::tick()
     Slot& slot = m_slots[m_nextReplaced];
     m_nextReplaced = (m_nextReplaced + 1) % m_slots.size();
     if (m_tick - slot.lastSend <= kQuietTicks) return;
-    m_owned.erase(slot.socket);
     m_network.close(slot.socket);
     slot.socket = kNoSocket;
     bindSlot(slot);
@@ -47,7 +45,6 @@ void QueryPorts::closeAll()
 {
     for (Slot& slot : m_slots) m_network.close(slot.socket);
     m_slots.clear();
-    m_owned.clear();
 }
 
 } // namespace quorvane

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace quorvane {
@@ -29,7 +28,6 @@ public:
     // Binds what the mode needs; sockets already bound for that mode are kept. False when no
     // socket could be bound.
     bool open(bool hardened);
-    bool owns(SocketId socket) const { return m_owned.contains(socket); }
     void send(const Endpoint& to, std::string_view message);
     // Hardened: the next port in turn is replaced, unless it sent lately.
     void tick();
@@ -45,7 +43,6 @@ private:
     Network& m_network;
     RandomSource m_random;
     std::vector<Slot> m_slots;
-    std::unordered_set<SocketId> m_owned;
     bool m_hardened = false;
     int64_t m_tick = 0;
     size_t m_nextReplaced = 0;

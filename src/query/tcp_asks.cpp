@@ -18,11 +18,6 @@ bool TcpAsks::ask(const Endpoint& server, std::string_view query)
     return true;
 }
 
-bool TcpAsks::owns(SocketId connection) const
-{
-    return std::any_of(m_asks.begin(), m_asks.end(), [&](const Ask& a) { return a.connection == connection; });
-}
-
 TcpAsks::Ask* TcpAsks::find(SocketId connection)
 {
     const auto it = std::find_if(m_asks.begin(), m_asks.end(), [&](const Ask& a) { return a.connection == connection; });

@@ -26,7 +26,6 @@ public:
 
     // False when too many are under way or no connection could be started.
     bool ask(const Endpoint& server, std::string_view query);
-    bool owns(SocketId connection) const;
     void connected(SocketId connection);
     void data(SocketId connection, std::string_view bytes);
     void closed(SocketId connection);

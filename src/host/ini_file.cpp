@@ -89,6 +89,23 @@ clDHCPif parseDhcpLine(std::string_view value)
     return dhcp;
 }
 
+// "DOMAIN ADDRESS [ADDRESS ...]"; empty when the domain or every address is unusable.
+ForwardRule parseForwardLine(std::string_view value)
+{
+    ForwardRule rule;
+    std::set<std::string> seen;
+    for (bool first = true; !value.empty(); first = false) {
+        const auto blank = value.find(' ');
+        const std::string_view field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+        if (first) rule.domain = CleanName(field);
+        else if (std::string address = normalAddress(field); address != "0.0.0.0") // 0.0.0.0: unreadable
+            addUnique(rule.servers, seen, std::move(address));
+    }
+    if (rule.domain.empty() || rule.servers.empty()) return {};
+    return rule;
+}
+
 void setFlag(std::string& out, const char* line, bool value, bool byDefault)
 {
     if (value != byDefault) (out += line) += '\n';
@@ -109,7 +126,7 @@ void setNumber(std::string& out, const char* key, long value)
 Settings parseIni(std::string_view text)
 {
     Settings s;
-    std::set<std::string> seenNs, seenNoBlock, seenDhcp;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward;
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -147,6 +164,11 @@ Settings parseIni(std::string_view text)
         else if (key == "TCPQUERIES") s.TCPQUERIES = flag;
         else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
         else if (key == "MORERECORDTYPES") s.MORERECORDTYPES = flag;
+        else if (key == "LOCALNAMES") s.LOCALNAMES = flag;
+        else if (key == "FORWARD") {
+            ForwardRule rule = parseForwardLine(value);
+            if (!rule.domain.empty() && seenForward.insert(rule.domain).second) s.FORWARD.push_back(std::move(rule));
+        }
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
@@ -192,6 +214,12 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "TCPQueries: YES", s.TCPQUERIES, defaults.TCPQUERIES);
     setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
     setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
+    setFlag(out, "LocalNames: YES", s.LOCALNAMES, defaults.LOCALNAMES);
+    for (const auto& rule : s.FORWARD) {
+        out += "Forward: " + rule.domain;
+        for (const auto& server : rule.servers) out += ' ' + server;
+        out += '\n';
+    }
     setText(out, "User", s.USER);
     return out;
 }

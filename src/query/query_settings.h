@@ -3,9 +3,21 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvane {
+
+// A domain whose questions go to servers of their own (a company domain on a VPN's server):
+// "corp.test" and the servers' dotted addresses.
+struct ForwardRule {
+    std::string domain; // clean, without a trailing dot
+    std::vector<std::string> servers;
+    bool operator==(const ForwardRule&) const = default;
+};
+
+// The rule of the longest domain that holds name (normal form, "www.corp.test."); null for none.
+const ForwardRule* forwardRuleFor(const std::vector<ForwardRule>& rules, std::string_view name);
 
 // The settings the query path reads; the engine sets them at start and when the options change.
 struct QuerySettings {
@@ -20,6 +32,9 @@ struct QuerySettings {
     bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
     bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
     bool moreTypes = false;              // MORERECORDTYPES: SRV and CAA questions
+    bool localNames = false;             // LOCALNAMES: private reverse names, one-label names kept here
+    std::string serverDomain{};          // NAME: appended to one-label names
+    std::vector<ForwardRule> forwardRules{}; // FORWARD
 };
 
 // A record is still served until 5 seconds after it expired.

@@ -88,6 +88,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
+    s.LOCALNAMES = true;
+    s.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
     s.USER = "DnsUser"; // keeps its letter case
 
     const std::string text = formatIni(s, 40123);
@@ -114,10 +116,17 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "TCPQueries: YES\n"
                     "QueryHardening: YES\n"
                     "MoreRecordTypes: YES\n"
+                    "LocalNames: YES\n"
+                    "Forward: corp.test 10.0.0.5 10.0.0.6\n"
+                    "Forward: 10.in-addr.arpa 10.0.0.5\n"
                     "User: DnsUser\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
+    // Forward lines: cleaned, unreadable addresses and repeated domains dropped.
+    const Settings forward = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
+                                      "Forward: lonely.test\nForward: x.test nothing\n");
+    EXPECT_EQ(forward.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
 }
 
 TEST(IniFile, GarbageLoadsWhatIsValid)

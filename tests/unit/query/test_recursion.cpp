@@ -209,6 +209,53 @@ TEST(Recursion, AnAliasInOurZoneIsFollowedOutsideIt)
     EXPECT_TRUE(r.reply().aa);
 }
 
+TEST(Recursion, ForwardRulesSendTheirDomainsToTheirOwnServers)
+{
+    const std::vector<ForwardRule> rules{
+        {"corp.test", {"127.0.0.4"}}, {"lab.corp.test", {"127.0.0.5"}}, {"10.in-addr.arpa", {"127.0.0.6"}}};
+    struct Case {
+        bool generalForwarding;
+        const char* name;
+        int type;
+        const char* asked; // the first query sent
+    };
+    const Case cases[] = {
+        {true, "www.corp.test.", 1, "127.0.0.4 www.corp.test. 1 rd"},
+        {true, "corp.test.", 15, "127.0.0.4 corp.test. 15 rd"},
+        {true, "pc.lab.corp.test.", 1, "127.0.0.5 pc.lab.corp.test. 1 rd"}, // the longest domain wins
+        {true, "5.0.0.10.in-addr.arpa.", 12, "127.0.0.6 5.0.0.10.in-addr.arpa. 12 rd"},
+        {true, "notcorp.test.", 1, "127.0.0.2 notcorp.test. 1 rd"}, // whole labels only
+        {true, "www.example.org.", 1, "127.0.0.2 www.example.org. 1 rd"},
+        {false, "www.corp.test.", 1, "127.0.0.4 www.corp.test. 1 rd"},
+        {false, "www.example.org.", 1, "127.0.0.2 www.example.org. 1"}, // the root, without recursion
+    };
+    for (const auto& c : cases) {
+        QuerySettings settings = c.generalForwarding ? forwarding({"127.0.0.2"}) : QuerySettings{};
+        settings.forwardRules = rules;
+        Resolver r(settings, kRootHints);
+        r.ask(c.name, static_cast<uint16_t>(c.type));
+        EXPECT_EQ(r.queries(), Lines{c.asked}) << c.name;
+    }
+
+    // The rule's server answers: replied and cached.
+    QuerySettings settings = forwarding({"127.0.0.2"});
+    settings.forwardRules = rules;
+    Resolver r(settings);
+    r.ask("www.corp.test.");
+    r.answer("127.0.0.4", 0, false, {wireA(2, "www.corp.test.", "10.1.2.3", 300)});
+    EXPECT_EQ(r.reply().section(2), Lines{"www.corp.test. A 10.1.2.3"});
+    r.ask("www.corp.test.");
+    EXPECT_EQ(r.rig.queries().size(), 1u);
+
+    // A silent rule server is given up on like a forwarder, and the general one is never asked.
+    r.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
+    r.ask("mail.corp.test.");
+    for (int second = 1; second <= 12; ++second) r.tickAt(second);
+    EXPECT_EQ(r.rig.queries().size(), 6u);
+    for (const auto& line : r.queries()) EXPECT_TRUE(line.starts_with("127.0.0.4 ")) << line;
+    EXPECT_EQ(r.reply().rcode, 2);
+}
+
 TEST(Recursion, ResolvesFromTheRootThroughReferralsAndGluelessServers)
 {
     Resolver r({}, kRootHints);

@@ -132,7 +132,7 @@ void Resolver::chooseServers(clDNSRequest& request)
         request.ServersFor.clear();
         return CheckNewNS(request);
     }
-    const std::string list = rule != nullptr ? rule->domain : kForwarderZone;
+    const std::string list = rule != nullptr ? rule->domain + '.' : kForwarderZone;
     if (request.ServersFor == list) return;
     request.ServersFor = list;
     request.NSAcol.clear();

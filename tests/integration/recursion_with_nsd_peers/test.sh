@@ -4,8 +4,9 @@
 #   127.0.0.4  example.test.: an alias, a mail exchanger, sub.example.test. delegated with glue
 #   127.0.0.5  glueless.test., whose server's address only example.test. knows
 #   127.0.0.6  sub.example.test.
-# First from the root (with SPOOFSECURE on), then forwarding to one of them, then forwarding to two
-# addresses where nothing answers.
+#   127.0.0.9  corp.test. and 10.in-addr.arpa., a company's own server reached by Forward rules
+# First from the root (with SPOOFSECURE on), then forwarding to one of them, then per-domain
+# forwarding beside it, then forwarding to two addresses where nothing answers.
 zones="$WORK/zones"
 mkdir -p "$zones"
 root_zone >"$zones/root.zone"
@@ -51,6 +52,20 @@ start_nsd 127.0.0.3 test. "$zones/test.zone"
 start_nsd 127.0.0.4 example.test. "$zones/example.zone"
 start_nsd 127.0.0.5 glueless.test. "$zones/glueless.zone"
 start_nsd 127.0.0.6 sub.example.test. "$zones/sub.zone"
+{
+    echo '$ORIGIN corp.test.'
+    soa corp.test.
+    echo "@ IN NS ns"
+    echo "ns IN A 127.0.0.9"
+    echo "intranet IN A 10.20.0.8"
+} >"$zones/corp.zone"
+{
+    echo '$ORIGIN 10.in-addr.arpa.'
+    soa 10.in-addr.arpa.
+    echo "@ IN NS ns.corp.test."
+    echo "8.0.20 IN PTR intranet.corp.test."
+} >"$zones/reverse10.zone"
+start_nsd 127.0.0.9 corp.test. "$zones/corp.zone" 10.in-addr.arpa. "$zones/reverse10.zone"
 
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"
@@ -109,6 +124,24 @@ NS: 127.0.0.4
 grep -qF "Sending request to 127.0.0.4 (external) for A-record for mail.example.test." "$WORK/stdout" ||
     fail "forwarder not asked"
 [ "$(sent_to 127.0.0.2)" = 0 ] || fail "the root was asked while forwarding"
+stop_server
+
+# --- Per-domain forwarding beside the general forwarder -------------------------------------------
+# Each server is authoritative for its own names only and refuses the rest, so a right answer
+# shows the question went to the right server; the log shows no question went anywhere else.
+rm -f "$folder/named.cache"
+run_quorvane "RecursionOut: YES
+NS: 127.0.0.4
+Forward: corp.test 127.0.0.9
+Forward: 10.in-addr.arpa 127.0.0.9
+"
+[ "$(answer intranet.corp.test A)" = "intranet.corp.test. A 10.20.0.8" ] || fail "corp.test: $(answer intranet.corp.test A)"
+[ "$(answer -x 10.20.0.8)" = "8.0.20.10.in-addr.arpa. PTR intranet.corp.test." ] || fail "reverse: $(answer -x 10.20.0.8)"
+[ "$(answer mail.example.test A)" = "mail.example.test. A 192.0.2.25" ] || fail "general: $(answer mail.example.test A)"
+sent=$(grep -oE "Sending request to .*" "$WORK/stdout" | paste -sd'|')
+[ "$sent" = "Sending request to 127.0.0.9 (corp.test.) for A-record for intranet.corp.test.|Sending request to \
+127.0.0.9 (10.in-addr.arpa.) for PTR-record for 8.0.20.10.in-addr.arpa.|Sending request to 127.0.0.4 (external) for \
+A-record for mail.example.test." ] || fail "requests sent: $sent"
 stop_server
 
 # --- Two forwarders that never answer --------------------------------------------------------

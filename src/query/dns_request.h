@@ -58,6 +58,10 @@ struct clDNSRequest {
     std::array<size_t, 3> KeptCount{};                       // the leading records of each that are copies
     std::vector<std::unique_ptr<clDNSRecord>> Kept;
     clDNSRecord Lease; // the record a DHCP lease answers with, built in place
+    // A name of one label with LocalNames: answered from local data only, through Alias, built in
+    // place, to the same label in the server's domain.
+    bool LocalOnly = false;
+    clDNSRecord Alias;
 
     // Resolution through other servers.
     std::vector<clNServ> NSAcol;    // the servers that may still be asked
@@ -100,6 +104,7 @@ struct clDNSRequest {
         TimeOut = 0;
         CurOutID = Depth = SubRequests = QueriesSent = 0;
         OutOfWork = false;
+        LocalOnly = false;
         Parent = nullptr;
     }
 

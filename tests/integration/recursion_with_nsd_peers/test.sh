@@ -6,7 +6,8 @@
 #   127.0.0.6  sub.example.test.
 #   127.0.0.9  corp.test. and 10.in-addr.arpa., a company's own server reached by Forward rules
 # First from the root (with SPOOFSECURE on), then forwarding to one of them, then per-domain
-# forwarding beside it, then forwarding to two addresses where nothing answers.
+# forwarding beside it, then private names kept at home, then forwarding to two addresses where
+# nothing answers.
 zones="$WORK/zones"
 mkdir -p "$zones"
 root_zone >"$zones/root.zone"
@@ -142,6 +143,22 @@ sent=$(grep -oE "Sending request to .*" "$WORK/stdout" | paste -sd'|')
 [ "$sent" = "Sending request to 127.0.0.9 (corp.test.) for A-record for intranet.corp.test.|Sending request to \
 127.0.0.9 (10.in-addr.arpa.) for PTR-record for 8.0.20.10.in-addr.arpa.|Sending request to 127.0.0.4 (external) for \
 A-record for mail.example.test." ] || fail "requests sent: $sent"
+stop_server
+
+# --- Private names stay at home (from the root, so anything that left would reach 127.0.0.2) ---
+run_quorvane "LocalNames: YES
+AAAARecords: YES
+"
+before=$(udp_in)
+for address in 192.168.1.10 10.1.2.3 172.16.0.1 100.64.0.1 169.254.1.1 fd00::1 fe80::1; do
+    q -x $address >"$WORK/private"
+    grep -q 'status: NXDOMAIN' "$WORK/private" || fail "-x $address: $(cat "$WORK/private")"
+    grep -qE 'IN[[:space:]]+SOA[[:space:]]+[^ ]+arpa\. nobody\.invalid\.' "$WORK/private" || fail "-x $address: no SOA"
+done
+q printer A | grep -q 'status: NXDOMAIN' || fail "one-label name"
+q nas.home.arpa A | grep -q 'status: NXDOMAIN' || fail "home.arpa."
+[ $(($(udp_in) - before)) -eq 18 ] || fail "$(($(udp_in) - before)) datagrams for 9 private questions, not 18"
+! grep -q "Sending request" "$WORK/stdout" || fail "sent out: $(grep "Sending request" "$WORK/stdout")"
 stop_server
 
 # --- Two forwarders that never answer --------------------------------------------------------

@@ -22,4 +22,15 @@ struct clDHCPif
     bool operator==(const clDHCPif&) const = default;
 };
 
+// A fixed address for one client (DHCPFixed): the client by hardware address ("aa:bb:cc:dd:ee:ff")
+// or by client identifier ("id:" and its bytes in hexadecimal, lower case), the address, and the
+// one-label name it gets in the domain of the interface whose network holds the address.
+struct DhcpFixed
+{
+    std::string Client;
+    std::string IPaddr;
+    std::string Name;
+    bool operator==(const DhcpFixed&) const = default;
+};
+
 } // namespace quorvane

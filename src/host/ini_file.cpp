@@ -1,4 +1,5 @@
 #include "host/ini_file.h"
+#include "dhcp/reservations.h"
 
 #include "net/atomic_file.h"
 #include "wire/addresses.h"
@@ -106,6 +107,21 @@ ForwardRule parseForwardLine(std::string_view value)
     return rule;
 }
 
+// "CLIENT ADDRESS NAME"; an empty client when a field is unusable.
+DhcpFixed parseFixedLine(std::string_view value)
+{
+    std::string_view fields[3];
+    for (auto& field : fields) {
+        const auto blank = value.find(' ');
+        field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+    }
+    DhcpFixed fixed{cleanFixedClient(fields[0]), normalAddress(fields[1]), CleanName(fields[2])};
+    fixed.Name = fixed.Name.substr(0, fixed.Name.find('.')); // one label: it gets the interface's domain
+    if (fixed.IPaddr.empty() || fixed.IPaddr == "0.0.0.0" || fixed.Name.empty()) fixed.Client.clear();
+    return fixed;
+}
+
 void setFlag(std::string& out, const char* line, bool value, bool byDefault)
 {
     if (value != byDefault) (out += line) += '\n';
@@ -126,7 +142,7 @@ void setNumber(std::string& out, const char* key, long value)
 Settings parseIni(std::string_view text)
 {
     Settings s;
-    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward, seenFixed;
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -165,6 +181,15 @@ Settings parseIni(std::string_view text)
         else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
         else if (key == "MORERECORDTYPES") s.MORERECORDTYPES = flag;
         else if (key == "LOCALNAMES") s.LOCALNAMES = flag;
+        else if (key == "DHCPFIXEDNAMES") s.DHCPFIXEDNAMES = flag;
+        else if (key == "DHCPFIXED") {
+            // One reservation per client and per address: the first line wins.
+            DhcpFixed fixed = parseFixedLine(value);
+            if (!fixed.Client.empty() && !seenFixed.contains(fixed.Client) && !seenFixed.contains(fixed.IPaddr)) {
+                seenFixed.insert({fixed.Client, fixed.IPaddr});
+                s.DHCPFIXED.push_back(std::move(fixed));
+            }
+        }
         else if (key == "FORWARD") {
             ForwardRule rule = parseForwardLine(value);
             if (!rule.domain.empty() && seenForward.insert(rule.domain).second) s.FORWARD.push_back(std::move(rule));
@@ -215,6 +240,8 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
     setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
     setFlag(out, "LocalNames: YES", s.LOCALNAMES, defaults.LOCALNAMES);
+    setFlag(out, "DHCPFixedNames: YES", s.DHCPFIXEDNAMES, defaults.DHCPFIXEDNAMES);
+    for (const auto& fixed : s.DHCPFIXED) out += "DHCPFixed: " + fixed.Client + ' ' + fixed.IPaddr + ' ' + fixed.Name + '\n';
     for (const auto& rule : s.FORWARD) {
         out += "Forward: " + rule.domain;
         for (const auto& server : rule.servers) out += ' ' + server;

@@ -88,7 +88,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
-    s.LOCALNAMES = true;
+    s.LOCALNAMES = s.DHCPFIXEDNAMES = true;
+    s.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}, {"id:01aabb", "192.168.1.51", "printer"}};
     s.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
     s.USER = "DnsUser"; // keeps its letter case
 
@@ -117,6 +118,9 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "QueryHardening: YES\n"
                     "MoreRecordTypes: YES\n"
                     "LocalNames: YES\n"
+                    "DHCPFixedNames: YES\n"
+                    "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.50 nas\n"
+                    "DHCPFixed: id:01aabb 192.168.1.51 printer\n"
                     "Forward: corp.test 10.0.0.5 10.0.0.6\n"
                     "Forward: 10.in-addr.arpa 10.0.0.5\n"
                     "User: DnsUser\n");
@@ -127,6 +131,14 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     const Settings forward = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
                                       "Forward: lonely.test\nForward: x.test nothing\n");
     EXPECT_EQ(forward.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
+    // DHCPFixed lines: the client written one way, the name cut to one label, bad lines and a second
+    // reservation of a client or an address dropped.
+    const Settings fixed = parseIni("DHCPFixed: AABBCCDDEE01 192.168.1.50 NAS.home.lan\n"
+                                    "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.60 again\n"
+                                    "DHCPFixed: aa:bb:cc:dd:ee:02 192.168.1.50 again\n"
+                                    "DHCPFixed: aa:bb:cc 192.168.1.61 short\nDHCPFixed: id:0g 192.168.1.62 bad\n"
+                                    "DHCPFixed: id:01ff 192.168.1.63\n");
+    EXPECT_EQ(fixed.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
 }
 
 TEST(IniFile, GarbageLoadsWhatIsValid)

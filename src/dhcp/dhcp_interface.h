@@ -33,4 +33,14 @@ struct DhcpFixed
     bool operator==(const DhcpFixed&) const = default;
 };
 
+// An option added to the replies of one interface (DHCPOption): the interface's address, the code
+// and the value as written.
+struct DhcpOptionLine
+{
+    std::string Interface;
+    int Code = 0;
+    std::string Value;
+    bool operator==(const DhcpOptionLine&) const = default;
+};
+
 } // namespace quorvane

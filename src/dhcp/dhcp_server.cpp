@@ -48,7 +48,11 @@ void DhcpServer::bind(const std::vector<clDHCPif>& interfaces)
             m_log(0, "Binding DHCP service to " + interface.IPaddr + " failed!");
             continue;
         }
-        m_WSDHCP.push_back({socket, interface});
+        Element& element = m_WSDHCP.emplace_back(Element{socket, interface, {}});
+        for (const DhcpOptionLine& line : m_optionLines)
+            if (line.Interface == interface.IPaddr)
+                if (auto data = encodeDhcpOption(line.Code, line.Value))
+                    element.options.emplace_back(static_cast<uint8_t>(line.Code), std::move(*data));
         m_log(0, "DHCP service started on " + interface.IPaddr);
     }
 }
@@ -225,7 +229,7 @@ void DhcpServer::Send(const Element& element, const clDHCPRequest& request, int 
         to = {*relay, kServerPort};
     else if (client && *client != 0)
         to = {*client, kClientPort};
-    m_network.sendTo(element.socket, to, buildDhcpReply(request, type, address));
+    m_network.sendTo(element.socket, to, buildDhcpReply(request, type, address, element.options));
 }
 
 void DhcpServer::Load(const std::filesystem::path& file)

@@ -38,6 +38,8 @@ public:
     {
         m_reservations.configure(lines, fixedNames);
     }
+    // The added options (DHCPOption), by interface; they take effect at the next bind.
+    void setOptions(const std::vector<DhcpOptionLine>& lines) { m_optionLines = lines; }
     // One socket per enabled interface, each with its log line; the sockets of an earlier call go.
     void bind(const std::vector<clDHCPif>& interfaces);
     void closeAll();
@@ -64,6 +66,7 @@ private:
     {
         SocketId socket = kNoSocket;
         clDHCPif interface;
+        std::vector<DhcpOptionData> options; // added after the fixed ones
     };
     void Arrival(const Element& element, std::string_view data);
     void Discover(const Element& element, const clDHCPRequest& request);
@@ -87,6 +90,7 @@ private:
     std::vector<Element> m_WSDHCP;
     LeaseTable m_table;
     Reservations m_reservations;
+    std::vector<DhcpOptionLine> m_optionLines;
     std::map<uint32_t, DateTime> m_declined; // address -> until when it is not offered (a few at most)
     bool m_changed = false;
 };

@@ -1,4 +1,5 @@
 #include "host/ini_file.h"
+#include "dhcp/dhcp_options.h"
 #include "dhcp/reservations.h"
 
 #include "net/atomic_file.h"
@@ -122,6 +123,21 @@ DhcpFixed parseFixedLine(std::string_view value)
     return fixed;
 }
 
+// "INTERFACE CODE VALUE", the value as written (text keeps its case); a code of 0 when the line
+// cannot be used.
+DhcpOptionLine parseOptionLine(std::string_view raw)
+{
+    DhcpOptionLine line;
+    const auto first = raw.find(' ');
+    line.Interface = normalAddress(raw.substr(0, first));
+    raw = first == std::string_view::npos ? std::string_view() : trim(raw.substr(first + 1));
+    const auto second = raw.find(' ');
+    line.Code = leadingNumber<int>(raw.substr(0, second));
+    line.Value = second == std::string_view::npos ? std::string() : std::string(trim(raw.substr(second + 1)));
+    if (line.Interface == "0.0.0.0" || !encodeDhcpOption(line.Code, line.Value)) line.Code = 0;
+    return line;
+}
+
 void setFlag(std::string& out, const char* line, bool value, bool byDefault)
 {
     if (value != byDefault) (out += line) += '\n';
@@ -190,6 +206,10 @@ Settings parseIni(std::string_view text)
                 s.DHCPFIXED.push_back(std::move(fixed));
             }
         }
+        else if (key == "DHCPOPTION") {
+            DhcpOptionLine option = parseOptionLine(raw);
+            if (option.Code != 0) s.DHCPOPTION.push_back(std::move(option));
+        }
         else if (key == "FORWARD") {
             ForwardRule rule = parseForwardLine(value);
             if (!rule.domain.empty() && seenForward.insert(rule.domain).second) s.FORWARD.push_back(std::move(rule));
@@ -242,6 +262,8 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "LocalNames: YES", s.LOCALNAMES, defaults.LOCALNAMES);
     setFlag(out, "DHCPFixedNames: YES", s.DHCPFIXEDNAMES, defaults.DHCPFIXEDNAMES);
     for (const auto& fixed : s.DHCPFIXED) out += "DHCPFixed: " + fixed.Client + ' ' + fixed.IPaddr + ' ' + fixed.Name + '\n';
+    for (const auto& option : s.DHCPOPTION)
+        out += "DHCPOption: " + option.Interface + ' ' + std::to_string(option.Code) + ' ' + option.Value + '\n';
     for (const auto& rule : s.FORWARD) {
         out += "Forward: " + rule.domain;
         for (const auto& server : rule.servers) out += ' ' + server;

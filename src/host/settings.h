@@ -44,6 +44,7 @@ struct Settings {
     bool LOCALNAMES = false;              // private reverse names and one-label names answered here only
     bool DHCPFIXEDNAMES = false;          // reserved names answer DNS also while their machine is off
     std::vector<DhcpFixed> DHCPFIXED;     // fixed DHCP addresses, in file order
+    std::vector<DhcpOptionLine> DHCPOPTION; // options added to an interface's replies, in file order
     std::vector<ForwardRule> FORWARD;     // domains asked of servers of their own, in file order
 
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay

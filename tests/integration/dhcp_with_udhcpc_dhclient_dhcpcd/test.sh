@@ -5,7 +5,8 @@
 # AA. A renewal keeps the address; after the release the lease has ended in dhcp.dat and neither
 # the name nor the address is answered any more. Then with fixed addresses: a stranger that asks
 # for a reserved address gets another, and udhcpc and dhclient with reserved hardware addresses get
-# theirs, inside and outside the scope, under the reserved names.
+# theirs, inside and outside the scope, under the reserved names; dhclient's lease file shows the
+# added NTP and search options.
 folder="$WORK/folder"
 dhcp_folder "$folder"
 dhcp_link
@@ -154,8 +155,13 @@ ended
 stop_server
 
 # --- Fixed addresses ----------------------------------------------------------------------------
-printf 'DHCPFixed: 02:77:00:00:00:01 10.77.0.50 nas\nDHCPFixed: 0277000000aa 10.77.0.120 printer\n%s\n' \
-    'DHCPFixedNames: YES' >>"$folder/quorvane.ini"
+cat >>"$folder/quorvane.ini" <<'INI'
+DHCPFixed: 02:77:00:00:00:01 10.77.0.50 nas
+DHCPFixed: 0277000000aa 10.77.0.120 printer
+DHCPFixedNames: YES
+DHCPOption: 10.77.0.1 42 10.77.0.5,10.77.0.6
+DHCPOption: 10.77.0.1 119 home.lan,corp.test
+INI
 start_server "$folder"
 wait_for 'DHCP service started on 10\.77\.0\.1$'
 [ "$(aa_answer 10.77.0.1 printer.home.lan. A)" = 10.77.0.120 ] || fail "fixed name while its machine is off"
@@ -179,6 +185,9 @@ fixed 02:77:00:00:00:01 10.77.0.50 busybox udhcpc -f -i qc0 -s "$WORK/record.sh"
 rm -f "$WORK/dhclient.leases"
 fixed 02:77:00:00:00:aa 10.77.0.120 dhclient -d -1 "${dhclient[@]}"
 [ "$(logged "Sending DHCP Acknowledgement to nas.home.lan. for 10.77.0.50")" = 1 ] || fail "no ACK for nas"
+grep -q 'option ntp-servers 10.77.0.5,10.77.0.6;' "$WORK/dhclient.leases" &&
+    grep -q 'option domain-search "home.lan.", "corp.test.";' "$WORK/dhclient.leases" ||
+    fail "dhclient's lease: $(cat "$WORK/dhclient.leases")"
 [ "$(aa_answer 10.77.0.1 nas.home.lan. A)" = 10.77.0.50 ] || fail "A of nas.home.lan."
 [ "$(aa_answer 10.77.0.1 120.0.77.10.in-addr.arpa. PTR)" = printer.home.lan. ] || fail "PTR of 10.77.0.120"
 stop_server

@@ -89,6 +89,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
     s.LOCALNAMES = s.DHCPFIXEDNAMES = true;
+    s.DHCPOPTION = {{"192.168.1.1", 119, "\"Home.lan corp.test\""}, {"192.168.1.1", 42, "192.168.1.5"}};
     s.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}, {"id:01aabb", "192.168.1.51", "printer"}};
     s.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
     s.USER = "DnsUser"; // keeps its letter case
@@ -121,6 +122,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "DHCPFixedNames: YES\n"
                     "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.50 nas\n"
                     "DHCPFixed: id:01aabb 192.168.1.51 printer\n"
+                    "DHCPOption: 192.168.1.1 119 \"Home.lan corp.test\"\n"
+                    "DHCPOption: 192.168.1.1 42 192.168.1.5\n"
                     "Forward: corp.test 10.0.0.5 10.0.0.6\n"
                     "Forward: 10.in-addr.arpa 10.0.0.5\n"
                     "User: DnsUser\n");
@@ -139,6 +142,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                                     "DHCPFixed: aa:bb:cc 192.168.1.61 short\nDHCPFixed: id:0g 192.168.1.62 bad\n"
                                     "DHCPFixed: id:01ff 192.168.1.63\n");
     EXPECT_EQ(fixed.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
+    EXPECT_TRUE(parseIni("DHCPOption: 192.168.1.1 42 \"ntp\"\nDHCPOption: 192.168.1.1 6 1.2.3.4\n").DHCPOPTION.empty());
 }
 
 TEST(IniFile, GarbageLoadsWhatIsValid)

@@ -91,38 +91,6 @@ clDHCPif parseDhcpLine(std::string_view value)
     return dhcp;
 }
 
-// "DOMAIN ADDRESS [ADDRESS ...]"; empty when the domain or every address is unusable.
-ForwardRule parseForwardLine(std::string_view value)
-{
-    ForwardRule rule;
-    std::set<std::string> seen;
-    for (bool first = true; !value.empty(); first = false) {
-        const auto blank = value.find(' ');
-        const std::string_view field = value.substr(0, blank);
-        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
-        if (first) rule.domain = CleanName(field);
-        else if (std::string address = normalAddress(field); address != "0.0.0.0") // 0.0.0.0: unreadable
-            addUnique(rule.servers, seen, std::move(address));
-    }
-    if (rule.domain.empty() || rule.servers.empty()) return {};
-    return rule;
-}
-
-// "CLIENT ADDRESS NAME"; an empty client when a field is unusable.
-DhcpFixed parseFixedLine(std::string_view value)
-{
-    std::string_view fields[3];
-    for (auto& field : fields) {
-        const auto blank = value.find(' ');
-        field = value.substr(0, blank);
-        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
-    }
-    DhcpFixed fixed{cleanFixedClient(fields[0]), normalAddress(fields[1]), CleanName(fields[2])};
-    fixed.Name = fixed.Name.substr(0, fixed.Name.find('.')); // one label: it gets the interface's domain
-    if (fixed.IPaddr.empty() || fixed.IPaddr == "0.0.0.0" || fixed.Name.empty()) fixed.Client.clear();
-    return fixed;
-}
-
 // "INTERFACE CODE VALUE", the value as written (text keeps its case); a code of 0 when the line
 // cannot be used.
 DhcpOptionLine parseOptionLine(std::string_view raw)
@@ -154,6 +122,38 @@ void setNumber(std::string& out, const char* key, long value)
 }
 
 } // namespace
+
+// "DOMAIN ADDRESS [ADDRESS ...]"; empty when the domain or every address is unusable.
+ForwardRule parseForwardLine(std::string_view value)
+{
+    ForwardRule rule;
+    std::set<std::string> seen;
+    for (bool first = true; !value.empty(); first = false) {
+        const auto blank = value.find(' ');
+        const std::string_view field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+        if (first) rule.domain = CleanName(field);
+        else if (std::string address = normalAddress(field); address != "0.0.0.0") // 0.0.0.0: unreadable
+            addUnique(rule.servers, seen, std::move(address));
+    }
+    if (rule.domain.empty() || rule.servers.empty()) return {};
+    return rule;
+}
+
+// "CLIENT ADDRESS NAME"; an empty client when a field is unusable.
+DhcpFixed parseFixedLine(std::string_view value)
+{
+    std::string_view fields[3];
+    for (auto& field : fields) {
+        const auto blank = value.find(' ');
+        field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+    }
+    DhcpFixed fixed{cleanFixedClient(fields[0]), normalAddress(fields[1]), CleanName(fields[2])};
+    fixed.Name = fixed.Name.substr(0, fixed.Name.find('.')); // one label: it gets the interface's domain
+    if (fixed.IPaddr.empty() || fixed.IPaddr == "0.0.0.0" || fixed.Name.empty()) fixed.Client.clear();
+    return fixed;
+}
 
 Settings parseIni(std::string_view text)
 {

@@ -9,6 +9,7 @@ class QCheckBox;
 namespace quorvane {
 
 class AddressListEditor;
+class RulesTable;
 
 class OptionsForwardingPage : public OptionsPage
 {
@@ -22,6 +23,7 @@ private:
     QCheckBox* m_recursionOut;
     AddressListEditor* m_servers;
     QCheckBox* m_spoofSecure;
+    RulesTable* m_rules; // Forward: a domain and its servers
 };
 
 } // namespace quorvane

@@ -179,11 +179,10 @@ void ChildWindowsTest::leasesAreFormattedSortedAndDeletedOnYes()
     connect(&window, &frmLeases::reserveRequested, [&](const DhcpFixed& fixed) { reserved.push_back(fixed); });
     window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
                       {end, "10.0.0.3", "x.home.lan.", "AB"}});
-    QAction* reserve = list->actions().value(1);
-    QVERIFY(reserve && reserve->text() == QStringLiteral("Reserve this address"));
+    QCOMPARE(list->actions().value(1)->text(), QStringLiteral("Reserve this address"));
     for (int row = 0; row < 2; ++row) {
         list->setCurrentItem(list->topLevelItem(row));
-        reserve->trigger();
+        list->actions().value(1)->trigger();
     }
     QVERIFY((reserved == std::vector<DhcpFixed>{{"id:4142", "10.0.0.3", "x"},
                                                 {"aa:bb:cc:dd:ee:01", "192.168.0.9", "printer"}}));

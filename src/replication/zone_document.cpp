@@ -3,6 +3,7 @@
 #include "store/record_data.h"
 #include "store/zone_text.h"
 
+#include <cctype>
 #include <sstream>
 
 namespace quorvane {
@@ -57,6 +58,17 @@ std::vector<WordAt> wordsOf(const std::vector<std::string>& lines, size_t first,
 bool isSoaWord(std::string_view word)
 {
     return word.size() == 3 && (word[0] | 0x20) == 's' && (word[1] | 0x20) == 'o' && (word[2] | 0x20) == 'a';
+}
+
+bool isTransferSetting(std::string_view line)
+{
+    const auto starts = [&](std::string_view prefix) {
+        if (line.size() < prefix.size()) return false;
+        for (size_t i = 0; i < prefix.size(); ++i)
+            if (std::toupper(static_cast<unsigned char>(line[i])) != prefix[i]) return false;
+        return true;
+    };
+    return starts("; NOTIFY ") || starts("; NOTSECURE");
 }
 
 bool looksLikeDate(uint32_t serial)
@@ -188,6 +200,25 @@ bool ZoneDocument::remove(size_t index)
                   m_lines.begin() + static_cast<std::ptrdiff_t>(entry.endLine));
     reread();
     return true;
+}
+
+void ZoneDocument::setTransferSettings(const std::vector<std::string>& notify, bool notSecure)
+{
+    std::vector<std::string> lines;
+    if (!notify.empty()) {
+        lines.emplace_back("; Notify");
+        for (const std::string& address : notify) lines.back() += ' ' + address;
+    }
+    if (notSecure) lines.emplace_back("; NotSecure");
+    size_t at = 0;
+    for (size_t i = m_lines.size(); i-- > 0;)
+        if (isTransferSetting(m_lines[i])) {
+            m_lines.erase(m_lines.begin() + static_cast<std::ptrdiff_t>(i));
+            at = i;
+        }
+    if (m_lines.empty() && !lines.empty()) m_finalNewline = true;
+    m_lines.insert(m_lines.begin() + static_cast<std::ptrdiff_t>(at), lines.begin(), lines.end());
+    reread();
 }
 
 std::optional<size_t> ZoneDocument::soaIndex() const

@@ -49,6 +49,10 @@ public:
     // without an SOA.
     bool setSerial(uint32_t serial);
 
+    // Writes the "; Notify" and "; NotSecure" lines anew where the first of them stood (else at
+    // the top), one "; Notify" line for all the addresses; other comment lines stay.
+    void setTransferSettings(const std::vector<std::string>& notify, bool notSecure);
+
 private:
     void reread();
     // A record line that starts with a blank takes the owner of the line above; before that line

@@ -1,3 +1,4 @@
+#include "replication/zone_checks.h"
 #include "replication/zone_edit.h"
 #include "store/record_data.h"
 #include "store/zone_text.h"
@@ -61,6 +62,11 @@ TEST(ZoneEdit, EditsKeepEveryLineTheyDoNotTouch)
          }},
         {"rename_ns.dns", [](ZoneDocument& d) { return d.replace(find(d, "ns1 A 10.0.0.1"), record("ns 7 A 10.0.0.1")); }},
         {"serial_in_place.dns", [](ZoneDocument& d) { return d.setSerial(2026112400); }},
+        {"transfer_settings.dns",
+         [](ZoneDocument& d) {
+             d.setTransferSettings({"10.0.0.2", "10.0.0.3"}, true);
+             return d.comments().notify.size() == 2 && d.comments().notSecure;
+         }},
     };
     const std::string input = fileText(kGolden / "office.test.dns");
     for (const Case& c : cases) {
@@ -95,6 +101,25 @@ TEST(ZoneEdit, RecordsWithoutAFaithfulLineAreRefused)
     EXPECT_FALSE(document.setSerial(5));
     EXPECT_FALSE(readRecordLine("www BOGUS 1", "office.test."));
     EXPECT_FALSE(readRecordLine("www A 10.0.0.1\nftp A 10.0.0.2", "office.test."));
+}
+
+TEST(ZoneChecks, NameTheRecordAndTheRuleItBreaks)
+{
+    const std::string soa = "@ SOA ns1 admin 1 2 3 4 5\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {soa + "www A 10.0.0.1\nmail MX 10 mx\n@ NS ns1\n_sip._udp SRV 0 0 5060 sip\n", ""},
+        {"www A 10.0.0.1\n", "office.test. SOA: the zone needs its SOA record"},
+        {soa + "www CNAME web\nwww TXT \"x\"\n", "www.office.test. CNAME: a CNAME must be the only record of its name"},
+        {soa + "mail MX 10 10.0.0.25.\n",
+         "mail.office.test. MX: the target 10.0.0.25. must be a host name, not an address"},
+        {soa + "my!pc A 10.0.0.9\n",
+         "my!pc.office.test. A: the name may hold only letters, digits, '-', '_' and '*'"},
+    };
+    for (const auto& [text, problem] : cases) {
+        const auto problems = zoneProblems(ZoneDocument("office.test.", text));
+        EXPECT_EQ(problems.empty() ? "" : problems.front(), problem) << text;
+        EXPECT_LE(problems.size(), 1u) << text;
+    }
 }
 
 TEST(ZoneEdit, SerialTakesTheDateFormWhenItLooksLikeADate)

@@ -49,4 +49,14 @@ struct SaveOptions
 // A zone opened and saved without changes is not written at all.
 SaveOutcome saveZoneFile(OpenZone& zone, const SaveOptions& options);
 
+// A new zone's file: its SOA (primary server, "hostmaster" mailbox, serial YYYYMMDD00) and one NS
+// record, both naming server ("ns1.office.test."). what is a zone name ("office.test") or a
+// network whose reverse zone is wanted ("192.168.1.0/24"; /8, /16 or /24). Nothing when what is
+// neither or server is no name.
+struct NewZone
+{
+    std::string zone, text;
+};
+std::optional<NewZone> newZoneFile(std::string_view what, std::string_view server, int year, int month, int day);
+
 } // namespace quorvane

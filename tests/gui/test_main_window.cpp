@@ -5,6 +5,9 @@
 #include "support/fake_clock.h"
 #include "support/fake_network.h"
 #include "support/temp_folder.h"
+#include "ui/frm_graph.h"
+#include "ui/frm_leases.h"
+#include "ui/frm_log.h"
 #include "ui/frm_main.h"
 #include "ui/frm_options.h"
 
@@ -118,6 +121,7 @@ private slots:
     void closingAsksAndSavesTheLayout();
     void layoutStringRoundTrip();
     void screenshotWithChildWindows();
+    void firstStartTilesTheLogAndTheGraph();
 };
 
 void TestMainWindow::initTestCase()
@@ -270,6 +274,25 @@ void TestMainWindow::screenshotWithChildWindows()
     d.window.findChild<QMdiArea*>()->tileSubWindows();
     QCoreApplication::processEvents();
     QVERIFY(test::saveScreenshot(d.window, "main_window"));
+}
+
+void TestMainWindow::firstStartTilesTheLogAndTheGraph()
+{
+    Desk d;
+    d.window.resize(1000, 700);
+    d.window.start(false); // no saved layout
+    QTest::qWait(20);
+    const auto* mdi = d.window.findChild<QMdiArea*>();
+    const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
+    for (const QMdiSubWindow* window : windows) {
+        QCOMPARE(window->width(), mdi->viewport()->width());
+        QCOMPARE(window->height(), mdi->viewport()->height() / 2);
+    }
+    d.trigger("mnuViewW2"); // a window opened later is readable too
+    QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
+    QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
 }
 
 QTEST_MAIN(TestMainWindow)

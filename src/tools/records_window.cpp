@@ -29,6 +29,7 @@ RecordsWindow::RecordsWindow(std::filesystem::path programFolder, QWidget* paren
     setWindowTitle(tr("DNS Records Editor"));
     createWidgets();
     listZones();
+    if (m_zones->count() > 0) openZone(m_zones->item(0)->data(Qt::UserRole).toString());
     enableButtons();
     resize(900, 560);
 }
@@ -45,7 +46,7 @@ void RecordsWindow::createWidgets()
     tools->addAction(tr("Refresh List"), this, &RecordsWindow::listZones);
 
     m_zones = new QListWidget;
-    connect(m_zones, &QListWidget::itemActivated, this,
+    connect(m_zones, &QListWidget::itemClicked, this,
             [this](QListWidgetItem* item) { openZone(item->data(Qt::UserRole).toString()); });
     m_records = new QTableWidget(0, 4);
     m_records->setHorizontalHeaderLabels({tr("Name"), tr("TTL"), tr("Type"), tr("Data")});
@@ -57,7 +58,7 @@ void RecordsWindow::createWidgets()
     connect(m_records, &QTableWidget::cellDoubleClicked, this, &RecordsWindow::editSelected);
     connect(m_records, &QTableWidget::itemSelectionChanged, this, &RecordsWindow::enableButtons);
 
-    m_title = new QLabel(tr("Double-click a zone to open it."));
+    m_title = new QLabel(tr("Click a zone to open it."));
     m_notify = new QLineEdit;
     m_notify->setPlaceholderText(tr("addresses of secondaries to notify, separated by blanks"));
     m_notSecure = new QCheckBox(tr("Zone transfers to anyone (NotSecure)"));

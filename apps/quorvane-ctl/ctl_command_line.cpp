@@ -40,13 +40,14 @@ constexpr EditCommand kEditCommands[] = {
 
 bool serialNumber(const std::string& word)
 {
-    if (word.empty() || word.size() > 10 || !std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; }))
-        return false;
+    const bool digits = std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (word.empty() || word.size() > 10 || !digits) return false;
     return std::stoull(word) <= 0xFFFFFFFFull;
 }
 
 // Takes the command's words off args from i on; sets error when they are missing or wrong.
-void readEditCommand(const EditCommand& command, const std::vector<std::string>& args, size_t& i, CtlCommandLine& cl)
+void readEditCommand(const EditCommand& command, const std::vector<std::string>& args, size_t& i,
+                     CtlCommandLine& cl)
 {
     cl.edit = command.name;
     for (size_t n = 0; n < command.words; ++n) {
@@ -87,8 +88,8 @@ const char* const kCtlUsage = "Usage: quorvane-ctl [--dir DIR] COMMAND\n"
                               "  delete-record ZONE 'NAME TYPE [DATA]'\n"
                               "                    delete the records of that name and type (and data)\n"
                               "  set-serial ZONE N set the serial of a zone\n"
-                              "                    The changes keep the file's comments, raise the serial (date form\n"
-                              "                    YYYYMMDDnn or +1) and end with a reload of the zone.\n"
+                              "                    Changes keep the file's comments, raise the serial\n"
+                              "                    (YYYYMMDDnn or +1) and end with a reload of the zone.\n"
                               "\n"
                               "  --dir DIR         program folder of the server (where quorvane.ini is);\n"
                               "                    default $QUORVANE_DIR, else this executable's folder\n"
@@ -116,7 +117,8 @@ CtlCommandLine parseCtlCommandLine(const std::vector<std::string>& args)
         } else if (arg.rfind('-', 0) == 0) cl.error = "unknown option: " + arg;
         else cl.error = "unknown command: " + arg;
     }
-    if (cl.error.empty() && cl.command.empty() && cl.edit.empty() && !cl.help && !cl.version) cl.error = "no command given";
+    if (cl.error.empty() && cl.command.empty() && cl.edit.empty() && !cl.help && !cl.version)
+        cl.error = "no command given";
     return cl;
 }
 

@@ -4,6 +4,7 @@
 #include "store/zone.h"
 #include "store/zone_text.h"
 
+#include <cctype>
 #include <ctime>
 #include <iostream>
 #include <sstream>
@@ -22,13 +23,15 @@ std::vector<std::string> wordsOf(const std::string& text)
 {
     std::istringstream in(text);
     std::vector<std::string> words;
-    for (std::string word; in >> word;) words.push_back(word);
+    for (std::string word; in >> word;)
+        words.push_back(word);
     return words;
 }
 
 std::string recordText(const ZoneDocument& document, size_t index)
 {
-    return zoneRecordLine(document.records()[index].record, document.origin()).value_or("(a record no line can show)");
+    return zoneRecordLine(document.records()[index].record, document.origin())
+        .value_or("(a record no line can show)");
 }
 
 // The indexes of the records a 'NAME TYPE [DATA]' text names, or an error.
@@ -36,7 +39,8 @@ std::vector<size_t> matching(const ZoneDocument& document, const std::string& te
 {
     const std::vector<std::string> words = wordsOf(text);
     std::string type = words.size() >= 2 ? words[1] : std::string();
-    for (char& c : type) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    for (char& c : type)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     const RecordType* row = findRecordType(type);
     if (row == nullptr) {
         error = "cannot read '" + text + "': give NAME TYPE [DATA] with a known type";
@@ -60,7 +64,8 @@ std::vector<size_t> matching(const ZoneDocument& document, const std::string& te
         if (!wanted || (record.data == wanted->data && record.pref == wanted->pref)) found.push_back(i);
     }
     if (found.empty()) error = "no record '" + text + "' in zone " + document.origin();
-    if (row->code == rtype::SOA) error = "the SOA record cannot be deleted (use set-serial to change its serial)";
+    if (row->code == rtype::SOA)
+        error = "the SOA record cannot be deleted (use set-serial to change its serial)";
     return error.empty() ? found : std::vector<size_t>();
 }
 
@@ -75,7 +80,8 @@ std::string editRecords(ZoneDocument& document, const CtlCommandLine& cl)
         const auto record = readRecordLine(text, document.origin());
         if (!record) return "cannot read record '" + text + "'";
         for (const ZoneEntry& entry : document.records())
-            if (sameRecord(entry.record, *record)) return "record '" + text + "' is already in zone " + document.origin();
+            if (sameRecord(entry.record, *record))
+                return "record '" + text + "' is already in zone " + document.origin();
         if (!document.add(*record)) return "record '" + text + "' cannot be written to a zone file";
         std::cout << "Added " << recordText(document, document.records().size() - 1) << '\n';
         return {};
@@ -103,13 +109,19 @@ ZoneCommandResult save(OpenZone& zone, bool raiseSerial)
     localtime_r(&now, &today);
     const SaveOptions options{false, raiseSerial, today.tm_year + 1900, today.tm_mon + 1, today.tm_mday};
     switch (saveZoneFile(zone, options)) {
-    case SaveOutcome::Unchanged: std::cout << "Zone " << zone.document.origin() << " is unchanged\n"; return {};
-    case SaveOutcome::ChangedOnDisk: return failure(zone.path.string() + " changed while it was being edited");
-    case SaveOutcome::WriteFailed: return failure("cannot write " + zone.path.string());
-    case SaveOutcome::Saved: break;
+    case SaveOutcome::Unchanged:
+        std::cout << "Zone " << zone.document.origin() << " is unchanged\n";
+        return {};
+    case SaveOutcome::ChangedOnDisk:
+        return failure(zone.path.string() + " changed while it was being edited");
+    case SaveOutcome::WriteFailed:
+        return failure("cannot write " + zone.path.string());
+    case SaveOutcome::Saved:
+        break;
     }
     const std::string& origin = zone.document.origin();
-    if (const auto serial = zone.document.serial()) std::cout << "Zone " << origin << " serial " << *serial << '\n';
+    if (const auto serial = zone.document.serial())
+        std::cout << "Zone " << origin << " serial " << *serial << '\n';
     return {{}, "RELOAD P " + (origin == "." ? origin : origin.substr(0, origin.size() - 1))};
 }
 
@@ -126,7 +138,8 @@ ZoneCommandResult runZoneCommand(const CtlCommandLine& cl, const std::filesystem
     if (!zone) return failure(error);
     const ZoneDocument& document = zone->document;
     if (cl.edit == "records") {
-        for (size_t i = 0; i < document.records().size(); ++i) std::cout << recordText(document, i) << '\n';
+        for (size_t i = 0; i < document.records().size(); ++i)
+            std::cout << recordText(document, i) << '\n';
         return {};
     }
     if (!document.comments().primaryIP.empty())

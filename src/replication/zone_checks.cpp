@@ -12,7 +12,8 @@ namespace {
 bool hostName(std::string_view name)
 {
     for (const char c : name)
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_' && c != '*' && c != '.') return false;
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '_' && c != '*' && c != '.')
+            return false;
     return true;
 }
 
@@ -55,11 +56,13 @@ std::vector<std::string> zoneProblems(const ZoneDocument& document)
             problems.push_back(label(record) + ": the name may hold only letters, digits, '-', '_' and '*'");
         if (record.type == rtype::CNAME && recordsOf[record.owner] > 1)
             problems.push_back(label(record) + ": a CNAME must be the only record of its name");
-        const bool pointer = record.type == rtype::MX || record.type == rtype::NS || record.type == rtype::SRV;
+        const bool pointer =
+            record.type == rtype::MX || record.type == rtype::NS || record.type == rtype::SRV;
         const clDNSRecord data = stored(record);
         const std::string_view target = dataName(data);
         if (pointer && (looksLikeAddress(target) || !hostName(target)))
-            problems.push_back(label(record) + ": the target " + std::string(target) + " must be a host name, not an address");
+            problems.push_back(label(record) + ": the target " + std::string(target) +
+                               " must be a host name, not an address");
     }
     return problems;
 }

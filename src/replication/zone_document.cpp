@@ -48,7 +48,8 @@ std::vector<WordAt> wordsOf(const std::vector<std::string>& lines, size_t first,
                 continue;
             }
             const size_t start = i;
-            while (i < line.size() && !separator(line[i]) && line[i] != ')') ++i;
+            while (i < line.size() && !separator(line[i]) && line[i] != ')')
+                ++i;
             words.push_back({l, start, i - start});
         }
     }
@@ -104,7 +105,8 @@ std::optional<ZoneRecord> readRecordLine(std::string_view line, std::string_view
     if (line.find('\n') != std::string_view::npos) return std::nullopt;
     std::istringstream in{std::string(line)};
     std::optional<ZoneRecord> found;
-    readZoneText(in, origin, [&](ZoneRecord&& record) { found = std::move(record); }, nullptr);
+    readZoneText(
+        in, origin, [&](ZoneRecord&& record) { found = std::move(record); }, nullptr);
     return found;
 }
 
@@ -148,7 +150,9 @@ void ZoneDocument::reread()
     std::istringstream in(text());
     readZoneLines(
         in, m_origin,
-        [&](ZoneRecord&& record, size_t first, size_t end) { m_records.push_back({std::move(record), first, end}); },
+        [&](ZoneRecord&& record, size_t first, size_t end) {
+            m_records.push_back({std::move(record), first, end});
+        },
         &m_comments);
 }
 
@@ -207,7 +211,8 @@ void ZoneDocument::setTransferSettings(const std::vector<std::string>& notify, b
     std::vector<std::string> lines;
     if (!notify.empty()) {
         lines.emplace_back("; Notify");
-        for (const std::string& address : notify) lines.back() += ' ' + address;
+        for (const std::string& address : notify)
+            lines.back() += ' ' + address;
     }
     if (notSecure) lines.emplace_back("; NotSecure");
     size_t at = 0;
@@ -249,7 +254,8 @@ bool ZoneDocument::setSerial(uint32_t serial)
         return std::string_view(m_lines[word.line]).substr(word.column, word.length);
     };
     size_t at = startsWithBlank(m_lines[entry.firstLine]) ? 0 : 1;
-    while (at < words.size() && !isSoaWord(wordText(words[at]))) ++at;
+    while (at < words.size() && !isSoaWord(wordText(words[at])))
+        ++at;
     if (at + 3 < words.size()) {
         const std::vector<std::string> before = m_lines;
         const WordAt word = words[at + 3];

@@ -80,14 +80,16 @@ SaveOutcome saveZoneFile(OpenZone& zone, const SaveOptions& options)
     return SaveOutcome::Saved;
 }
 
-std::optional<NewZone> newZoneFile(std::string_view what, std::string_view server, int year, int month, int day)
+std::optional<NewZone> newZoneFile(std::string_view what, std::string_view server, int year, int month,
+                                   int day)
 {
     std::string zone;
     if (const size_t slash = what.find('/'); slash != std::string_view::npos) {
         const auto address = parseAddress(what.substr(0, slash));
         const auto bits = parseNumber(what.substr(slash + 1));
         if (!address || !bits || (*bits != 8 && *bits != 16 && *bits != 24)) return std::nullopt;
-        for (size_t i = *bits / 8; i-- > 0;) zone += std::to_string(static_cast<uint8_t>((*address)[i])) + ".";
+        for (size_t i = *bits / 8; i-- > 0;)
+            zone += std::to_string(static_cast<uint8_t>((*address)[i])) + ".";
         zone += "in-addr.arpa.";
     } else {
         zone = absoluteName(".", lowerAscii(what));
@@ -96,8 +98,8 @@ std::optional<NewZone> newZoneFile(std::string_view what, std::string_view serve
     if (zone == "." || !storableName(zone) || ns == "." || !storableName(ns)) return std::nullopt;
     const std::string serial = std::to_string(year * 10000 + month * 100 + day) + "00";
     const std::string mailbox = "hostmaster." + (zone.ends_with(".arpa.") ? ns : zone);
-    return NewZone{zone, "@ 3600 SOA " + ns + " " + mailbox + " " + serial + " 3600 600 86400 3600\n@ 3600 NS " +
-                             ns + "\n"};
+    return NewZone{zone, "@ 3600 SOA " + ns + " " + mailbox + " " + serial +
+                             " 3600 600 86400 3600\n@ 3600 NS " + ns + "\n"};
 }
 
 } // namespace quorvane

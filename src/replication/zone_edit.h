@@ -40,8 +40,8 @@ enum class SaveOutcome { Saved, Unchanged, ChangedOnDisk, WriteFailed };
 
 struct SaveOptions
 {
-    bool overwriteChanges = false; // write even when the file changed on disk since it was read
-    bool raiseSerial = true;       // see nextSerial; off when the serial was set by hand
+    bool overwriteChanges = false;    // write even when the file changed on disk since it was read
+    bool raiseSerial = true;          // see nextSerial; off when the serial was set by hand
     int year = 0, month = 0, day = 0; // today, for the date form of the serial
 };
 
@@ -57,6 +57,7 @@ struct NewZone
 {
     std::string zone, text;
 };
-std::optional<NewZone> newZoneFile(std::string_view what, std::string_view server, int year, int month, int day);
+std::optional<NewZone> newZoneFile(std::string_view what, std::string_view server, int year, int month,
+                                   int day);
 
 } // namespace quorvane

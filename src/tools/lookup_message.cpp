@@ -39,8 +39,10 @@ LookupQuestion lookupQuestion(std::string_view typed, std::string_view type, boo
     LookupQuestion question{absoluteName(".", lowerAscii(typed)), 1, recursion};
     const RecordType* row = findRecordType(type);
     question.type = row ? row->code : kTypeAny;
-    if (const auto v4 = parseAddress(typed)) question = {DataToArpa(*v4), rtype::PTR, recursion};
-    else if (const auto v6 = parseAddress6(typed)) question = {Data6ToArpa(*v6), rtype::PTR, recursion};
+    if (const auto v4 = parseAddress(typed))
+        question = {DataToArpa(*v4), rtype::PTR, recursion};
+    else if (const auto v6 = parseAddress6(typed))
+        question = {Data6ToArpa(*v6), rtype::PTR, recursion};
     return question;
 }
 
@@ -55,13 +57,14 @@ Bytes lookupQuery(const LookupQuestion& question, uint16_t id)
 LookupAnswer readLookupAnswer(std::string_view message, uint16_t id)
 {
     LookupAnswer answer;
-    if (message.size() < 12 || static_cast<uint16_t>(shortAt(message, 0)) != id || !(byteAt(message, 2) & 0x80)) {
+    if (message.size() < 12 || static_cast<uint16_t>(shortAt(message, 0)) != id ||
+        !(byteAt(message, 2) & 0x80)) {
         answer.error = "not a reply to the question";
         return answer;
     }
     const unsigned flags = static_cast<unsigned>(shortAt(message, 2));
-    const std::pair<unsigned, const char*> names[] = {{0x8000, "qr"}, {0x0400, "aa"}, {0x0200, "tc"},
-                                                      {0x0100, "rd"}, {0x0080, "ra"}};
+    const std::pair<unsigned, const char*> names[] = {
+        {0x8000, "qr"}, {0x0400, "aa"}, {0x0200, "tc"}, {0x0100, "rd"}, {0x0080, "ra"}};
     for (const auto& [bit, name] : names)
         if (flags & bit) answer.flags += answer.flags.empty() ? name : std::string(" ") + name;
     answer.rcode = static_cast<int>(flags & 0x0F);
@@ -75,7 +78,8 @@ LookupAnswer readLookupAnswer(std::string_view message, uint16_t id)
                 answer.error = "the reply is cut short";
                 return answer;
             }
-            answer.rows.push_back({sections[section - 1], view.name, view.ttl, RTypeN(view.type), dataText(message, view)});
+            answer.rows.push_back(
+                {sections[section - 1], view.name, view.ttl, RTypeN(view.type), dataText(message, view)});
         }
     answer.ok = true;
     return answer;

@@ -39,8 +39,9 @@ LookupWindow::LookupWindow(const QString& server, QWidget* parent) : QMainWindow
     m_server->setText(server.isEmpty() ? "127.0.0.1" : server);
     m_timeout.setSingleShot(true);
     m_timeout.setInterval(kTimeout);
-    connect(&m_timeout, &QTimer::timeout, this,
-            [this] { giveUp(tr("No answer from %1 within %2 s.").arg(m_asked).arg(m_timeout.interval() / 1000.0)); });
+    connect(&m_timeout, &QTimer::timeout, this, [this] {
+        giveUp(tr("No answer from %1 within %2 s.").arg(m_asked).arg(m_timeout.interval() / 1000.0));
+    });
     resize(820, 520);
 }
 
@@ -49,7 +50,9 @@ void LookupWindow::createWidgets()
     m_name = new QLineEdit;
     m_name->setPlaceholderText(tr("name, or an address for its PTR"));
     m_type = new QComboBox;
-    for (const RecordType& row : recordTypes()) m_type->addItem(QString::fromLatin1(row.mnemonic.data(), static_cast<qsizetype>(row.mnemonic.size())));
+    for (const RecordType& row : recordTypes())
+        m_type->addItem(
+            QString::fromLatin1(row.mnemonic.data(), static_cast<qsizetype>(row.mnemonic.size())));
     m_type->addItem("ANY");
     m_server = new QLineEdit;
     m_server->setMinimumWidth(150);
@@ -114,13 +117,14 @@ void LookupWindow::ask()
     const QString typed = m_name->text().trimmed();
     if (typed.isEmpty()) return;
     stop();
-    const LookupQuestion question = lookupQuestion(typed.toStdString(), m_type->currentText().toStdString(),
-                                                   m_recursion->isChecked());
+    const LookupQuestion question =
+        lookupQuestion(typed.toStdString(), m_type->currentText().toStdString(), m_recursion->isChecked());
     m_type->setCurrentText(QString::fromStdString(RTypeN(question.type)));
     remember(typed + ' ' + m_type->currentText());
     m_id = static_cast<uint16_t>(QRandomGenerator::global()->bounded(65536));
     m_asked = m_server->text().trimmed() + tr(" over ") + m_transport->currentText();
-    m_status->setText(tr("Asking %1 for %2 %3...").arg(m_asked, QString::fromStdString(question.name), m_type->currentText()));
+    m_status->setText(tr("Asking %1 for %2 %3...")
+                          .arg(m_asked, QString::fromStdString(question.name), m_type->currentText()));
     m_rows->setRowCount(0);
     m_bytes->clear();
     m_clock.start();
@@ -143,7 +147,8 @@ void LookupWindow::send(const Bytes& message)
     }
     m_tcp = new QTcpSocket(this);
     connect(m_tcp, &QTcpSocket::readyRead, this, &LookupWindow::tcpReady);
-    connect(m_tcp, &QTcpSocket::errorOccurred, this, [this] { giveUp(m_asked + ": " + m_tcp->errorString()); });
+    connect(m_tcp, &QTcpSocket::errorOccurred, this,
+            [this] { giveUp(m_asked + ": " + m_tcp->errorString()); });
     m_tcp->connectToHost(address, port);
     Bytes framed;
     appendFramed(framed, message);
@@ -185,7 +190,8 @@ void LookupWindow::received(std::string_view message)
         const QStringList cells{QString::fromStdString(item.section), QString::fromStdString(item.name),
                                 QString::number(item.ttl), QString::fromStdString(item.type),
                                 QString::fromStdString(item.data)};
-        for (int column = 0; column < 5; ++column) m_rows->setItem(row, column, new QTableWidgetItem(cells[column]));
+        for (int column = 0; column < 5; ++column)
+            m_rows->setItem(row, column, new QTableWidgetItem(cells[column]));
     }
     m_rows->resizeColumnsToContents();
     emit finished();
@@ -216,9 +222,11 @@ void LookupWindow::stop()
 void LookupWindow::remember(const QString& question)
 {
     const auto same = m_history->findItems(question, Qt::MatchExactly);
-    for (QListWidgetItem* item : same) delete item;
+    for (QListWidgetItem* item : same)
+        delete item;
     m_history->insertItem(0, question);
-    while (m_history->count() > kHistorySize) delete m_history->takeItem(kHistorySize);
+    while (m_history->count() > kHistorySize)
+        delete m_history->takeItem(kHistorySize);
 }
 
 } // namespace quorvane

@@ -30,7 +30,8 @@ QStringList fieldLabels(const QString& type)
     if (type == "TXT") return {"Text"};
     if (type == "SRV") return {"Priority", "Weight", "Port", "Target"};
     if (type == "CAA") return {"Flags", "Tag", "Value"};
-    if (type == "SOA") return {"Primary server", "Mailbox", "Serial", "Refresh", "Retry", "Expire", "Minimum"};
+    if (type == "SOA")
+        return {"Primary server", "Mailbox", "Serial", "Refresh", "Retry", "Expire", "Minimum"};
     return {};
 }
 
@@ -55,8 +56,10 @@ QString fieldProblem(Field field, const QString& label, const QString& text)
     const bool number = field == Field::Number8 || field == Field::Number16 || field == Field::Number32 ||
                         field == Field::Preference;
     if (number && !parseNumber(value)) return label + ": '" + text + "' is not a number";
-    if (field == Field::IPv4 && !parseAddress(value)) return label + ": '" + text + "' is not an IPv4 address";
-    if (field == Field::IPv6 && !parseAddress6(value)) return label + ": '" + text + "' is not an IPv6 address";
+    if (field == Field::IPv4 && !parseAddress(value))
+        return label + ": '" + text + "' is not an IPv4 address";
+    if (field == Field::IPv6 && !parseAddress6(value))
+        return label + ": '" + text + "' is not an IPv6 address";
     if (field == Field::Name && value.find_first_of(" ;()\"") != std::string::npos)
         return label + ": '" + text + "' is not a name";
     return {};
@@ -91,7 +94,8 @@ RecordDialog::RecordDialog(QString origin, const QStringList& types, QWidget* pa
 
 void RecordDialog::showFields(const QString& type)
 {
-    while (m_dataForm->rowCount() > 0) m_dataForm->removeRow(0);
+    while (m_dataForm->rowCount() > 0)
+        m_dataForm->removeRow(0);
     m_dataEdits.clear();
     for (const QString& label : fieldLabels(type)) {
         auto* edit = new QLineEdit;
@@ -113,7 +117,8 @@ void RecordDialog::setRecord(const ZoneRecord& record)
 {
     const RecordType* row = findRecordType(record.type);
     if (row == nullptr) return;
-    m_type->setCurrentText(QString::fromLatin1(row->mnemonic.data(), static_cast<qsizetype>(row->mnemonic.size())));
+    m_type->setCurrentText(
+        QString::fromLatin1(row->mnemonic.data(), static_cast<qsizetype>(row->mnemonic.size())));
     const std::string line = zoneRecordLine(record, m_origin.toStdString()).value_or("");
     // "owner TTL TYPE field field ...": the last field takes what is left (a TXT's strings).
     QStringList words = QString::fromStdString(line).split(' ');
@@ -129,7 +134,8 @@ std::optional<ZoneRecord> RecordDialog::record()
     const QString type = m_type->currentText();
     const RecordType* row = findRecordType(type.toStdString());
     const QString name = m_name->text().trimmed();
-    m_problem = name.isEmpty() || name.contains(' ') ? tr("Name: give a host name, or @ for the zone") : QString();
+    m_problem =
+        name.isEmpty() || name.contains(' ') ? tr("Name: give a host name, or @ for the zone") : QString();
     QString line = name + ' ' + QString::number(m_ttl->value()) + ' ' + type;
     int index = 0;
     for (const Field field : row ? row->fields : FieldList{}) {
@@ -140,7 +146,8 @@ std::optional<ZoneRecord> RecordDialog::record()
     }
     if (!m_problem.isEmpty()) return std::nullopt;
     auto record = readRecordLine(line.toStdString(), m_origin.toStdString());
-    if (!record) m_problem = tr("This %1 record cannot be written to a zone file: check its fields").arg(type);
+    if (!record)
+        m_problem = tr("This %1 record cannot be written to a zone file: check its fields").arg(type);
     return record;
 }
 

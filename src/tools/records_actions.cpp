@@ -32,7 +32,8 @@ std::string zoneHolding(const std::filesystem::path& data, const std::string& na
 {
     std::string best;
     for (const ZoneFileInfo& zone : listZoneFiles(data))
-        if (!zone.secondary && (name == zone.zone || name.ends_with("." + zone.zone)) && zone.zone.size() > best.size())
+        if (!zone.secondary && (name == zone.zone || name.ends_with("." + zone.zone)) &&
+            zone.zone.size() > best.size())
             best = zone.zone;
     return best;
 }
@@ -73,7 +74,8 @@ bool RecordsWindow::save()
     const std::vector<std::string> problems = zoneProblems(m_zone->document);
     if (!problems.empty()) {
         QStringList lines;
-        for (const std::string& problem : problems) lines << QString::fromStdString(problem);
+        for (const std::string& problem : problems)
+            lines << QString::fromStdString(problem);
         tell(tr("The zone was not saved:\n") + lines.join('\n'));
         return false;
     }
@@ -104,8 +106,9 @@ void RecordsWindow::reloadZone(const std::string& zone, const QString& done)
     std::string error = "the server was not told";
     const auto port = reloadPortOf(m_folder, kIniFileName, error);
     const bool sent = port && sendToReloadPort(*port, command, kRefusalWait).outcome == SendOutcome::Sent;
-    statusBar()->showMessage(done + (sent ? tr("; the server reloads it.")
-                                          : tr("; the server was not told: ") + QString::fromStdString(error)),
+    statusBar()->showMessage(done + (sent
+                                         ? tr("; the server reloads it.")
+                                         : tr("; the server was not told: ") + QString::fromStdString(error)),
                              10000);
 }
 
@@ -113,8 +116,9 @@ bool RecordsWindow::newZone(const QString& what)
 {
     std::string server = LoadINI(m_folder).NAME;
     const QDate date = QDate::currentDate();
-    const auto zone = newZoneFile(what.trimmed().toStdString(), server.empty() ? "ns." + what.toStdString() : server,
-                                  date.year(), date.month(), date.day());
+    const auto zone =
+        newZoneFile(what.trimmed().toStdString(), server.empty() ? "ns." + what.toStdString() : server,
+                    date.year(), date.month(), date.day());
     if (!zone) {
         tell(tr("'%1' is neither a zone name nor a network such as 192.168.1.0/24").arg(what));
         return false;
@@ -122,9 +126,12 @@ bool RecordsWindow::newZone(const QString& what)
     const std::filesystem::path path = m_folder / "data" / zoneFileName(zone->zone, "dns");
     std::error_code ec;
     std::filesystem::create_directories(path.parent_path(), ec);
-    if (std::filesystem::exists(path, ec)) tell(tr("Zone %1 exists already.").arg(QString::fromStdString(zone->zone)));
-    else if (!writeFileAtomically(path, zone->text)) tell(tr("Cannot write %1").arg(QString::fromStdString(path.string())));
-    else reloadZone(zone->zone, tr("Created %1").arg(QString::fromStdString(zone->zone)));
+    if (std::filesystem::exists(path, ec))
+        tell(tr("Zone %1 exists already.").arg(QString::fromStdString(zone->zone)));
+    else if (!writeFileAtomically(path, zone->text))
+        tell(tr("Cannot write %1").arg(QString::fromStdString(path.string())));
+    else
+        reloadZone(zone->zone, tr("Created %1").arg(QString::fromStdString(zone->zone)));
     listZones();
     return openZone(QString::fromStdString(zone->zone));
 }
@@ -132,14 +139,17 @@ bool RecordsWindow::newZone(const QString& what)
 bool RecordsWindow::askToKeepChanges()
 {
     if (!m_zone || !m_zone->document.modified()) return true;
-    if (!m_ask(this, tr("Save the changes to %1?").arg(QString::fromStdString(m_zone->document.origin())))) return true;
+    if (!m_ask(this, tr("Save the changes to %1?").arg(QString::fromStdString(m_zone->document.origin()))))
+        return true;
     return save();
 }
 
 void RecordsWindow::closeEvent(QCloseEvent* event)
 {
-    if (askToKeepChanges()) event->accept();
-    else event->ignore();
+    if (askToKeepChanges())
+        event->accept();
+    else
+        event->ignore();
 }
 
 } // namespace quorvane

@@ -22,7 +22,8 @@
 namespace quorvane {
 
 RecordsWindow::RecordsWindow(std::filesystem::path programFolder, QWidget* parent)
-    : QMainWindow(parent), m_folder(std::move(programFolder)), m_ask([](QWidget* where, const QString& question) {
+    : QMainWindow(parent), m_folder(std::move(programFolder)),
+      m_ask([](QWidget* where, const QString& question) {
           return QMessageBox::question(where, tr("DNS Records Editor"), question) == QMessageBox::Yes;
       })
 {
@@ -84,7 +85,8 @@ void RecordsWindow::createWidgets()
     settings->addWidget(m_notify, 1);
     settings->addWidget(m_notSecure);
     auto* buttons = new QHBoxLayout;
-    for (QPushButton* button : {m_add, m_edit, m_delete, m_soa}) buttons->addWidget(button);
+    for (QPushButton* button : {m_add, m_edit, m_delete, m_soa})
+        buttons->addWidget(button);
     buttons->addStretch(1);
     buttons->addWidget(m_save);
     auto* zonePane = new QWidget;
@@ -105,7 +107,8 @@ void RecordsWindow::listZones()
 {
     m_zones->clear();
     for (const ZoneFileInfo& zone : listZoneFiles(m_folder / "data")) {
-        auto* item = new QListWidgetItem(QString::fromStdString(zone.zone) + (zone.secondary ? tr(" (secondary)") : ""));
+        auto* item = new QListWidgetItem(QString::fromStdString(zone.zone) +
+                                         (zone.secondary ? tr(" (secondary)") : ""));
         item->setData(Qt::UserRole, QString::fromStdString(zone.zone));
         if (zone.secondary) item->setForeground(palette().color(QPalette::Disabled, QPalette::Text));
         m_zones->addItem(item);
@@ -124,12 +127,14 @@ bool RecordsWindow::openZone(const QString& zone)
     m_zone = std::move(opened);
     m_readOnly = !m_zone->document.comments().primaryIP.empty();
     const QString name = QString::fromStdString(m_zone->document.origin());
-    m_title->setText(m_readOnly ? tr("%1: a copy of %2, read-only")
-                                      .arg(name, QString::fromStdString(m_zone->document.comments().primaryIP))
-                                : name);
+    m_title->setText(m_readOnly
+                         ? tr("%1: a copy of %2, read-only")
+                               .arg(name, QString::fromStdString(m_zone->document.comments().primaryIP))
+                         : name);
     const QSignalBlocker blockNotify(m_notify), blockSecure(m_notSecure);
     QStringList notify;
-    for (const std::string& address : m_zone->document.comments().notify) notify << QString::fromStdString(address);
+    for (const std::string& address : m_zone->document.comments().notify)
+        notify << QString::fromStdString(address);
     m_notify->setText(notify.join(' '));
     m_notSecure->setChecked(m_zone->document.comments().notSecure);
     showRecords();
@@ -149,7 +154,8 @@ void RecordsWindow::showRecords()
         const QString shown = QString::fromStdString(recordDataText(stored).value_or(""));
         const QStringList cells{QString::fromStdString(record.owner), QString::number(record.ttl),
                                 shown.section(QChar(32), 0, 0), shown.section(QChar(32), 1)};
-        for (int column = 0; column < 4; ++column) m_records->setItem(row, column, new QTableWidgetItem(cells[column]));
+        for (int column = 0; column < 4; ++column)
+            m_records->setItem(row, column, new QTableWidgetItem(cells[column]));
     }
     m_records->resizeColumnsToContents();
     enableButtons();
@@ -169,15 +175,17 @@ void RecordsWindow::enableButtons()
 QStringList RecordsWindow::offeredTypes() const
 {
     QStringList types{"A", "AAAA", "CNAME", "MX", "NS", "PTR", "TXT"};
-    if (LoadINI(m_folder).MORERECORDTYPES) types << "SRV" << "CAA";
+    if (LoadINI(m_folder).MORERECORDTYPES)
+        types << "SRV"
+              << "CAA";
     return types;
 }
 
 void RecordsWindow::showRecordDialog(std::optional<size_t> index)
 {
     const bool soa = index && m_zone->document.records()[*index].record.type == rtype::SOA;
-    RecordDialog dialog(QString::fromStdString(m_zone->document.origin()), soa ? QStringList{"SOA"} : offeredTypes(),
-                        this);
+    RecordDialog dialog(QString::fromStdString(m_zone->document.origin()),
+                        soa ? QStringList{"SOA"} : offeredTypes(), this);
     if (index) dialog.setRecord(m_zone->document.records()[*index].record);
     if (dialog.exec() != QDialog::Accepted) return;
     const auto record = dialog.record();
@@ -206,7 +214,8 @@ void RecordsWindow::takeTransferSettings()
 {
     if (!m_zone || m_readOnly) return;
     std::vector<std::string> notify;
-    for (const QString& address : m_notify->text().split(' ', Qt::SkipEmptyParts)) notify.push_back(address.toStdString());
+    for (const QString& address : m_notify->text().split(' ', Qt::SkipEmptyParts))
+        notify.push_back(address.toStdString());
     const ZoneComments& now = m_zone->document.comments();
     if (notify != now.notify || m_notSecure->isChecked() != now.notSecure)
         m_zone->document.setTransferSettings(notify, m_notSecure->isChecked());

@@ -18,10 +18,12 @@ bool SnapshotModel::load(const std::filesystem::path& path, QString& error)
     std::ifstream in(path, std::ios::binary);
     std::string header;
     const QString file = QString::fromStdString(path.string());
-    if (!in) error = tr("Cannot open %1: there is no such file, or it cannot be read.").arg(file);
+    if (!in)
+        error = tr("Cannot open %1: there is no such file, or it cannot be read.").arg(file);
     else if (!std::getline(in, header) || !header.starts_with(kCacheFileHeader))
         error = tr("%1 is not a cache snapshot: it does not begin with \"%2\".")
-                    .arg(file, QString::fromLatin1(kCacheFileHeader.data(), static_cast<qsizetype>(kCacheFileHeader.size())));
+                    .arg(file, QString::fromLatin1(kCacheFileHeader.data(),
+                                                   static_cast<qsizetype>(kCacheFileHeader.size())));
     else
         error.clear();
     if (error.isEmpty()) {
@@ -35,7 +37,8 @@ bool SnapshotModel::load(const std::filesystem::path& path, QString& error)
                 const QString text = QString::fromStdString(recordDataText(stored).value_or(""));
                 const QString type = text.section(' ', 0, 0);
                 ++m_counts[type];
-                m_rows.push_back({QString::fromStdString(record.owner), type, text.section(' ', 1), record.ttl});
+                m_rows.push_back(
+                    {QString::fromStdString(record.owner), type, text.section(' ', 1), record.ttl});
             },
             nullptr);
     }
@@ -58,10 +61,14 @@ QVariant SnapshotModel::data(const QModelIndex& index, int role) const
     if (role != Qt::DisplayRole || !index.isValid()) return {};
     const Row& row = m_rows[static_cast<size_t>(index.row())];
     switch (index.column()) {
-    case Name: return row.name;
-    case Type: return row.type;
-    case TTL: return row.ttl; // a number, so that it sorts as one
-    case Data: return row.data;
+    case Name:
+        return row.name;
+    case Type:
+        return row.type;
+    case TTL:
+        return row.ttl; // a number, so that it sorts as one
+    case Data:
+        return row.data;
     }
     return {};
 }

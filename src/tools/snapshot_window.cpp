@@ -22,8 +22,10 @@ SnapshotWindow::SnapshotWindow(std::filesystem::path file, QWidget* parent)
     tools->setMovable(false);
     tools->addAction(tr("Reload"), this, &SnapshotWindow::reload);
     tools->addAction(tr("Export CSV..."), this, [this] {
-        const QString path = QFileDialog::getSaveFileName(this, tr("Export CSV"), "snapshot.csv", "CSV (*.csv)");
-        if (!path.isEmpty() && !exportCsv(path)) QMessageBox::warning(this, windowTitle(), tr("Cannot write %1").arg(path));
+        const QString path =
+            QFileDialog::getSaveFileName(this, tr("Export CSV"), "snapshot.csv", "CSV (*.csv)");
+        if (!path.isEmpty() && !exportCsv(path))
+            QMessageBox::warning(this, windowTitle(), tr("Cannot write %1").arg(path));
     });
     m_filter->setPlaceholderText(tr("Filter: part of a name, type or data"));
     m_filter->setClearButtonEnabled(true);
@@ -76,7 +78,8 @@ void SnapshotWindow::setFilter(const QString& text)
 void SnapshotWindow::showCounts()
 {
     QStringList parts;
-    for (const auto& [type, count] : m_model.countsPerType()) parts << type + ' ' + QString::number(count);
+    for (const auto& [type, count] : m_model.countsPerType())
+        parts << type + ' ' + QString::number(count);
     m_counts->setText(tr("%1 of %2 records shown. %3")
                           .arg(m_proxy.rowCount())
                           .arg(m_model.rowCount())

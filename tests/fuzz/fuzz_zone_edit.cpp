@@ -20,7 +20,8 @@ void check(bool condition)
 std::vector<ZoneRecord> recordsOf(const ZoneDocument& document)
 {
     std::vector<ZoneRecord> records;
-    for (const ZoneEntry& entry : document.records()) records.push_back(entry.record);
+    for (const ZoneEntry& entry : document.records())
+        records.push_back(entry.record);
     return records;
 }
 
@@ -29,7 +30,8 @@ void checkReadsBack(const ZoneDocument& document, const std::vector<ZoneRecord>&
 {
     const std::vector<ZoneRecord> got = recordsOf(ZoneDocument(document.origin(), document.text()));
     check(got.size() == wanted.size());
-    for (size_t i = 0; i < got.size(); ++i) check(sameRecord(got[i], wanted[i]));
+    for (size_t i = 0; i < got.size(); ++i)
+        check(sameRecord(got[i], wanted[i]));
 }
 
 } // namespace
@@ -39,7 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     ZoneDocument document("fuzz.example.", std::string(reinterpret_cast<const char*>(data), size));
     check(document.text() == document.originalText());
     const std::vector<ZoneRecord> records = recordsOf(document);
-    for (size_t i = 0; i < records.size(); ++i) document.replace(i, records[i]);
+    for (size_t i = 0; i < records.size(); ++i)
+        document.replace(i, records[i]);
     checkReadsBack(document, records);
     if (!records.empty()) {
         check(document.remove(0));

@@ -59,15 +59,16 @@ void LookupWindowTest::answersTimeOutsAndReverseNames()
         const QNetworkDatagram query = udp.receiveDatagram();
         ++queries;
         const std::string answer = reply(query.data().toStdString(), asked);
-        udp.writeDatagram(QByteArray(answer.data(), static_cast<qsizetype>(answer.size())), query.senderAddress(),
-                          static_cast<quint16>(query.senderPort()));
+        udp.writeDatagram(QByteArray(answer.data(), static_cast<qsizetype>(answer.size())),
+                          query.senderAddress(), static_cast<quint16>(query.senderPort()));
     });
     connect(&tcp, &QTcpServer::newConnection, [&] {
         QTcpSocket* client = tcp.nextPendingConnection();
         connect(client, &QTcpSocket::readyRead, [&, client] {
             const QByteArray framed = client->readAll();
             const std::string answer = reply(framed.mid(2).toStdString(), asked);
-            client->write(QByteArray(1, static_cast<char>(answer.size() >> 8)) + QByteArray(1, static_cast<char>(answer.size())) +
+            client->write(QByteArray(1, static_cast<char>(answer.size() >> 8)) +
+                          QByteArray(1, static_cast<char>(answer.size())) +
                           QByteArray(answer.data(), static_cast<qsizetype>(answer.size())));
         });
     });
@@ -85,7 +86,8 @@ void LookupWindowTest::answersTimeOutsAndReverseNames()
     QVERIFY(finished.wait(2000));
     qInfo("Enter to shown answer: %.2f ms", static_cast<double>(clock.nsecsElapsed()) / 1e6);
     QCOMPARE(QString::fromStdString(asked), QString("www.example.test. 1"));
-    QVERIFY2(status->text().startsWith("No Error from " + server + " over UDP in "), qPrintable(status->text()));
+    QVERIFY2(status->text().startsWith("No Error from " + server + " over UDP in "),
+             qPrintable(status->text()));
     QVERIFY2(status->text().endsWith("flags: qr aa rd ra"), qPrintable(status->text()));
     QCOMPARE(rows->rowCount(), 1);
     QCOMPARE(queries, 1);

@@ -68,7 +68,8 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     ReloadPort server;
     std::ofstream(folder / "quorvane.ini") << "Name: ns1.office.test\nReloadPort: " << server.port << "\n";
     std::filesystem::copy_file(QUORVANE_ZONE_EDIT_DATA "/office.test.dns", folder / "data/office.test.dns");
-    std::ofstream(folder / "data/copy.test.dns") << "; PrimaryIP 10.0.0.7\n@ SOA ns1.copy.test. a.copy.test. 1 2 3 4 5\n";
+    std::ofstream(folder / "data/copy.test.dns")
+        << "; PrimaryIP 10.0.0.7\n@ SOA ns1.copy.test. a.copy.test. 1 2 3 4 5\n";
     RecordsWindow window(folder);
     QStringList questions;
     window.setAsk([&](QWidget*, const QString& question) { return questions << question, true; });
@@ -77,7 +78,8 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QVERIFY(window.openZone("office.test"));
 
     RecordDialog dialog("office.test.", {"A", "MX"});
-    for (const auto& [label, value] : {std::pair{"Name", "pc1"}, {"TTL", "600"}, {"Address", "192.168.1.500"}})
+    for (const auto& [label, value] :
+         {std::pair{"Name", "pc1"}, {"TTL", "600"}, {"Address", "192.168.1.500"}})
         dialog.setField(label, value);
     QVERIFY(!dialog.record());
     QCOMPARE(dialog.problem(), QString("Address: '192.168.1.500' is not an IPv4 address"));
@@ -86,8 +88,9 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QVERIFY(record);
     QVERIFY(test::saveScreenshot(dialog, "records_dialog"));
     QVERIFY(window.addRecord(*record));
-    QCOMPARE(questions.last(), QString("Add the PTR record 50.1.168.192.in-addr.arpa. -> pc1.office.test. to zone "
-                                       "1.168.192.in-addr.arpa. as well?"));
+    QCOMPARE(questions.last(),
+             QString("Add the PTR record 50.1.168.192.in-addr.arpa. -> pc1.office.test. to zone "
+                     "1.168.192.in-addr.arpa. as well?"));
     const std::string reverse = fileText(folder / "data/1.168.192.in-addr.arpa.dns");
     QVERIFY2(reverse.ends_with("\n50 600 PTR pc1.office.test.\n"), reverse.c_str());
     QCOMPARE(server.received(), std::string("RELOAD P 1.168.192.in-addr.arpa"));
@@ -95,8 +98,8 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QVERIFY(window.save());
     QCOMPARE(server.received(), std::string("RELOAD P office.test"));
     const std::string saved = fileText(folder / "data/office.test.dns");
-    QVERIFY2(saved.find("\t\t" + QDate::currentDate().toString("yyyyMMdd").toStdString() + "00\t; serial\n") !=
-                     std::string::npos &&
+    QVERIFY2(saved.find("\t\t" + QDate::currentDate().toString("yyyyMMdd").toStdString() +
+                        "00\t; serial\n") != std::string::npos &&
                  saved.ends_with("mx\tIN\tA\t10.0.0.25   ; old mail host\npc1 600 A 192.168.1.50\n"),
              saved.c_str());
     window.resize(900, 560);
@@ -109,7 +112,8 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QVERIFY(!window.openZone("copy.test")); // asks to save first, and cannot
     window.setAsk([](QWidget*, const QString&) { return false; });
     QVERIFY(window.openZone("copy.test")); // the changes are dropped
-    for (QPushButton* button : window.findChildren<QPushButton*>()) QVERIFY(!button->isEnabled());
+    for (QPushButton* button : window.findChildren<QPushButton*>())
+        QVERIFY(!button->isEnabled());
     QCOMPARE(window.findChild<QTableWidget*>()->rowCount(), 1);
     std::filesystem::remove_all(folder);
 }

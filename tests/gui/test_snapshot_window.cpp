@@ -28,8 +28,8 @@ void SnapshotWindowTest::loadsFiltersAndExportsTwoHundredThousandRecords()
         std::ofstream out(folder / "snapshot.dat");
         out << "; Quorvane - Cache\n";
         for (int i = 0; i < 100000; ++i)
-            out << "host" << i << ".example. " << 300 + i % 1000 << " A 10." << i / 65536 << '.' << i / 256 % 256
-                << '.' << i % 256 << "\n " << 60 << " TXT \"note, " << i << "\"\n";
+            out << "host" << i << ".example. " << 300 + i % 1000 << " A 10." << i / 65536 << '.'
+                << i / 256 % 256 << '.' << i % 256 << "\n " << 60 << " TXT \"note, " << i << "\"\n";
     }
     QElapsedTimer clock;
     clock.start();

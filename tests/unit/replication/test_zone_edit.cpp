@@ -48,7 +48,8 @@ TEST(ZoneEdit, EditsKeepEveryLineTheyDoNotTouch)
         {"add_a_beside_owner.dns", [](ZoneDocument& d) { return d.add(record("www 3600 A 10.0.0.81")); }},
         {"add_new_owners.dns",
          [](ZoneDocument& d) {
-             return d.add(record("printer 600 A 10.0.0.9")) && d.add(record("_ipp._tcp SRV 0 0 631 printer")) &&
+             return d.add(record("printer 600 A 10.0.0.9")) &&
+                    d.add(record("_ipp._tcp SRV 0 0 631 printer")) &&
                     d.add(record("@ CAA 0 issue \"ca.test\"")) && d.add(record("files CNAME www"));
          }},
         {"change_blank_owner_txt.dns",
@@ -60,7 +61,8 @@ TEST(ZoneEdit, EditsKeepEveryLineTheyDoNotTouch)
          [](ZoneDocument& d) {
              return d.remove(find(d, "mx A 10.0.0.25")) && d.remove(find(d, "mail MX 10 mx"));
          }},
-        {"rename_ns.dns", [](ZoneDocument& d) { return d.replace(find(d, "ns1 A 10.0.0.1"), record("ns 7 A 10.0.0.1")); }},
+        {"rename_ns.dns",
+         [](ZoneDocument& d) { return d.replace(find(d, "ns1 A 10.0.0.1"), record("ns 7 A 10.0.0.1")); }},
         {"serial_in_place.dns", [](ZoneDocument& d) { return d.setSerial(2026112400); }},
         {"transfer_settings.dns",
          [](ZoneDocument& d) {
@@ -96,7 +98,8 @@ TEST(ZoneEdit, RecordsWithoutAFaithfulLineAreRefused)
     shortAddress.data.pop_back();
     ZoneRecord blankOwner = record("www A 10.0.0.1");
     blankOwner.owner = "a b.office.test.";
-    for (const ZoneRecord& bad : {dfcn, shortAddress, blankOwner, ZoneRecord{}}) EXPECT_FALSE(document.add(bad));
+    for (const ZoneRecord& bad : {dfcn, shortAddress, blankOwner, ZoneRecord{}})
+        EXPECT_FALSE(document.add(bad));
     EXPECT_FALSE(document.remove(0));
     EXPECT_FALSE(document.setSerial(5));
     EXPECT_FALSE(readRecordLine("www BOGUS 1", "office.test."));
@@ -109,7 +112,8 @@ TEST(ZoneChecks, NameTheRecordAndTheRuleItBreaks)
     const std::pair<std::string, std::string> cases[] = {
         {soa + "www A 10.0.0.1\nmail MX 10 mx\n@ NS ns1\n_sip._udp SRV 0 0 5060 sip\n", ""},
         {"www A 10.0.0.1\n", "office.test. SOA: the zone needs its SOA record"},
-        {soa + "www CNAME web\nwww TXT \"x\"\n", "www.office.test. CNAME: a CNAME must be the only record of its name"},
+        {soa + "www CNAME web\nwww TXT \"x\"\n",
+         "www.office.test. CNAME: a CNAME must be the only record of its name"},
         {soa + "mail MX 10 10.0.0.25.\n",
          "mail.office.test. MX: the target 10.0.0.25. must be a host name, not an address"},
         {soa + "my!pc A 10.0.0.9\n",
@@ -128,10 +132,15 @@ TEST(ZoneEdit, SerialTakesTheDateFormWhenItLooksLikeADate)
     {
         uint32_t serial, next;
     };
-    const Case cases[] = {{2024010101, 2026112400}, {2026112400, 2026112401}, {2026112499, 2026112500},
-                          {2030010100, 2030010101}, {7, 8},                   {4294967295u, 0},
+    const Case cases[] = {{2024010101, 2026112400},
+                          {2026112400, 2026112401},
+                          {2026112499, 2026112500},
+                          {2030010100, 2030010101},
+                          {7, 8},
+                          {4294967295u, 0},
                           {1999133100, 1999133101}};
-    for (const Case& c : cases) EXPECT_EQ(nextSerial(c.serial, 2026, 11, 24), c.next) << c.serial;
+    for (const Case& c : cases)
+        EXPECT_EQ(nextSerial(c.serial, 2026, 11, 24), c.next) << c.serial;
 }
 
 // Saving: nothing written without a change, the serial raised with one, and a file changed on

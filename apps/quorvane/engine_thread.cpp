@@ -13,13 +13,16 @@ namespace quorvane {
 struct EngineThread::Parts
 {
     Parts(EngineEvents& events, EngineOptions options)
-        : network(loop), clock(loop), engine(network, clock, events, std::move(options))
+        : network(loop), clock(loop), engine(network, clock, events, std::move(options)),
+          lists([this](std::function<void()> work) { loop.post(std::move(work)); })
     {
+        engine.setListLoader(lists);
     }
     AsioLoop loop;
     AsioNetwork network;
     SystemClock clock;
     Engine engine;
+    ThreadListLoader lists; // block lists built beside the engine thread
     std::thread thread;
 };
 

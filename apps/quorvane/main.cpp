@@ -29,6 +29,8 @@ int runHeadless(const CommandLine& cl, const std::filesystem::path& executable, 
     HeadlessFrontEnd frontEnd([&loop] { loop.stop(); });
     EngineOptions options{programFolder(cl.dir, executable), executable, !cl.quiet};
     Engine engine(network, clock, frontEnd, options);
+    ThreadListLoader lists([&loop](std::function<void()> work) { loop.post(std::move(work)); });
+    engine.setListLoader(lists);
 
     loop.watchSignals(Engine::kSignals, [&engine](int signal) { engine.onSignal(signal); });
     engine.Main();

@@ -95,6 +95,7 @@ void Engine::Main()
         AddLine(0, "Loading DHCP Leases...");
         guarded("modDHCP Load", [&] { m_dhcp.Load(m_options.programFolder / kLeaseFileName); });
         m_events.onLeases(m_dhcp.leases());
+        loadBlockLists();
         bindReloadPort();
         m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
@@ -132,16 +133,20 @@ void Engine::configureFromSettings()
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
     m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS,
                        m_settings.MORERECORDTYPES});
-    m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
-                     m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
-                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES});
+    QuerySettings query{m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
+                        m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
+                        m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES};
+    m_dns.configure(query);
+    m_dns.answerer().configureFilter({blockAnswerOf(m_settings.BLOCKANSWER), m_settings.NOFILTER});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
 {
     guarded("frmOptions cmdOK", [&] {
+        const bool listsChanged = accepted.BLOCKLIST != m_settings.BLOCKLIST || accepted.ALLOWLIST != m_settings.ALLOWLIST;
         m_settings = accepted;
         configureFromSettings();
+        if (listsChanged) loadBlockLists();
         m_flood.setBlockList(blockList);
         m_events.onCaption(mainCaption(m_settings));
         if (m_serverRunning) StartServices();
@@ -182,7 +187,10 @@ void Engine::execute(Command command)
         guarded("frmMain mnuStartStop", [&] { mnuStartStop(); });
         break;
     case Command::ReloadRecords:
-        guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); });
+        guarded("frmMain mnuReload", [&] {
+            m_store.LoadPerm();
+            loadBlockLists(); // the saved copies and list files, read again
+        });
         break;
     case Command::WriteSupportFile:
         guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); });

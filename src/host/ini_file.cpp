@@ -109,7 +109,7 @@ void setNumber(std::string& out, const char* key, long value)
 Settings parseIni(std::string_view text)
 {
     Settings s;
-    std::set<std::string> seenNs, seenNoBlock, seenDhcp;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenNoFilter;
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -147,6 +147,11 @@ Settings parseIni(std::string_view text)
         else if (key == "TCPQUERIES") s.TCPQUERIES = flag;
         else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
         else if (key == "MORERECORDTYPES") s.MORERECORDTYPES = flag;
+        else if (key == "BLOCKLIST" && !raw.empty()) s.BLOCKLIST.emplace_back(raw);
+        else if (key == "ALLOWLIST" && !raw.empty()) s.ALLOWLIST.push_back(lower(raw));
+        else if (key == "BLOCKANSWER") s.BLOCKANSWER = value == "NXDOMAIN" || value == "REFUSED" ? value : "ZERO";
+        else if (key == "BLOCKLISTUPDATE") s.BLOCKLISTUPDATE = std::max(leadingNumber<int32_t>(value), 1);
+        else if (key == "NOFILTER") addUnique(s.NOFILTER, seenNoFilter, normalAddress(value));
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
@@ -192,6 +197,11 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "TCPQueries: YES", s.TCPQUERIES, defaults.TCPQUERIES);
     setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
     setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
+    for (const auto& source : s.BLOCKLIST) setText(out, "BlockList", source);
+    for (const auto& name : s.ALLOWLIST) setText(out, "AllowList", name);
+    if (s.BLOCKANSWER != defaults.BLOCKANSWER) setText(out, "BlockAnswer", s.BLOCKANSWER);
+    if (s.BLOCKLISTUPDATE != defaults.BLOCKLISTUPDATE) setNumber(out, "BlockListUpdate", s.BLOCKLISTUPDATE);
+    for (const auto& address : s.NOFILTER) setText(out, "NoFilter", address);
     setText(out, "User", s.USER);
     return out;
 }

@@ -39,6 +39,7 @@ void Answerer::Check(clDNSRequest& request)
     request.RecursionAllowed = request.Depth > 0 || recursionAllowed(request.ClientIP);
 
     const Lookup found = lookUp(request);
+    if (!found.tooLong && blocked(request)) return;
     if (found.tooLong) {
         if (request.Depth > 0) m_resolver.ReturnSub(request, false);
     } else if (found.answered || found.knownAbsent) {

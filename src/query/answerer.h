@@ -8,6 +8,7 @@
 #include "query/dns_request.h"
 #include "query/edns.h"
 #include "query/lease_lookup.h"
+#include "query/name_filter.h"
 #include "query/query_host.h"
 #include "query/query_settings.h"
 #include "query/request_counters.h"
@@ -34,6 +35,9 @@ public:
     bool answersTcp() const { return m_settings.tcpQueries; }
     // The DHCP leases, which answer A and PTR questions for the names and addresses they hold.
     void setLeases(const LeaseLookup* leases) { m_leases = leases; }
+    // The block lists; none (the default) filters nothing.
+    void setFilter(NameFilter* filter) { m_filter = filter; }
+    void configureFilter(FilterSettings settings) { m_filterSettings = std::move(settings); }
     // Zone change notifications (opcode 4) are handed on here, after they were counted.
     using NotifyHandler = std::function<void(const Endpoint& from, std::string_view message)>;
     void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
@@ -59,6 +63,8 @@ private:
     };
     Lookup lookUp(clDNSRequest& request);
     bool leaseRecord(clDNSRequest& request) const;
+    bool blocked(clDNSRequest& request);
+    void sendBlocked(clDNSRequest& request, std::string_view entry);
     void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
@@ -83,6 +89,8 @@ private:
     clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
     Bytes m_reply;          // the reply being built, reused likewise
     const LeaseLookup* m_leases = nullptr;
+    NameFilter* m_filter = nullptr;
+    FilterSettings m_filterSettings;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;
     std::vector<size_t> m_recordEnds; // where each record of the reply being built ends

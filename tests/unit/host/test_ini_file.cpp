@@ -88,6 +88,11 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
+    s.BLOCKLIST = {"lists/Ads.txt", "https://lists.example/hosts"};
+    s.ALLOWLIST = {"good.example"};
+    s.BLOCKANSWER = "NXDOMAIN";
+    s.BLOCKLISTUPDATE = 6;
+    s.NOFILTER = {"192.168.1.9"};
     s.USER = "DnsUser"; // keeps its letter case
 
     const std::string text = formatIni(s, 40123);
@@ -114,6 +119,12 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "TCPQueries: YES\n"
                     "QueryHardening: YES\n"
                     "MoreRecordTypes: YES\n"
+                    "BlockList: lists/Ads.txt\n"
+                    "BlockList: https://lists.example/hosts\n"
+                    "AllowList: good.example\n"
+                    "BlockAnswer: NXDOMAIN\n"
+                    "BlockListUpdate: 6 \n"
+                    "NoFilter: 192.168.1.9\n"
                     "User: DnsUser\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");

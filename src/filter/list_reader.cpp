@@ -115,7 +115,13 @@ void ListReader::line(std::string_view text)
         if (!text.ends_with('^')) return void(++m_skipped);
         return add(text.substr(0, text.size() - 1), exception);
     }
-    text = trimmed(text.substr(0, text.find('#'))); // a comment may end a hosts or plain line
+    // A comment may end a hosts or plain line after a blank; "name##rule" is a cosmetic rule.
+    for (size_t hash = text.find('#'); hash != std::string_view::npos; hash = text.find('#', hash + 1)) {
+        if (isBlank(text[hash - 1])) {
+            text = trimmed(text.substr(0, hash));
+            break;
+        }
+    }
     std::string_view rest = text;
     const std::string_view first = nextWord(rest);
     if (isOneOf(first, kSinkAddresses)) return hostsLine(rest);

@@ -269,6 +269,8 @@ SupportData Engine::supportData() const
     d.activeLog = m_log.activeLogOpen() ? &m_log.activeLog() : nullptr;
     d.programFolder = m_options.programFolder;
     d.hostsFile = m_settings.HOSTS;
+    d.blockLists = m_blockListReport;
+    d.blockedCount = m_counters.BlockedCount;
     return d;
 }
 

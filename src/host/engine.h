@@ -200,6 +200,7 @@ private:
     ListLoader* m_listLoader = &m_inlineLoader;
     BlockLists m_blockLists;
     uint64_t m_listGeneration = 0; // counts loads asked for; only the last one's result is used
+    std::vector<std::string> m_blockListReport; // one line per list for the support report
     DateTime m_lastNewZoneScan = 0;
     DateTime m_lastZonePoll = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last

@@ -27,13 +27,16 @@ void Engine::swapBlockLists(std::shared_ptr<const FilterSet> set)
     m_blockLists.swap(std::move(set));
     const FilterSet* lists = m_blockLists.current();
     m_dns.answerer().setFilter(lists != nullptr ? &m_blockLists : nullptr);
+    m_blockListReport.clear();
     if (lists == nullptr) return;
+    const std::string when = dateTimeText(m_clock.now());
     for (const ListCount& list : lists->lists) {
-        if (!list.read)
-            AddLine(0, "Block list " + list.source + ": cannot be read");
-        else
-            AddLine(0, "Block list " + list.source + ": " + std::to_string(list.names) + " names (" +
-                           std::to_string(list.skipped) + " lines skipped)");
+        const std::string line = list.source + ": " +
+                                 (list.read ? std::to_string(list.names) + " names (" + std::to_string(list.skipped) +
+                                                  " lines skipped)"
+                                            : std::string("cannot be read"));
+        AddLine(0, "Block list " + line);
+        m_blockListReport.push_back(line + ", read " + when);
     }
 }
 

@@ -137,7 +137,9 @@ void Engine::showStatus()
 {
     m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
     m_events.onStatusText(1, m_settings.NAME);
-    m_events.onStatusText(2, "Requests:" + std::to_string(m_counters.RequestCount) + ' ');
+    std::string requests = "Requests:" + std::to_string(m_counters.RequestCount) + ' ';
+    if (m_blockLists.current() != nullptr) requests += "Blocked:" + std::to_string(m_counters.BlockedCount) + ' ';
+    m_events.onStatusText(2, requests);
     m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ');
 }
 

@@ -91,6 +91,9 @@ TEST(BlockLists, SwappedInWholeAndAnsweredAtOnceInEachMode)
     EXPECT_EQ(p.ask("a.b.tracker.example.").rcode, 5);
     EXPECT_FALSE(p.forwarded);
     EXPECT_EQ(p.engine->counters().BlockedCount, 5u);
+    p.engine->execute(Command::WriteSupportFile);
+    EXPECT_NE(p.folder.read("support.txt").find("Blocked : 5\nBlock list lists/ads.txt: 3 names (1 lines skipped), read "),
+              std::string::npos);
 }
 
 TEST(BlockLists, LocalDataAllowListAndExemptClientsWinAliasesAreFollowed)

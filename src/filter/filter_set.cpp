@@ -41,6 +41,14 @@ std::shared_ptr<const FilterSet> buildFilter(const FilterSources& sources)
     std::string name;
     for (const std::string& entry : sources.allow)
         if (normalName(entry, name)) set->allowed.insert(name);
+    // A name takes at most the bytes of its line, so the files' sizes bound the arena.
+    size_t bytes = 0;
+    for (const std::string& source : sources.lists) {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(listFile(source, sources.folder), error);
+        if (!error) bytes += static_cast<size_t>(size);
+    }
+    set->blocked.reserve(bytes);
     std::array<char, 1 << 16> buffer{};
     for (const std::string& source : sources.lists) {
         ListCount& count = set->lists.emplace_back(ListCount{source});

@@ -1,4 +1,5 @@
-// The compact name set: linear probing over a power-of-two table kept at most three quarters full.
+// The compact name set: linear probing, slot chosen by multiplying the hash into the table's size
+// (any size, so the finished table can be sized to its names), kept at most seven tenths full.
 #include "filter/name_set.h"
 
 #include <functional>
@@ -8,21 +9,36 @@ namespace quorvane {
 
 namespace {
 
-size_t hashOf(std::string_view name) { return std::hash<std::string_view>{}(name); }
+uint64_t hashOf(std::string_view name)
+{
+    // libstdc++'s string hash, spread once more so that both the tag and the slot get good bits.
+    uint64_t h = std::hash<std::string_view>{}(name);
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdULL;
+    return h ^ (h >> 29);
+}
+
+uint8_t tagOf(uint64_t hash) { return static_cast<uint8_t>(hash % 255 + 1); }
+
+size_t slotsFor(size_t names) { return names * 10 / 7 + 16; }
 
 } // namespace
 
-std::string_view NameSet::nameAt(uint32_t slotValue) const
+std::string_view NameSet::nameAt(uint32_t offset) const
 {
-    const char* at = m_arena.data() + (slotValue - 1);
+    const char* at = m_arena.data() + offset;
     return {at + 1, static_cast<unsigned char>(*at)};
 }
 
-size_t NameSet::slotOf(std::string_view name, size_t hash) const
+size_t NameSet::slotOf(std::string_view name, uint64_t hash) const
 {
-    const size_t mask = m_slots.size() - 1;
-    for (size_t i = hash & mask;; i = (i + 1) & mask)
-        if (m_slots[i] == 0 || nameAt(m_slots[i]) == name) return i;
+    const size_t size = m_slots.size();
+    const uint8_t tag = tagOf(hash);
+    size_t i = static_cast<size_t>(((hash >> 32) * size) >> 32); // the top 32 bits scaled to the size
+    for (;; i = i + 1 == size ? 0 : i + 1) {
+        if (m_tags[i] == 0) return i;
+        if (m_tags[i] == tag && nameAt(m_slots[i]) == name) return i;
+    }
 }
 
 bool NameSet::insert(std::string_view name)
@@ -30,40 +46,52 @@ bool NameSet::insert(std::string_view name)
     if (name.empty() || name.size() > kMaxName) return false;
     // Offsets are 32-bit; an arena that large is far beyond any list this server reads.
     if (m_arena.size() + name.size() + 1 >= std::numeric_limits<uint32_t>::max()) return false;
-    if ((m_count + 1) * 4 > m_slots.size() * 3) grow();
-    const size_t slot = slotOf(name, hashOf(name));
-    if (m_slots[slot] != 0) return false;
-    m_slots[slot] = static_cast<uint32_t>(m_arena.size() + 1);
+    if ((m_count + 1) * 10 > m_slots.size() * 7) rebuild(slotsFor(m_count * 2));
+    const uint64_t hash = hashOf(name);
+    const size_t slot = slotOf(name, hash);
+    if (m_tags[slot] != 0) return false;
+    m_tags[slot] = tagOf(hash);
+    m_slots[slot] = static_cast<uint32_t>(m_arena.size());
     m_arena.push_back(static_cast<char>(name.size()));
     m_arena.insert(m_arena.end(), name.begin(), name.end());
     ++m_count;
     return true;
 }
 
-void NameSet::grow()
+void NameSet::rebuild(size_t slots)
 {
-    std::vector<uint32_t> old(m_slots.empty() ? 16 : m_slots.size() * 2, 0);
-    old.swap(m_slots);
-    for (const uint32_t value : old)
-        if (value != 0) m_slots[slotOf(nameAt(value), hashOf(nameAt(value)))] = value;
+    std::vector<uint8_t> oldTags(slots, 0);
+    std::vector<uint32_t> oldSlots(slots, 0);
+    oldTags.swap(m_tags);
+    oldSlots.swap(m_slots);
+    for (size_t i = 0; i < oldTags.size(); ++i) {
+        if (oldTags[i] == 0) continue;
+        const std::string_view name = nameAt(oldSlots[i]);
+        const size_t slot = slotOf(name, hashOf(name));
+        m_tags[slot] = oldTags[i];
+        m_slots[slot] = oldSlots[i];
+    }
 }
 
 bool NameSet::contains(std::string_view name) const
 {
-    return m_count != 0 && m_slots[slotOf(name, hashOf(name))] != 0;
+    return m_count != 0 && m_tags[slotOf(name, hashOf(name))] != 0;
 }
 
 std::string_view NameSet::findSelfOrParent(std::string_view name) const
 {
     if (m_count == 0) return {};
     for (;;) {
-        if (const uint32_t value = m_slots[slotOf(name, hashOf(name))]; value != 0) return nameAt(value);
+        if (const size_t slot = slotOf(name, hashOf(name)); m_tags[slot] != 0) return nameAt(m_slots[slot]);
         const size_t dot = name.find('.');
         if (dot == std::string_view::npos) return {};
         name.remove_prefix(dot + 1);
     }
 }
 
-void NameSet::shrink() { m_arena.shrink_to_fit(); }
+void NameSet::shrink()
+{
+    if (m_count != 0 && slotsFor(m_count) < m_slots.size()) rebuild(slotsFor(m_count));
+}
 
 } // namespace quorvane

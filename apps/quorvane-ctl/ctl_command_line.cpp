@@ -8,6 +8,7 @@ namespace {
 
 // What the reload port understands: one command per datagram, no line end.
 constexpr const char* kReloadAll = "RELOAD";
+constexpr const char* kUpdateLists = "UPDATE-LISTS";
 constexpr const char* kReloadZone = "RELOAD P ";
 constexpr const char* kUnloadZone = "UNLOAD ";
 
@@ -35,6 +36,7 @@ const char* const kCtlUsage = "Usage: quorvane-ctl [--dir DIR] COMMAND\n"
                               "  reload-zone ZONE  reload one zone: a primary zone from its file, then notify its\n"
                               "                    secondaries; a secondary zone from its primary\n"
                               "  unload ZONE       stop serving a zone until the next reload\n"
+                              "  update-lists      fetch the block lists at http:// and https:// addresses now\n"
                               "\n"
                               "  --dir DIR         program folder of the server (where quorvane.ini is);\n"
                               "                    default $QUORVANE_DIR, else this executable's folder\n"
@@ -53,6 +55,7 @@ CtlCommandLine parseCtlCommandLine(const std::vector<std::string>& args)
         else if (arg == "--dir" || arg == "--dir=") cl.error = "--dir needs a folder";
         else if (!cl.command.empty()) cl.error = "unexpected argument: " + arg;
         else if (arg == "reload") cl.command = kReloadAll;
+        else if (arg == "update-lists") cl.command = kUpdateLists;
         else if (arg == "reload-zone" || arg == "unload") {
             // A word that looks like an option is not taken as the zone: "unload --dir X" lacks one.
             const bool given = i + 1 < args.size() && args[i + 1].rfind('-', 0) != 0;

@@ -89,6 +89,14 @@ std::string_view NameSet::findSelfOrParent(std::string_view name) const
     }
 }
 
+void NameSet::reserve(size_t listBytes)
+{
+    m_arena.reserve(listBytes);
+    // A list line is a name and at least a few bytes more ("0.0.0.0 ", "||" and "^", the line end);
+    // names of common lists average over 20 bytes.
+    if (m_count == 0) rebuild(slotsFor(listBytes / 24));
+}
+
 void NameSet::shrink()
 {
     if (m_count != 0 && slotsFor(m_count) < m_slots.size()) rebuild(slotsFor(m_count));

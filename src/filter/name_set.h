@@ -25,9 +25,10 @@ public:
     std::string_view findSelfOrParent(std::string_view name) const;
     size_t size() const { return m_count; }
     bool empty() const { return m_count == 0; }
-    // Room for names of this many bytes in all, asked for before adding them: the arena is then
-    // never moved while it fills, and what it does not fill is never touched.
-    void reserve(size_t nameBytes) { m_arena.reserve(nameBytes); }
+    // Room for names from lists of this many bytes, asked for before adding them: the arena is
+    // then never moved while it fills (what it does not fill is never touched), and the table is
+    // made for about as many names as such lists hold, so that it need not grow on the way.
+    void reserve(size_t listBytes);
     // Once every name is in: the table is rebuilt at the size its names need.
     void shrink();
 

@@ -14,19 +14,45 @@
 
 namespace quorvane {
 
-using FilterReady = std::function<void(std::shared_ptr<const FilterSet>)>;
+// What fetching one list at an address gave.
+struct FetchOutcome {
+    std::string source;
+    bool ok = false;
+    bool changed = false; // false: the server said the saved copy is current
+    std::string error;    // why it failed
+};
+using FetchOutcomes = std::vector<FetchOutcome>;
 
-// Builds filter sets; done is called on the engine thread.
+// Fetches a list at an address into its saved copy, replacing it only with a whole new one.
+// Blocks: runs on the loader's worker thread.
+class ListFetcher {
+public:
+    virtual ~ListFetcher() = default;
+    virtual FetchOutcome fetch(const std::string& address, const std::filesystem::path& savedCopy) = 0;
+};
+
+using FilterReady = std::function<void(std::shared_ptr<const FilterSet>, FetchOutcomes)>;
+
+// Builds filter sets, after fetching the lists at addresses again when fetch is set (and a
+// fetcher is there); done is called on the engine thread.
 class ListLoader {
 public:
     virtual ~ListLoader() = default;
-    virtual void load(FilterSources sources, FilterReady done) = 0;
+    virtual void load(FilterSources sources, bool fetch, FilterReady done) = 0;
 };
+
+// Fetches (through fetcher, when given) and builds at once, on the calling thread.
+FetchOutcomes fetchLists(const FilterSources& sources, ListFetcher* fetcher);
 
 // Builds at once, on the calling thread: the engine's default, and the tests'.
 class InlineListLoader : public ListLoader {
 public:
-    void load(FilterSources sources, FilterReady done) override { done(buildFilter(sources)); }
+    void load(FilterSources sources, bool fetch, FilterReady done) override
+    {
+        FetchOutcomes fetched = fetch ? fetchLists(sources, fetcher) : FetchOutcomes{};
+        done(buildFilter(sources), std::move(fetched));
+    }
+    ListFetcher* fetcher = nullptr;
 };
 
 // Builds on a worker thread and hands the result to the engine thread through post (which must
@@ -35,19 +61,28 @@ public:
 class ThreadListLoader : public ListLoader {
 public:
     using Post = std::function<void(std::function<void()>)>;
-    explicit ThreadListLoader(Post post) : m_post(std::move(post)) {}
+    ThreadListLoader(Post post, ListFetcher* fetcher) : m_post(std::move(post)), m_fetcher(fetcher) {}
     ~ThreadListLoader() override;
     ThreadListLoader(const ThreadListLoader&) = delete;
     ThreadListLoader& operator=(const ThreadListLoader&) = delete;
-    void load(FilterSources sources, FilterReady done) override;
+    void load(FilterSources sources, bool fetch, FilterReady done) override;
 
 private:
-    void finished(std::shared_ptr<const FilterSet> set, FilterReady done);
+    struct Job {
+        FilterSources sources;
+        bool fetch;
+        FilterReady done;
+    };
+    void finished(std::shared_ptr<const FilterSet> set, FetchOutcomes fetched, FilterReady done);
 
     Post m_post;
+    ListFetcher* m_fetcher;
     std::thread m_worker;
     bool m_busy = false; // engine thread only, like m_next
-    std::optional<std::pair<FilterSources, FilterReady>> m_next;
+    std::optional<Job> m_next;
+    // The set handed over last, held here too so that the engine thread never frees a set: once
+    // the next one is in, a thread of its own lets go of it.
+    std::shared_ptr<const FilterSet> m_delivered;
 };
 
 // The answerer's view of the current set.

@@ -55,6 +55,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
+    m_reloadPort.setUpdateLists([this] { loadBlockLists(true); });
     m_dnsTcp.setMessages(&m_zoneTransfers);
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
@@ -212,7 +213,11 @@ void Engine::execute(Command command)
         break;
     case Command::ClearActiveLog: m_log.clearActiveLog(); break;
     case Command::SendOptions: sendOptions(); break;
-    case Command::SendCounters: m_events.onCounters(m_counters.RequestsPerSecond); break;
+    case Command::UpdateLists: loadBlockLists(true); break;
+    case Command::SendCounters:
+        m_events.onCounters(m_counters.RequestsPerSecond);
+        if (m_blockLists.current() != nullptr) m_events.onBlockedCounters(m_counters.BlockedPerSecond);
+        break;
     }
 }
 

@@ -27,6 +27,7 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <system_error>
 #include <string>
 #include <variant>
@@ -56,6 +57,7 @@ enum class Command {
     ClearActiveLog,
     SendOptions,    // answered by onOptions
     SendCounters,   // answered by onCounters
+    UpdateLists,    // fetch the block lists at addresses now
 };
 // The options dialog's accepted settings, with the flood block list it edits.
 struct ApplyOptions {
@@ -141,8 +143,10 @@ private:
     void WriteBlockLog(const std::string& address);
     void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
-    void loadBlockLists();
+    void loadBlockLists(bool fetch = false);
     void swapBlockLists(std::shared_ptr<const FilterSet> set);
+    void noteFetches(const FetchOutcomes& fetched);
+    void fetchListsWhenDue(DateTime now);
     void saveLeases();
     void Timer1();
     void pollSecondaryZones(DateTime now);
@@ -201,6 +205,8 @@ private:
     BlockLists m_blockLists;
     uint64_t m_listGeneration = 0; // counts loads asked for; only the last one's result is used
     std::vector<std::string> m_blockListReport; // one line per list for the support report
+    DateTime m_nextFetch = 0;                    // when the lists at addresses are fetched next; 0: not planned
+    std::map<std::string, std::string> m_lastFetch; // per address: how its last fetch went
     DateTime m_lastNewZoneScan = 0;
     DateTime m_lastZonePoll = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last

@@ -83,6 +83,7 @@ void Engine::Timer1()
         m_store.sweepCache();
         pollSecondaryZones(now);
         keepLeases();
+        fetchListsWhenDue(now);
         if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
             m_lastNewZoneScan = now;
             m_store.CheckNewZone();
@@ -128,6 +129,7 @@ void Engine::zeroSkippedSeconds(int second)
         do {
             slot = (slot + 1) % 60;
             m_counters.RequestsPerSecond[slot] = 0;
+            m_counters.BlockedPerSecond[slot] = 0;
         } while (slot != static_cast<size_t>(second));
     }
     m_lastSecond = second;

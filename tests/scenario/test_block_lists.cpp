@@ -18,7 +18,10 @@ namespace {
 
 // Builds when the test says so, as a worker thread would finish at some later point.
 struct HeldLoader : ListLoader {
-    void load(FilterSources sources, FilterReady done) override { held = [=] { done(buildFilter(sources)); }; }
+    void load(FilterSources sources, bool, FilterReady done) override
+    {
+        held = [=] { done(buildFilter(sources), {}); };
+    }
     std::function<void()> held;
 };
 
@@ -123,6 +126,7 @@ TEST(BlockLists, LocalDataAllowListAndExemptClientsWinAliasesAreFollowed)
     Settings s = p.engine->settings();
     s.BLOCKLIST.clear();
     p.engine->applyOptions(s, {});
+    p.loader.held();
     p.ask("ads.example.");
     EXPECT_TRUE(p.forwarded);
 }

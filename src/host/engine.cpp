@@ -109,7 +109,7 @@ void Engine::Main()
 
 void Engine::sendOptions()
 {
-    m_events.onOptions({m_settings, m_flood.BlockList(), m_localAddresses});
+    m_events.onOptions({m_settings, m_flood.BlockList(), m_localAddresses, m_blockListReport});
 }
 
 void Engine::loadSettings()

@@ -21,6 +21,8 @@ struct OptionsData
     Settings settings;
     std::vector<std::string> blockList;
     std::vector<std::string> localAddresses;
+    // Per block list: "SOURCE: N names (M lines skipped), read DATE[, last fetch ...]".
+    std::vector<std::string> blockListReport;
 };
 
 class EngineEvents {

@@ -75,7 +75,7 @@ void Engine::swapBlockLists(std::shared_ptr<const FilterSet> set)
     const FilterSet* lists = m_blockLists.current();
     m_dns.answerer().setFilter(lists != nullptr ? &m_blockLists : nullptr);
     m_blockListReport.clear();
-    if (lists == nullptr) return;
+    if (lists == nullptr) return sendOptions();
     const std::string when = dateTimeText(m_clock.now());
     for (const ListCount& list : lists->lists) {
         const std::string line = list.source + ": " +
@@ -87,6 +87,7 @@ void Engine::swapBlockLists(std::shared_ptr<const FilterSet> set)
         m_blockListReport.push_back(line + ", read " + when +
                                     (fetch != m_lastFetch.end() ? ", last fetch " + fetch->second : ""));
     }
+    sendOptions(); // the options dialog shows each list's result
 }
 
 } // namespace quorvane

@@ -86,6 +86,7 @@ void frmMain::openOptions()
             [this](const Settings& accepted, const std::vector<std::string>& blockList) {
                 m_engine.send(ApplyOptions{accepted, blockList});
             });
+    connect(dialog, &frmOptions::updateListsRequested, this, [this] { m_engine.send(Command::UpdateLists); });
     dialog->open();
 }
 

@@ -48,11 +48,23 @@ for n in "$@"; do
         echo "$(now) - $start" | bc >>"$work/dload.$n"
         echo "scale=1; $(rss $dpid) * 1024 / $n" | bc >>"$work/dbytes.$n"
         kill $dpid && wait $dpid || true
+
+        # Unbound as it is set up for blocking: a local zone per name answered with 0.0.0.0.
+        awk 'NR > 1 {print "local-zone: \"" $2 ".\" always_null"}' "$work/list.txt" >"$work/zones.conf"
+        printf 'server:\n interface: 127.0.0.1\n do-daemonize: no\n chroot: ""\n username: ""\n num-threads: 1\n use-syslog: no\n pidfile: ""\n include: "%s"\n' \
+            "$work/zones.conf" >"$work/unbound.conf"
+        start=$(now)
+        unbound -c "$work/unbound.conf" 2>/dev/null & upid=$!
+        wait_answer "$probe" 0.0.0.0
+        echo "$(now) - $start" | bc >>"$work/uload.$n"
+        echo "scale=1; $(rss $upid) * 1024 / $n" | bc >>"$work/ubytes.$n"
+        kill $upid && wait $upid || true
     done
     echo "$n names (medians of $rounds rounds):"
     echo "  quorvane: $(median <"$work/bytes.$n") bytes/name, load $(median <"$work/load.$n") s," \
          "peak RSS during reload $(median <"$work/peak.$n") kB, longest wait during reload $(median <"$work/wait.$n") ms"
     echo "  dnsmasq:  $(median <"$work/dbytes.$n") bytes/name (whole process), load $(median <"$work/dload.$n") s"
+    echo "  unbound:  $(median <"$work/ubytes.$n") bytes/name (whole process), load $(median <"$work/uload.$n") s"
     echo "  quorvane resident kB with the list: $(cut -d' ' -f1 "$work/rss.$n" | median), without: $(cut -d' ' -f2 "$work/rss.$n" | median)"
     sizes+=("$n")
 done

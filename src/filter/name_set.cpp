@@ -99,7 +99,8 @@ void NameSet::reserve(size_t listBytes)
 
 void NameSet::shrink()
 {
-    if (m_count != 0 && slotsFor(m_count) < m_slots.size()) rebuild(slotsFor(m_count));
+    // Another pass over millions of names is worth it only for a table well over its size.
+    if (slotsFor(m_count) * 5 / 4 < m_slots.size()) rebuild(slotsFor(m_count));
 }
 
 } // namespace quorvane

@@ -29,7 +29,7 @@ public:
     // then never moved while it fills (what it does not fill is never touched), and the table is
     // made for about as many names as such lists hold, so that it need not grow on the way.
     void reserve(size_t listBytes);
-    // Once every name is in: the table is rebuilt at the size its names need.
+    // Once every name is in: a table much larger than its names need is rebuilt at their size.
     void shrink();
 
 private:

@@ -51,6 +51,12 @@ size_t readHeader(char* data, size_t size, size_t count, void* user)
     return size * count;
 }
 
+// Asked about a second while a transfer runs: non-zero ends it.
+int checkCancelled(void* cancelled, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+{
+    return static_cast<std::atomic<bool>*>(cancelled)->load() ? 1 : 0;
+}
+
 std::string readSmallFile(const std::filesystem::path& path)
 {
     std::ifstream in(path, std::ios::binary);
@@ -72,9 +78,16 @@ FetchOutcome CurlFetcher::fetch(const std::string& address, const std::filesyste
     outcome.source = address;
     const std::filesystem::path partial = savedCopy.string() + ".part";
     const std::filesystem::path etagFile = savedCopy.string() + ".etag";
+    if (m_cancelled) {
+        outcome.error = "the program is closing";
+        return outcome;
+    }
     Download download;
     download.file = std::fopen(partial.c_str(), "wb");
-    if (download.file == nullptr) return outcome.error = "cannot write " + partial.string(), outcome;
+    if (download.file == nullptr) {
+        outcome.error = "cannot write " + partial.string();
+        return outcome;
+    }
     const std::unique_ptr<CURL, void (*)(CURL*)> curl(curl_easy_init(), curl_easy_cleanup);
     curl_slist* headers = nullptr;
     std::error_code error;
@@ -107,6 +120,9 @@ FetchOutcome CurlFetcher::fetch(const std::string& address, const std::filesyste
     curl_easy_setopt(c, CURLOPT_WRITEDATA, &download);
     curl_easy_setopt(c, CURLOPT_HEADERFUNCTION, readHeader);
     curl_easy_setopt(c, CURLOPT_HEADERDATA, &download);
+    curl_easy_setopt(c, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(c, CURLOPT_XFERINFOFUNCTION, checkCancelled);
+    curl_easy_setopt(c, CURLOPT_XFERINFODATA, &m_cancelled);
     // Certificates are always checked; a test or a private list server names its own CA file.
     if (const char* bundle = std::getenv("CURL_CA_BUNDLE"); bundle != nullptr && *bundle != '\0')
         curl_easy_setopt(c, CURLOPT_CAINFO, bundle);

@@ -4,6 +4,8 @@
 
 #include "host/block_lists.h"
 
+#include <atomic>
+
 namespace quorvane {
 
 class CurlFetcher : public ListFetcher {
@@ -17,6 +19,10 @@ public:
     // CURL_CA_BUNDLE names), a conditional request from the saved copy's date and entity tag, at
     // most 256 MB, and a time-out; the copy is replaced only by a whole new list.
     FetchOutcome fetch(const std::string& address, const std::filesystem::path& savedCopy) override;
+    void cancel() override { m_cancelled = true; }
+
+private:
+    std::atomic<bool> m_cancelled = false;
 };
 
 } // namespace quorvane

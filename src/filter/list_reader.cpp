@@ -77,6 +77,15 @@ void ListReader::feed(std::string_view text)
     while (!text.empty()) {
         const size_t end = text.find('\n');
         const std::string_view piece = text.substr(0, end);
+        if (end != std::string_view::npos && m_partial.empty() && !m_overlong) {
+            // A whole line within this piece: read where it lies.
+            if (piece.size() > kMaxListLine)
+                ++m_skipped;
+            else
+                line(piece);
+            text.remove_prefix(end + 1);
+            continue;
+        }
         if (m_overlong || m_partial.size() + piece.size() > kMaxListLine) {
             m_overlong = true;
             m_partial.clear();
@@ -133,8 +142,7 @@ void ListReader::line(std::string_view text)
 void ListReader::hostsLine(std::string_view rest)
 {
     if (trimmed(rest).empty()) return void(++m_skipped);
-    for (std::string_view word = nextWord(rest); !word.empty(); word = nextWord(rest))
-        if (!isOneOf(word, kOwnNames)) add(word, false);
+    for (std::string_view word = nextWord(rest); !word.empty(); word = nextWord(rest)) add(word, false);
 }
 
 void ListReader::add(std::string_view name, bool exception)

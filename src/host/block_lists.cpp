@@ -9,6 +9,7 @@ namespace quorvane {
 
 ThreadListLoader::~ThreadListLoader()
 {
+    if (m_fetcher != nullptr) m_fetcher->cancel(); // a slow server must not hold up closing
     if (m_worker.joinable()) m_worker.join();
 }
 

@@ -29,6 +29,8 @@ class ListFetcher {
 public:
     virtual ~ListFetcher() = default;
     virtual FetchOutcome fetch(const std::string& address, const std::filesystem::path& savedCopy) = 0;
+    // From any thread, when the program closes: a fetch under way ends soon, later ones at once.
+    virtual void cancel() {}
 };
 
 using FilterReady = std::function<void(std::shared_ptr<const FilterSet>, FetchOutcomes)>;

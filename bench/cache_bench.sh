@@ -12,7 +12,8 @@
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane; build it first)
 #   -o  an earlier Quorvane binary, measured as "quorvane-old" (put it in -s) in turn with the rest
 #   -s  which resolvers, in order (default "unbound dnsmasq quorvane"; "quorvane-flags" is Quorvane
-#       with AAAARecords, EDNS, TCPQueries and QueryHardening switched on)
+#       with AAAARecords, EDNS, TCPQueries and QueryHardening switched on; "quorvane-list" is Quorvane
+#       with a block list of 2 000 000 generated names, none of them asked for)
 #   -c  dnsperf clients, i.e. sockets (default 1)
 #   -q  dnsperf queries outstanding (default 200)
 #   -k  keep the scratch folder (configurations, zone, every dnsperf report) and print its path
@@ -151,7 +152,7 @@ start_dnsmasq() {
 
 # Quorvane's program folder: settings only; data/ stays empty, it holds no zone of its own.
 start_quorvane() {
-    local dir=$1 additions=${2:-no} binary=${3:-$QUORVANE}
+    local dir=$1 additions=${2:-no} binary=${3:-$QUORVANE} extra=${4:-}
     mkdir -p "$dir/data"
     cat >"$dir/quorvane.ini" <<EOF
 Name: cache-bench
@@ -162,10 +163,23 @@ BombLevel: 0
 CacheTTL: 0
 EOF
     [ "$additions" = yes ] && printf '%s\n' "AAAARecords: YES" "EDNS: YES" "TCPQueries: YES" "QueryHardening: YES" >>"$dir/quorvane.ini"
+    [ -z "$extra" ] || printf '%s\n' "$extra" >>"$dir/quorvane.ini"
     launch 0 "$dir" "$binary" --headless --quiet --dir "$dir"
     SERVER_PID=$LAUNCHED
 }
 start_quorvane_flags() { start_quorvane "$1" yes; }
+# With a block list of 2 000 000 generated names, none of them asked for: each question pays the
+# full miss, the name and each parent looked up. Measured once the list is in.
+start_quorvane_list() {
+    local list=$WORK/blocklist.txt probe
+    [ -f "$list" ] || python3 "$(dirname "$0")/make_blocklist.py" 2000000 >"$list"
+    probe=$(sed -n 2p "$list" | awk '{print $2}')
+    start_quorvane "$1" no "$QUORVANE" "BlockList: $list"
+    for _ in $(seq 300); do
+        [ "$(dig +short +time=1 +tries=1 @127.0.0.1 "$probe" 2>/dev/null)" = 0.0.0.0 ] && break
+        sleep 0.1
+    done
+}
 start_quorvane_old() { start_quorvane "$1" no "$QUORVANE_OLD"; } # -o: an earlier build, for before/after
 
 stop_server() {
@@ -362,13 +376,13 @@ main() {
     for name in $RESOLVERS; do
         case $name in
             unbound | dnsmasq) ;;
-            quorvane | quorvane-flags) [ -x "$QUORVANE" ] || {
+            quorvane | quorvane-flags | quorvane-list) [ -x "$QUORVANE" ] || {
                 echo "no Quorvane binary at $QUORVANE; build it (cmake --preset release &&" \
                     "cmake --build --preset release) or pass -b" >&2
                 exit 1
             } ;;
             quorvane-old) [ -x "$QUORVANE_OLD" ] || { echo "quorvane-old needs -o BINARY" >&2; exit 2; } ;;
-            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane, quorvane-flags, quorvane-old)" >&2; exit 2 ;;
+            *) echo "unknown resolver: $name (unbound, dnsmasq, quorvane, quorvane-flags, quorvane-list, quorvane-old)" >&2; exit 2 ;;
         esac
     done
 

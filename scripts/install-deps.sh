@@ -10,6 +10,7 @@ set -euo pipefail
 packages=(
     cmake ninja-build g++                               # build
     libasio-dev                                         # event loop
+    libcurl4-openssl-dev                                # fetching block lists
     libgtest-dev libgmock-dev                           # the test targets are part of every build
     qt6-base-dev qt6-svg-dev                            # the desktop window
     scdoc                                               # the manual pages

@@ -8,6 +8,7 @@ namespace {
 
 // What the reload port understands: one command per datagram, no line end.
 constexpr const char* kReloadAll = "RELOAD";
+constexpr const char* kUpdateLists = "UPDATE-LISTS";
 constexpr const char* kReloadZone = "RELOAD P ";
 constexpr const char* kUnloadZone = "UNLOAD ";
 
@@ -80,6 +81,7 @@ const char* const kCtlUsage = "Usage: quorvane-ctl [--dir DIR] COMMAND\n"
                               "  reload-zone ZONE  reload one zone: a primary zone from its file, then notify its\n"
                               "                    secondaries; a secondary zone from its primary\n"
                               "  unload ZONE       stop serving a zone until the next reload\n"
+                              "  update-lists      fetch the block lists at http:// and https:// addresses now\n"
                               "\n"
                               "  zones             list the zone files in DIR/data\n"
                               "  records ZONE      print the records of a zone file\n"
@@ -109,6 +111,7 @@ CtlCommandLine parseCtlCommandLine(const std::vector<std::string>& args)
         else if (!cl.command.empty() || !cl.edit.empty()) cl.error = "unexpected argument: " + arg;
         else if (const EditCommand* edit = findEditCommand(arg)) readEditCommand(*edit, args, i, cl);
         else if (arg == "reload") cl.command = kReloadAll;
+        else if (arg == "update-lists") cl.command = kUpdateLists;
         else if (arg == "reload-zone" || arg == "unload") {
             // A word that looks like an option is not taken as the zone: "unload --dir X" lacks one.
             const bool given = i + 1 < args.size() && args[i + 1].rfind('-', 0) != 0;

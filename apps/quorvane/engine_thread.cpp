@@ -1,5 +1,6 @@
 // Included before anything of Qt: the Asio headers use names that Qt defines as macros.
 #include "engine_thread.h"
+#include "curl_fetcher.h"
 #include "net/asio_loop.h"
 #include "net/asio_network.h"
 #include "net/system_clock.h"
@@ -13,13 +14,17 @@ namespace quorvane {
 struct EngineThread::Parts
 {
     Parts(EngineEvents& events, EngineOptions options)
-        : network(loop), clock(loop), engine(network, clock, events, std::move(options))
+        : network(loop), clock(loop), engine(network, clock, events, std::move(options)),
+          lists([this](std::function<void()> work) { loop.post(std::move(work)); }, &fetcher)
     {
+        engine.setListLoader(lists);
     }
     AsioLoop loop;
     AsioNetwork network;
     SystemClock clock;
     Engine engine;
+    CurlFetcher fetcher;
+    ThreadListLoader lists; // block lists built beside the engine thread
     std::thread thread;
 };
 

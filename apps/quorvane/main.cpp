@@ -1,6 +1,7 @@
 // Program entry: reads the command line, leaves root when quorvane.ini names a user, then runs either
 // engine wired to the real network and clock on this thread until the engine closes.
 #include "command_line.h"
+#include "curl_fetcher.h"
 #include "engine_thread.h"
 #include "headless.h"
 #include "host/drop_privileges.h"
@@ -29,6 +30,9 @@ int runHeadless(const CommandLine& cl, const std::filesystem::path& executable, 
     HeadlessFrontEnd frontEnd([&loop] { loop.stop(); });
     EngineOptions options{programFolder(cl.dir, executable), executable, !cl.quiet};
     Engine engine(network, clock, frontEnd, options);
+    CurlFetcher fetcher;
+    ThreadListLoader lists([&loop](std::function<void()> work) { loop.post(std::move(work)); }, &fetcher);
+    engine.setListLoader(lists);
 
     loop.watchSignals(Engine::kSignals, [&engine](int signal) { engine.onSignal(signal); });
     engine.Main();

@@ -55,6 +55,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
+    m_reloadPort.setUpdateLists([this] { loadBlockLists(true); });
     m_dnsTcp.setMessages(&m_zoneTransfers);
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
@@ -95,6 +96,7 @@ void Engine::Main()
         AddLine(0, "Loading DHCP Leases...");
         guarded("modDHCP Load", [&] { m_dhcp.Load(m_options.programFolder / kLeaseFileName); });
         m_events.onLeases(m_dhcp.leases());
+        loadBlockLists();
         bindReloadPort();
         m_clock.startTimer(std::chrono::milliseconds(1000), [this] { Timer1(); });
         StartServices();
@@ -107,7 +109,7 @@ void Engine::Main()
 
 void Engine::sendOptions()
 {
-    m_events.onOptions({m_settings, m_flood.BlockList(), m_localAddresses});
+    m_events.onOptions({m_settings, m_flood.BlockList(), m_localAddresses, m_blockListReport});
 }
 
 void Engine::loadSettings()
@@ -136,13 +138,16 @@ void Engine::configureFromSettings()
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
                      m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES,
                      m_settings.LOCALNAMES, m_settings.NAME, m_settings.FORWARD});
+    m_dns.answerer().configureFilter({blockAnswerOf(m_settings.BLOCKANSWER), m_settings.NOFILTER});
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
 {
     guarded("frmOptions cmdOK", [&] {
+        const bool listsChanged = accepted.BLOCKLIST != m_settings.BLOCKLIST || accepted.ALLOWLIST != m_settings.ALLOWLIST;
         m_settings = accepted;
         configureFromSettings();
+        if (listsChanged) loadBlockLists();
         m_flood.setBlockList(blockList);
         m_events.onCaption(mainCaption(m_settings));
         if (m_serverRunning) StartServices();
@@ -183,7 +188,10 @@ void Engine::execute(Command command)
         guarded("frmMain mnuStartStop", [&] { mnuStartStop(); });
         break;
     case Command::ReloadRecords:
-        guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); });
+        guarded("frmMain mnuReload", [&] {
+            m_store.LoadPerm();
+            loadBlockLists(); // the saved copies and list files, read again
+        });
         break;
     case Command::WriteSupportFile:
         guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); });
@@ -205,7 +213,11 @@ void Engine::execute(Command command)
         break;
     case Command::ClearActiveLog: m_log.clearActiveLog(); break;
     case Command::SendOptions: sendOptions(); break;
-    case Command::SendCounters: m_events.onCounters(m_counters.RequestsPerSecond); break;
+    case Command::UpdateLists: loadBlockLists(true); break;
+    case Command::SendCounters:
+        m_events.onCounters(m_counters.RequestsPerSecond);
+        if (m_blockLists.current() != nullptr) m_events.onBlockedCounters(m_counters.BlockedPerSecond);
+        break;
     }
 }
 
@@ -262,6 +274,8 @@ SupportData Engine::supportData() const
     d.activeLog = m_log.activeLogOpen() ? &m_log.activeLog() : nullptr;
     d.programFolder = m_options.programFolder;
     d.hostsFile = m_settings.HOSTS;
+    d.blockLists = m_blockListReport;
+    d.blockedCount = m_counters.BlockedCount;
     return d;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "dhcp/dhcp_server.h"
+#include "host/block_lists.h"
 #include "host/engine_events.h"
 #include "host/event_log.h"
 #include "host/settings.h"
@@ -26,6 +27,7 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <system_error>
 #include <string>
 #include <variant>
@@ -35,6 +37,9 @@ namespace quorvane {
 
 // "Uptime: 1 Day, 2 Hours, 0 Minutes" for the time between start and now.
 std::string uptimeText(DateTime start, DateTime now);
+
+// The answer mode of a BLOCKANSWER setting.
+BlockAnswer blockAnswerOf(const std::string& setting);
 
 // Why the program closes; each has its own log line.
 enum class CloseReason { User, SessionEnded, TaskManager };
@@ -52,6 +57,7 @@ enum class Command {
     ClearActiveLog,
     SendOptions,    // answered by onOptions
     SendCounters,   // answered by onCounters
+    UpdateLists,    // fetch the block lists at addresses now
 };
 // The options dialog's accepted settings, with the flood block list it edits.
 struct ApplyOptions {
@@ -79,6 +85,8 @@ public:
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
+    // Where block lists are built; by default at once, on the engine thread. Set before Main.
+    void setListLoader(ListLoader& loader) { m_listLoader = &loader; }
     // Start-up: settings, addresses, stored data, then the services.
     void Main();
     // An operator's command, run under the error guard.
@@ -135,6 +143,10 @@ private:
     void WriteBlockLog(const std::string& address);
     void writeDailyLog(const char* label, const std::string& suffix, const std::string& lines);
     void saveBlocks();
+    void loadBlockLists(bool fetch = false);
+    void swapBlockLists(std::shared_ptr<const FilterSet> set);
+    void noteFetches(const FetchOutcomes& fetched);
+    void fetchListsWhenDue(DateTime now);
     void saveLeases();
     void Timer1();
     void pollSecondaryZones(DateTime now);
@@ -188,6 +200,13 @@ private:
     ZoneTransferServer m_zoneTransfers;
     ReloadPort m_reloadPort;
     DhcpServer m_dhcp;
+    InlineListLoader m_inlineLoader;
+    ListLoader* m_listLoader = &m_inlineLoader;
+    BlockLists m_blockLists;
+    uint64_t m_listGeneration = 0; // counts loads asked for; only the last one's result is used
+    std::vector<std::string> m_blockListReport; // one line per list for the support report
+    DateTime m_nextFetch = 0;                    // when the lists at addresses are fetched next; 0: not planned
+    std::map<std::string, std::string> m_lastFetch; // per address: how its last fetch went
     DateTime m_lastNewZoneScan = 0;
     DateTime m_lastZonePoll = 0;
     int m_lastSecond = -1; // the second of the minute that the timer processed last

@@ -21,6 +21,8 @@ struct OptionsData
     Settings settings;
     std::vector<std::string> blockList;
     std::vector<std::string> localAddresses;
+    // Per block list: "SOURCE: N names (M lines skipped), read DATE[, last fetch ...]".
+    std::vector<std::string> blockListReport;
 };
 
 class EngineEvents {
@@ -47,6 +49,8 @@ public:
     virtual void onOptions(const OptionsData& options) = 0;
     // A copy of the requests of each second of the current minute, when asked for.
     virtual void onCounters(const std::array<uint16_t, 60>& perSecond) = 0;
+    // With block lists in use, right after onCounters: the blocked questions of each second.
+    virtual void onBlockedCounters(const std::array<uint16_t, 60>& /*perSecond*/) {}
     // snapshot.dat was written, as asked.
     virtual void onCacheSnapshot() = 0;
     // The one-second housekeeping tick has run; a service manager's watchdog is fed from here.

@@ -83,6 +83,7 @@ void Engine::Timer1()
         m_store.sweepCache();
         pollSecondaryZones(now);
         keepLeases();
+        fetchListsWhenDue(now);
         if (m_settings.CHECKNEW > 0 && (now - m_lastNewZoneScan) * kSecondsPerDay > m_settings.CHECKNEW) {
             m_lastNewZoneScan = now;
             m_store.CheckNewZone();
@@ -128,6 +129,7 @@ void Engine::zeroSkippedSeconds(int second)
         do {
             slot = (slot + 1) % 60;
             m_counters.RequestsPerSecond[slot] = 0;
+            m_counters.BlockedPerSecond[slot] = 0;
         } while (slot != static_cast<size_t>(second));
     }
     m_lastSecond = second;
@@ -137,7 +139,9 @@ void Engine::showStatus()
 {
     m_events.onStatusText(0, uptimeText(m_startTime, m_clock.now()));
     m_events.onStatusText(1, m_settings.NAME);
-    m_events.onStatusText(2, "Requests:" + std::to_string(m_counters.RequestCount) + ' ');
+    std::string requests = "Requests:" + std::to_string(m_counters.RequestCount) + ' ';
+    if (m_blockLists.current() != nullptr) requests += "Blocked:" + std::to_string(m_counters.BlockedCount) + ' ';
+    m_events.onStatusText(2, requests);
     m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ');
 }
 

@@ -158,7 +158,7 @@ DhcpFixed parseFixedLine(std::string_view value)
 Settings parseIni(std::string_view text)
 {
     Settings s;
-    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward, seenFixed;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward, seenFixed, seenNoFilter;
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -214,6 +214,11 @@ Settings parseIni(std::string_view text)
             ForwardRule rule = parseForwardLine(value);
             if (!rule.domain.empty() && seenForward.insert(rule.domain).second) s.FORWARD.push_back(std::move(rule));
         }
+        else if (key == "BLOCKLIST" && !raw.empty()) s.BLOCKLIST.emplace_back(raw);
+        else if (key == "ALLOWLIST" && !raw.empty()) s.ALLOWLIST.push_back(lower(raw));
+        else if (key == "BLOCKANSWER") s.BLOCKANSWER = value == "NXDOMAIN" || value == "REFUSED" ? value : "ZERO";
+        else if (key == "BLOCKLISTUPDATE") s.BLOCKLISTUPDATE = std::max(leadingNumber<int32_t>(value), 1);
+        else if (key == "NOFILTER") addUnique(s.NOFILTER, seenNoFilter, normalAddress(value));
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
@@ -261,6 +266,11 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
     setFlag(out, "LocalNames: YES", s.LOCALNAMES, defaults.LOCALNAMES);
     setFlag(out, "DHCPFixedNames: YES", s.DHCPFIXEDNAMES, defaults.DHCPFIXEDNAMES);
+    for (const auto& source : s.BLOCKLIST) setText(out, "BlockList", source);
+    for (const auto& name : s.ALLOWLIST) setText(out, "AllowList", name);
+    if (s.BLOCKANSWER != defaults.BLOCKANSWER) setText(out, "BlockAnswer", s.BLOCKANSWER);
+    if (s.BLOCKLISTUPDATE != defaults.BLOCKLISTUPDATE) setNumber(out, "BlockListUpdate", s.BLOCKLISTUPDATE);
+    for (const auto& address : s.NOFILTER) setText(out, "NoFilter", address);
     for (const auto& fixed : s.DHCPFIXED) out += "DHCPFixed: " + fixed.Client + ' ' + fixed.IPaddr + ' ' + fixed.Name + '\n';
     for (const auto& option : s.DHCPOPTION)
         out += "DHCPOption: " + option.Interface + ' ' + std::to_string(option.Code) + ' ' + option.Value + '\n';

@@ -47,6 +47,13 @@ struct Settings {
     std::vector<DhcpOptionLine> DHCPOPTION; // options added to an interface's replies, in file order
     std::vector<ForwardRule> FORWARD;     // domains asked of servers of their own, in file order
 
+    // Block lists: without a BLOCKLIST line nothing is filtered.
+    std::vector<std::string> BLOCKLIST;   // list files (case kept) or http:// and https:// addresses
+    std::vector<std::string> ALLOWLIST;   // names never blocked, with their subdomains
+    std::string BLOCKANSWER = "ZERO";     // ZERO, NXDOMAIN or REFUSED
+    int32_t BLOCKLISTUPDATE = 24;         // hours between fetches of the lists at addresses
+    std::vector<std::string> NOFILTER;    // clients never filtered
+
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay
 
     bool operator==(const Settings&) const = default;

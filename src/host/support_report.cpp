@@ -62,8 +62,12 @@ void statisticsSection(std::ostream& out, const SupportData& d)
     heading(out, "Statistics");
     out << "Requests:" << d.requestCount << '\n'
         << "Cache   :" << d.cacheCount << '\n'
-        << "Uptime  : " << uptime << '\n'
-        << '\n';
+        << "Uptime  : " << uptime << '\n';
+    if (!d.blockLists.empty()) {
+        out << "Blocked : " << d.blockedCount << '\n';
+        for (const std::string& list : d.blockLists) out << "Block list " << list << '\n';
+    }
+    out << '\n';
 }
 
 void logSection(std::ostream& out, const SupportData& d)

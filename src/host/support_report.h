@@ -43,6 +43,9 @@ struct SupportData {
     const std::deque<std::string>* activeLog = nullptr; // null while the log window is closed
     std::filesystem::path programFolder;
     std::string hostsFile; // empty: no hosts file section
+    // Block lists: "SOURCE: N names (M lines skipped), read DATE" per list; empty without lists.
+    std::vector<std::string> blockLists;
+    uint64_t blockedCount = 0;
 };
 
 inline constexpr const char* kSupportFileName = "support.txt";

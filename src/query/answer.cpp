@@ -40,6 +40,7 @@ void Answerer::Check(clDNSRequest& request)
     if (m_settings.localNames) keepAtHome(request);
 
     const Lookup found = lookUp(request);
+    if (!found.tooLong && blocked(request)) return;
     if (found.tooLong) {
         if (request.Depth > 0) m_resolver.ReturnSub(request, false);
     } else if (found.answered || found.knownAbsent) {

@@ -9,6 +9,7 @@
 #include "query/edns.h"
 #include "query/lease_lookup.h"
 #include "query/local_zones.h"
+#include "query/name_filter.h"
 #include "query/query_host.h"
 #include "query/query_settings.h"
 #include "query/request_counters.h"
@@ -35,6 +36,9 @@ public:
     bool answersTcp() const { return m_settings.tcpQueries; }
     // The DHCP leases, which answer A and PTR questions for the names and addresses they hold.
     void setLeases(const LeaseLookup* leases) { m_leases = leases; }
+    // The block lists; none (the default) filters nothing.
+    void setFilter(NameFilter* filter) { m_filter = filter; }
+    void configureFilter(FilterSettings settings) { m_filterSettings = std::move(settings); }
     // Zone change notifications (opcode 4) are handed on here, after they were counted.
     using NotifyHandler = std::function<void(const Endpoint& from, std::string_view message)>;
     void setNotifyHandler(NotifyHandler handler) { m_notify = std::move(handler); }
@@ -62,6 +66,8 @@ private:
     bool leaseRecord(clDNSRequest& request) const;
     void keepAtHome(clDNSRequest& request);
     bool answerAtHome(clDNSRequest& request, const Lookup& found);
+    bool blocked(clDNSRequest& request);
+    void sendBlocked(clDNSRequest& request, std::string_view entry);
     void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
@@ -87,6 +93,8 @@ private:
     Bytes m_reply;          // the reply being built, reused likewise
     const LeaseLookup* m_leases = nullptr;
     const LocalZones m_localZones;
+    NameFilter* m_filter = nullptr;
+    FilterSettings m_filterSettings;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;
     std::vector<size_t> m_recordEnds; // where each record of the reply being built ends

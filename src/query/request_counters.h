@@ -17,6 +17,9 @@ struct RequestCounters
     uint64_t ReplyCount = 0;
     // Requests per second of the current minute, indexed by the second (0-59).
     std::array<uint16_t, 60> RequestsPerSecond{};
+    // Questions answered for the block lists, in all and in each second of the current minute.
+    uint64_t BlockedCount = 0;
+    std::array<uint16_t, 60> BlockedPerSecond{};
 
     // One request, in RequestCount and in the slot of the second of now.
     void countRequest(DateTime now)
@@ -25,6 +28,14 @@ struct RequestCounters
         const auto second = static_cast<size_t>(toCalendar(now).second);
         if (RequestsPerSecond[second] < UINT16_MAX) ++RequestsPerSecond[second];
         RequestsPerSecond[(second + 1) % 60] = 0; // the slot ahead starts clean for the next second
+        BlockedPerSecond[(second + 1) % 60] = 0;
+    }
+    // One blocked question, counted after its request.
+    void countBlocked(DateTime now)
+    {
+        ++BlockedCount;
+        const auto second = static_cast<size_t>(toCalendar(now).second);
+        if (BlockedPerSecond[second] < UINT16_MAX) ++BlockedPerSecond[second];
     }
 };
 

@@ -32,6 +32,10 @@ void ReloadPort::DataArrival(const Endpoint& from, std::string_view data)
     if (from.address != kLoopback) return;
     const std::string command = upper(data);
     if (command == "RELOAD") return m_store.LoadPerm();
+    if (command == "UPDATE-LISTS") {
+        if (m_updateLists) m_updateLists();
+        return;
+    }
     if (command.starts_with("UNLOAD ")) return unload(zoneName(data.substr(7)));
     // "RELOAD ", a letter that says primary or secondary (the zone itself tells which it is), a
     // blank and the zone.

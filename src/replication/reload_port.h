@@ -27,7 +27,9 @@ public:
     // "RELOAD" reloads every record; "UNLOAD zone" drops a zone; "RELOAD x zone" (x any letter)
     // loads one zone again and tells its secondaries, or polls its primary. Letter case does not
     // matter, zone names come without their final dot, and any other text is ignored.
+    // "UPDATE-LISTS" fetches the block lists now, through this.
     void DataArrival(const Endpoint& from, std::string_view data);
+    void setUpdateLists(std::function<void()> update) { m_updateLists = std::move(update); }
 
 private:
     void unload(const std::string& zone);
@@ -38,6 +40,7 @@ private:
     ZoneNotifications& m_notifications;
     ZoneQueue& m_queue;
     std::function<bool()> m_running;
+    std::function<void()> m_updateLists;
 };
 
 } // namespace quorvane

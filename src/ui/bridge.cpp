@@ -99,6 +99,11 @@ void Bridge::onCounters(const std::array<uint16_t, 60>& perSecond)
     emit counters(perSecond);
 }
 
+void Bridge::onBlockedCounters(const std::array<uint16_t, 60>& perSecond)
+{
+    emit blockedCounters(perSecond);
+}
+
 void Bridge::onCacheSnapshot()
 {
     emit cacheSnapshot();

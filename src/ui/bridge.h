@@ -36,6 +36,7 @@ public:
     void onLeases(const std::vector<clLease>& leases) override;
     void onOptions(const OptionsData& options) override;
     void onCounters(const std::array<uint16_t, 60>& perSecond) override;
+    void onBlockedCounters(const std::array<uint16_t, 60>& perSecond) override;
     void onCacheSnapshot() override;
     void onClosed() override;
 
@@ -54,6 +55,7 @@ signals:
     void leases(const std::vector<quorvane::clLease>& leases);
     void options(const quorvane::OptionsData& options);
     void counters(const std::array<uint16_t, 60>& perSecond);
+    void blockedCounters(const std::array<uint16_t, 60>& perSecond);
     void cacheSnapshot();
     void closed();
 

@@ -13,6 +13,7 @@ namespace {
 
 const QColor kGridColor(0xd8, 0xdc, 0xe2);
 const QColor kLineColor(0x1f, 0x6f, 0xc9);
+const QColor kBlockedColor(0xd0, 0x3a, 0x2f);
 
 } // namespace
 
@@ -40,6 +41,13 @@ void frmGraph::setCounters(const std::array<uint16_t, 60>& perSecond, int curren
     update();
 }
 
+void frmGraph::setBlocked(const std::array<uint16_t, 60>& perSecond)
+{
+    m_blocked = perSecond;
+    m_showBlocked = true;
+    update();
+}
+
 void frmGraph::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
@@ -48,6 +56,11 @@ void frmGraph::paintEvent(QPaintEvent*)
     const QFontMetrics metrics = fontMetrics();
     const int margin = metrics.height() / 2 + 2;
     painter.drawText(margin, margin + metrics.ascent(), QStringLiteral("Requests per second:"));
+    if (m_showBlocked) {
+        const QString blocked = QStringLiteral("Blocked");
+        painter.setPen(kBlockedColor);
+        painter.drawText(width() - margin - metrics.horizontalAdvance(blocked), margin + metrics.ascent(), blocked);
+    }
 
     const GraphScale scale = graphScale(*std::max_element(m_counters.begin(), m_counters.end()));
     const int labelWidth = metrics.horizontalAdvance(QString::number(scale.top));
@@ -55,7 +68,8 @@ void frmGraph::paintEvent(QPaintEvent*)
                      QPoint(width() - margin - 1, height() - margin - metrics.height() - 1));
     if (plot.width() < 20 || plot.height() < 20) return;
     drawScale(painter, plot, scale);
-    drawLine(painter, plot, scale);
+    drawLine(painter, plot, scale, m_counters, kLineColor);
+    if (m_showBlocked) drawLine(painter, plot, scale, m_blocked, kBlockedColor);
 }
 
 void frmGraph::drawScale(QPainter& painter, const QRect& plot, const GraphScale& scale) const
@@ -77,17 +91,18 @@ void frmGraph::drawScale(QPainter& painter, const QRect& plot, const GraphScale&
     painter.drawText(under, Qt::AlignRight | Qt::AlignTop, QStringLiteral("now"));
 }
 
-void frmGraph::drawLine(QPainter& painter, const QRect& plot, const GraphScale& scale) const
+void frmGraph::drawLine(QPainter& painter, const QRect& plot, const GraphScale& scale,
+                        const std::array<uint16_t, 60>& counters, const QColor& color) const
 {
     QPolygonF line;
     line.reserve(60);
     for (int i = 0; i < 60; ++i) {
-        const int value = m_counters[static_cast<size_t>((m_current + 1 + i) % 60)];
+        const int value = counters[static_cast<size_t>((m_current + 1 + i) % 60)];
         line << QPointF(plot.left() + plot.width() * i / 59.0,
                         plot.bottom() - plot.height() * static_cast<double>(value) / scale.top);
     }
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(kLineColor, 2));
+    painter.setPen(QPen(color, 2));
     painter.drawPolyline(line);
 }
 

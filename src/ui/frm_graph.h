@@ -1,4 +1,5 @@
-// frmGraph, the "Performance Graph" child window: the requests of the last 60 seconds as a line.
+// frmGraph, the "Performance Graph" child window: the requests of the last 60 seconds as a line,
+// and with block lists in use the blocked questions as a second one.
 // It paints a copy of the engine's per-second counters; it never asks the engine for them.
 #pragma once
 
@@ -27,6 +28,8 @@ public:
 
     // perSecond is indexed by the second of the minute; the line ends at currentSecond (0-59).
     void setCounters(const std::array<uint16_t, 60>& perSecond, int currentSecond);
+    // The blocked questions of each second, drawn from now on under the same scale.
+    void setBlocked(const std::array<uint16_t, 60>& perSecond);
 
 signals:
     void closed();
@@ -37,9 +40,12 @@ protected:
 
 private:
     void drawScale(QPainter& painter, const QRect& plot, const GraphScale& scale) const;
-    void drawLine(QPainter& painter, const QRect& plot, const GraphScale& scale) const;
+    void drawLine(QPainter& painter, const QRect& plot, const GraphScale& scale,
+                  const std::array<uint16_t, 60>& counters, const QColor& color) const;
 
     std::array<uint16_t, 60> m_counters{};
+    std::array<uint16_t, 60> m_blocked{};
+    bool m_showBlocked = false;
     int m_current = 59;
 };
 

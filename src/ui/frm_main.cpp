@@ -207,6 +207,7 @@ void frmMain::connectBridge()
     connect(&m_bridge, &Bridge::leases, this, &frmMain::showLeases, queued);
     connect(&m_bridge, &Bridge::options, this, &frmMain::showOptions, queued);
     connect(&m_bridge, &Bridge::counters, this, &frmMain::showCounters, queued);
+    connect(&m_bridge, &Bridge::blockedCounters, this, &frmMain::showBlockedCounters, queued);
     connect(&m_bridge, &Bridge::cacheSnapshot, this, &frmMain::cacheSnapshotWritten, queued);
     connect(&m_bridge, &Bridge::closed, this, &frmMain::engineClosed, queued);
 }

@@ -127,6 +127,7 @@ private:
     void applyLayout(const WindowLayout& layout);
     void requestCounters();
     void showCounters(const std::array<uint16_t, 60>& perSecond);
+    void showBlockedCounters(const std::array<uint16_t, 60>& perSecond);
     void showLogLines(const QStringList& lines);
     void showLeases(const std::vector<clLease>& leases);
 

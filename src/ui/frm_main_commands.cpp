@@ -88,6 +88,7 @@ void frmMain::openOptions()
             });
     if (m_reservation) dialog->reserve(*m_reservation);
     m_reservation.reset();
+    connect(dialog, &frmOptions::updateListsRequested, this, [this] { m_engine.send(Command::UpdateLists); });
     dialog->open();
 }
 

@@ -143,6 +143,11 @@ void frmMain::showCounters(const std::array<uint16_t, 60>& perSecond)
         graph->setCounters(perSecond, QTime::currentTime().second());
 }
 
+void frmMain::showBlockedCounters(const std::array<uint16_t, 60>& perSecond)
+{
+    if (auto* graph = qobject_cast<frmGraph*>(childWindow(kGraphWindow))) graph->setBlocked(perSecond);
+}
+
 // Horizontal tiling stacks the windows one above the other, each as wide as the frame; vertical
 // tiling sets them side by side.
 void frmMain::tile(Qt::Orientation stacking)

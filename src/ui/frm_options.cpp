@@ -3,6 +3,7 @@
 #include "host/options.h"
 #include "ui/frm_options_blocking.h"
 #include "ui/frm_options_dhcp.h"
+#include "ui/frm_options_filtering.h"
 #include "ui/frm_options_flags.h"
 #include "ui/frm_options_forwarding.h"
 #include "ui/frm_options_general.h"
@@ -57,6 +58,7 @@ void frmOptions::createPages()
         {new OptionsBlockingPage, tr("Blocking")},
         {m_dhcpPage, tr("DHCP")},
         {OptionsFlagsPage::extensions(), tr("Extensions")},
+        {new OptionsFilteringPage(*this), tr("Filtering")},
     };
     for (const auto& [page, title] : pages) {
         m_tabs->addTab(page, title);

@@ -37,6 +37,8 @@ public:
 
 signals:
     void optionsAccepted(const quorvane::Settings& accepted, const std::vector<std::string>& blockList);
+    // The Filtering page's "Update lists now".
+    void updateListsRequested();
 
 private:
     void createPages();

@@ -129,6 +129,11 @@ void ChildWindowsTest::graphRepaintsForAnyCounters()
         images << image;
     }
     QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph")));
+    std::array<uint16_t, 60> blocked{};
+    for (size_t i = 0; i < 60; ++i) blocked[i] = static_cast<uint16_t>(traffic[i] / 3);
+    graph.setBlocked(blocked); // block lists in use: a second line
+    QTRY_VERIFY(!images.contains(graph.grab().toImage()));
+    QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph-blocked")));
     QSignalSpy closed(&graph, &frmGraph::closed);
     graph.close();
     QCOMPARE(closed.count(), 1);

@@ -44,6 +44,12 @@ OptionsData validData()
         officeRow(), {"172.16.0.1", ".lab", "172.16.0.10", "172.16.0.20", "255.255.0.0", "", 3600, true}};
     data.blockList = {"10.9.9.9"};
     data.localAddresses = kLocal;
+    data.settings.BLOCKLIST = {"lists/ads.txt", "https://lists.example/hosts"};
+    data.settings.ALLOWLIST = {"ok.example"};
+    data.settings.NOFILTER = {"10.3.3.3"};
+    data.blockListReport = {"lists/ads.txt: 120000 names (3 lines skipped), read 24.11.2026 15:00:00",
+                            "https://lists.example/hosts: 85000 names (0 lines skipped), read 24.11.2026 15:00:01, "
+                            "last fetch not modified, checked 24.11.2026 15:00:00"};
     return data;
 }
 
@@ -224,6 +230,9 @@ private slots:
         h.addRow("FORWARD", {"lonely.test", ""}); // no server: dropped
         h.addRow("DHCPFIXED", {"AA-BB-CC-DD-EE-01", "192.168.1.50", "nas"});
         h.dialog.reserve({"id:01ff", "192.168.1.51", "printer"}); // as the leases window sends it
+        h.choose("BLOCKANSWER", "Refused");
+        h.at<QSpinBox>("BLOCKLISTUPDATE").setValue(6);
+        h.addAddress("NOFILTER", "10.4.4.4");
         h.ok();
 
         Settings expected;
@@ -243,6 +252,11 @@ private slots:
         expected.NS = {"8.8.4.4", "9.9.9.9"};
         expected.BOMBLEVEL = 20;
         expected.NOBLOCK = {"10.1.1.1", "10.2.2.2"};
+        expected.BLOCKLIST = validData().settings.BLOCKLIST;
+        expected.ALLOWLIST = {"ok.example"};
+        expected.BLOCKANSWER = "REFUSED";
+        expected.BLOCKLISTUPDATE = 6;
+        expected.NOFILTER = {"10.3.3.3", "10.4.4.4"};
         clDHCPif office = officeRow();
         expected.DHCP = {
             office,

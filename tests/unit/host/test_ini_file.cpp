@@ -92,6 +92,11 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.DHCPOPTION = {{"192.168.1.1", 119, "\"Home.lan corp.test\""}, {"192.168.1.1", 42, "192.168.1.5"}};
     s.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}, {"id:01aabb", "192.168.1.51", "printer"}};
     s.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
+    s.BLOCKLIST = {"lists/Ads.txt", "https://lists.example/hosts"};
+    s.ALLOWLIST = {"good.example"};
+    s.BLOCKANSWER = "NXDOMAIN";
+    s.BLOCKLISTUPDATE = 6;
+    s.NOFILTER = {"192.168.1.9"};
     s.USER = "DnsUser"; // keeps its letter case
 
     const std::string text = formatIni(s, 40123);
@@ -120,6 +125,12 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "MoreRecordTypes: YES\n"
                     "LocalNames: YES\n"
                     "DHCPFixedNames: YES\n"
+                    "BlockList: lists/Ads.txt\n"
+                    "BlockList: https://lists.example/hosts\n"
+                    "AllowList: good.example\n"
+                    "BlockAnswer: NXDOMAIN\n"
+                    "BlockListUpdate: 6 \n"
+                    "NoFilter: 192.168.1.9\n"
                     "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.50 nas\n"
                     "DHCPFixed: id:01aabb 192.168.1.51 printer\n"
                     "DHCPOption: 192.168.1.1 119 \"Home.lan corp.test\"\n"

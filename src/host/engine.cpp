@@ -55,6 +55,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
         guarded("modDNS ZoneNotify", [&] { m_notifications.ZoneNotify(zone); });
     });
     m_dns.setLeases(&m_dhcp);
+    m_outgoing.tls().setLog([this](const std::string& line) { AddLine(0, line); });
     m_dnsTcp.setMessages(&m_zoneTransfers);
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
@@ -134,7 +135,8 @@ void Engine::configureFromSettings()
                        m_settings.MORERECORDTYPES});
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
-                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES});
+                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES, m_settings.NSTLS});
+    m_outgoing.tls().setTrust(m_settings.TLSCAFILE);
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
@@ -347,6 +349,7 @@ SocketRoute Engine::outgoingRoute()
         guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
     };
     route.closed = [this](SocketId connection) { m_outgoing.tcpClosed(connection); };
+    route.tlsFailed = [this](SocketId connection, std::string_view reason) { m_outgoing.tlsFailed(connection, reason); };
     return route;
 }
 

@@ -5,6 +5,7 @@
 #include "dhcp/dhcp_interface.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,14 @@ struct Settings {
     bool MORERECORDTYPES = false;         // SRV and CAA records from end to end
 
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay
+
+    // TLS: forwarders asked over TLS (address -> the name their certificate must carry; each address
+    // is also in NS), the authorities their certificates must chain to (empty: the system's), and
+    // the certificate and key of DNS over TLS served on port 853.
+    std::map<std::string, std::string> NSTLS;
+    std::string TLSCAFILE;
+    std::string TLSCERTFILE;
+    std::string TLSKEYFILE;
 
     bool operator==(const Settings&) const = default;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct QuerySettings {
     bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
     bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
     bool moreTypes = false;              // MORERECORDTYPES: SRV and CAA questions
+    // Servers asked over TLS only, by address, with the name their certificate must carry (NS ... tls).
+    std::map<std::string, std::string> tlsServers{};
 };
 
 // A record is still served until 5 seconds after it expired.

@@ -39,6 +39,7 @@ public:
     SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
     SocketId bindDhcp(const std::string&) override { return ++lastConnection; }
     SocketId connectTcp(const Endpoint&) override { return ++lastConnection; }
+    SocketId connectTls(const Endpoint&, const std::string&, const std::string&) override { return ++lastConnection; }
     void sendTo(SocketId, const Endpoint&, std::string_view) override {}
     void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
     uint16_t localPort(SocketId) const override { return 0; }

@@ -51,6 +51,19 @@ SocketId FakeNetwork::connectTcp(const Endpoint& to)
     return id;
 }
 
+SocketId FakeNetwork::connectTls(const Endpoint& to, const std::string& verifyName, const std::string&)
+{
+    const SocketId id = connectTcp(to);
+    tlsNames.emplace(id, verifyName);
+    return id;
+}
+
+void FakeNetwork::failTls(SocketId connection, std::string_view reason)
+{
+    if (m_events && isOpen(connection)) m_events->onTlsFailed(connection, reason);
+    peerClose(connection);
+}
+
 void FakeNetwork::accept(SocketId connection)
 {
     if (m_events && isOpen(connection)) m_events->onTcpConnected(connection);

@@ -83,12 +83,16 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.CACHETTL = 60;
     s.CHECKNEW = 30;
     s.RECURSIONOUT = true;
-    s.NS = {"10.0.0.1", "10.0.0.2"};
+    s.NS = {"10.0.0.1", "10.0.0.2", "10.0.0.3"};
+    s.NSTLS = {{"10.0.0.3", "dns.example"}}; // written after the plain ones, so read back in this order
     s.BOMBLEVEL = 50;
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
     s.USER = "DnsUser"; // keeps its letter case
+    s.TLSCAFILE = "/etc/Test CA.pem";
+    s.TLSCERTFILE = "/etc/dot.pem";
+    s.TLSKEYFILE = "/etc/dot.key";
 
     const std::string text = formatIni(s, 40123);
     EXPECT_EQ(text, "Name: ns.home.lan\n"
@@ -114,8 +118,16 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "TCPQueries: YES\n"
                     "QueryHardening: YES\n"
                     "MoreRecordTypes: YES\n"
-                    "User: DnsUser\n");
+                    "User: DnsUser\n"
+                    "NS: 10.0.0.3 tls dns.example\n"
+                    "TLSCAFile: /etc/Test CA.pem\n"
+                    "TLSCertFile: /etc/dot.pem\n"
+                    "TLSKeyFile: /etc/dot.key\n");
     EXPECT_EQ(parseIni(text), s);
+    // A TLS name is read in any letter case; a line with words this program does not write is dropped.
+    const Settings odd = parseIni("NS: 10.0.0.4  TLS  Dns.Example.\nNS: 10.0.0.5 tcp x\nNS: 10.0.0.6 tls\n");
+    EXPECT_EQ(odd.NS, (std::vector<std::string>{"10.0.0.4"}));
+    EXPECT_EQ(odd.NSTLS.at("10.0.0.4"), "dns.example");
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
 }

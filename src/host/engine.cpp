@@ -28,7 +28,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)), m_routes(network),
       m_dnsPort(m_routes.add(dnsPortRoute())), m_outgoingNet(m_routes.add(outgoingRoute())),
       m_secondaryNet(m_routes.add(secondaryRoute())), m_reloadNet(m_routes.add(reloadRoute())),
-      m_dhcpNet(m_routes.add(dhcpRoute())), m_log(clock, m_options.programFolder), m_outgoing(m_outgoingNet),
+      m_dhcpNet(m_routes.add(dhcpRoute())), m_dotNet(m_routes.add(dotRoute())), m_log(clock, m_options.programFolder), m_outgoing(m_outgoingNet),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder,
@@ -184,7 +184,10 @@ void Engine::execute(Command command)
         guarded("frmMain mnuStartStop", [&] { mnuStartStop(); });
         break;
     case Command::ReloadRecords:
-        guarded("frmMain mnuReload", [&] { m_store.LoadPerm(); });
+        guarded("frmMain mnuReload", [&] {
+            m_store.LoadPerm();
+            reloadDotCertificate();
+        });
         break;
     case Command::WriteSupportFile:
         guarded("frmMain mnuDump", [&] { writeSupportFileCommand(); });
@@ -333,6 +336,18 @@ SocketRoute Engine::dnsPortRoute()
     };
     route.closed = [this](SocketId connection) {
         guarded("ctlZT DataArrival", [&] { m_dnsTcp.peerClosed(connection); });
+    };
+    return route;
+}
+
+// Connections of DNS over TLS: served as those of WSZT, their questions answered whatever
+// TCPQUERIES says, since the operator set up a certificate for them.
+SocketRoute Engine::dotRoute()
+{
+    SocketRoute route = dnsPortRoute();
+    route.datagram = nullptr;
+    route.accepted = [this](SocketId connection, const Endpoint& from) {
+        guarded("ctlZT Accept", [&] { m_dnsTcp.connectionRequest(connection, from, m_serverRunning, true); });
     };
     return route;
 }

@@ -213,6 +213,7 @@ void AsioNetwork::closeTcp(SocketId socket)
     }
     dropConnection(socket, false);
     dropTls(socket, false);
+    closeTlsListener(socket);
 }
 
 } // namespace quorvane

@@ -3,14 +3,9 @@
 // a TCP connection. Sessions are kept per peer and name so that the next connection resumes.
 #include "net/asio_network.h"
 
-#include "net/asio_impl.h"
+#include "net/asio_tls_impl.h"
 
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnull-dereference"
-#include <asio/ssl.hpp>
-#pragma GCC diagnostic pop
-
-#include <array>
+#include <openssl/x509v3.h>
 
 namespace quorvane {
 
@@ -27,30 +22,6 @@ std::string failureReason(const std::error_code& ec, SSL* ssl)
 }
 
 } // namespace
-
-struct AsioNetwork::Tls
-{
-    Tls(asio::io_context& io, asio::ssl::context& context) : stream(io, context) {}
-    asio::ssl::stream<asio::ip::tcp::socket> stream;
-    std::string sessionKey;
-    bool open = false;    // the handshake is done
-    bool writing = false; // a write is posted or under way
-    Bytes out;            // queued for the next write
-    Bytes sending;        // the write under way
-    std::array<char, 16384> in{};
-};
-
-struct AsioNetwork::TlsState
-{
-    std::unique_ptr<asio::ssl::context> client;
-    std::string clientCa;
-    bool clientReady = false;
-    std::map<std::string, SSL_SESSION*> sessions;
-    ~TlsState()
-    {
-        for (auto& [key, session] : sessions) SSL_SESSION_free(session);
-    }
-};
 
 // One client context, made again when the authorities' file changes; null when it cannot be read.
 asio::ssl::context* AsioNetwork::clientContext(const std::string& caFile)

@@ -62,6 +62,16 @@ public:
     virtual SocketId bindDhcp(const std::string& address) = 0;
     // Binds and listens on a TCP socket; kNoSocket on failure.
     virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
+    // Listens for TLS connections, presenting the certificate chain in certFile with the key in
+    // keyFile. A connection is reported by onTcpAccepted once its handshake is done; one that fails
+    // the handshake is dropped unheard. kNoSocket, with error saying why, when the files cannot be
+    // loaded or the port bound.
+    virtual SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                               const std::string& keyFile, std::string& error) = 0;
+    // Loads a TLS listener's certificate and key again, for the connections that follow. False, with
+    // error saying why, when they cannot be loaded: the listener keeps the ones it had.
+    virtual bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                                      std::string& error) = 0;
     // Starts a connection to a peer from any local address; onTcpConnected or onTcpClosed follows,
     // never from inside this call. kNoSocket when no socket could be made.
     virtual SocketId connectTcp(const Endpoint& to) = 0;

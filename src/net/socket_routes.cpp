@@ -17,6 +17,16 @@ public:
     {
         return recorded(m_routes.m_network.listenTcp(address, port));
     }
+    SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                       const std::string& keyFile, std::string& error) override
+    {
+        return recorded(m_routes.m_network.listenTls(address, port, certFile, keyFile, error));
+    }
+    bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                              std::string& error) override
+    {
+        return m_routes.m_network.reloadTlsCertificate(listener, certFile, keyFile, error);
+    }
     SocketId connectTcp(const Endpoint& to) override { return recorded(m_routes.m_network.connectTcp(to)); }
     SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) override
     {

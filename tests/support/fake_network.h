@@ -25,6 +25,11 @@ public:
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
     SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
+    // A listener like a TCP one, unless the test has set certificateError.
+    SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                       const std::string& keyFile, std::string& error) override;
+    bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                              std::string& error) override;
     // A UDP socket on port 67 of an address the machine has.
     SocketId bindDhcp(const std::string& address) override { return address.empty() ? kNoSocket : bindUdp(address, 67); }
     SocketId connectTcp(const Endpoint& to) override;
@@ -63,6 +68,8 @@ public:
     std::map<SocketId, Bytes> tcpSent; // everything sent on each connection, in order
     std::map<SocketId, Endpoint> connects; // every outgoing connection started, by id
     std::map<SocketId, std::string> tlsNames; // the name each TLS connection was to verify
+    std::string certificateError;             // when set, certificates fail to load with this reason
+    std::map<SocketId, int> certificateLoads; // how often each TLS listener loaded its certificate
 
 private:
     SocketId bind(bool tcp, const std::string& address, uint16_t port);

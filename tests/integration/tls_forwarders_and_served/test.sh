@@ -3,6 +3,8 @@
 # a certificate authority this case makes. A sink on 127.0.0.2 port 53 shows nothing goes in
 # clear; 200 questions share a handful of connections. Then a certificate for another name, and
 # one under an authority Quorvane does not trust: no answer taken, a server failure, the log line.
+# Last, Quorvane serves DNS over TLS on 853 with the same certificate to kdig and dig: the answers
+# are those over UDP; without the certificate settings nothing listens on 853.
 pki="$WORK/pki"
 mkdir -p "$pki"
 make_ca() {
@@ -69,13 +71,13 @@ while True:
         else: s.accept()[0].close()
 PY
 started $!
-within 5 grep -q ready "$WORK/clear" || fail "sink"
+within 5 grep -qs ready "$WORK/clear" || fail "sink"
 
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"
 run_quorvane() {
-    printf 'Name: resolver.lan\nDNSBind: 127.0.0.1\nRecursionOut: YES\nNS: 127.0.0.2 tls %s\nTLSCAFile: %s\n' "$1" "$2" \
-        >"$folder/quorvane.ini"
+    printf 'Name: resolver.lan\nDNSBind: 127.0.0.1\nRecursionOut: YES\nNS: 127.0.0.2 tls %s\nTLSCAFile: %s\n%s' "$1" "$2" \
+        "${3:-}" >"$folder/quorvane.ini"
     start_server "$folder"
     wait_for "DNS service started on 127.0.0.1"
 }
@@ -101,3 +103,24 @@ for case in "other.example $pki/test-ca.pem" "dot.example $pki/stranger-ca.pem";
     stop_server
 done
 [ ! -s "$WORK/clear" ] || [ "$(grep -vc ready "$WORK/clear")" -eq 0 ] || fail "sent in clear: $(cat "$WORK/clear")"
+
+# Served: kdig and dig over TLS get what UDP gets; the log says the service started.
+run_quorvane dot.example "$pki/test-ca.pem" "TLSCertFile: $pki/dot.pem
+TLSKeyFile: $pki/dot.key
+"
+wait_for "DNS over TLS service started."
+tls_opts="+tls-ca=$pki/test-ca.pem +tls-hostname=dot.example"
+for name in www.tlszone n7.tlszone resolver.lan; do
+    udp=$(q +time=5 +short "$name" A)
+    [ -n "$udp" ] || [ "$name" = resolver.lan ] || fail "no UDP answer for $name"
+    # shellcheck disable=SC2086 # the options are words
+    [ "$(kdig @127.0.0.1 $tls_opts +time=5 +retry=0 +short "$name" A)" = "$udp" ] || fail "kdig +tls $name"
+    # shellcheck disable=SC2086
+    [ "$(dig @127.0.0.1 $tls_opts +tries=1 +time=5 +short "$name" A)" = "$udp" ] || fail "dig +tls $name"
+done
+kdig @127.0.0.1 +tls-ca="$pki/stranger-ca.pem" +tls-hostname=dot.example +time=2 +retry=0 www.tlszone A >"$WORK/stranger" 2>&1 &&
+    grep -q 'status: NOERROR' "$WORK/stranger" && fail "a client that does not trust the certificate got an answer"
+stop_server
+run_quorvane dot.example "$pki/test-ca.pem"
+ss -Hltn 'src 127.0.0.1:853' | grep -q . && fail "853 open without a certificate"
+stop_server

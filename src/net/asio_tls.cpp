@@ -138,7 +138,7 @@ void AsioNetwork::dropTls(SocketId id, bool tellUser)
     const auto it = m_tls.find(id);
     if (it == m_tls.end()) return;
     Tls& tls = *it->second;
-    if (tls.open) {
+    if (tls.open && !tls.sessionKey.empty()) { // a connection we made
         auto& sessions = m_tlsState->sessions;
         if (SSL_SESSION* session = SSL_get1_session(tls.stream.native_handle())) {
             if (sessions.size() >= kMaxSessions && !sessions.contains(tls.sessionKey)) {

@@ -110,6 +110,11 @@ TLSKeyFile: $pki/dot.key
 "
 wait_for "DNS over TLS service started."
 tls_opts="+tls-ca=$pki/test-ca.pem +tls-hostname=dot.example"
+# A client that comes and goes before the server has made any TLS connection of its own.
+# shellcheck disable=SC2086
+kdig @127.0.0.1 $tls_opts +norec +time=2 +retry=0 nothing.tlszone A >/dev/null 2>&1 || true
+sleep 0.5
+kill -0 "$SERVER_PID" 2>/dev/null || fail "the server ended when a TLS client left"
 for name in www.tlszone n7.tlszone resolver.lan; do
     udp=$(q +time=5 +short "$name" A)
     [ -n "$udp" ] || [ "$name" = resolver.lan ] || fail "no UDP answer for $name"

@@ -15,6 +15,8 @@ constexpr std::array<unsigned char, 4> kCookie{99, 130, 83, 99};
 constexpr size_t kChaddrAt = 28;
 constexpr size_t kChaddrSize = 16;
 constexpr size_t kServerNameAndFile = 192;
+// The size every client takes; added options that would make a reply longer are left out.
+constexpr size_t kMaxReply = 576;
 
 enum Option : unsigned char {
     Pad = 0,
@@ -27,6 +29,7 @@ enum Option : unsigned char {
     LeaseTime = 51,
     MessageType = 53,
     ServerId = 54,
+    ParameterRequest = 55,
     ClientId = 61,
     End = 255,
 };
@@ -59,6 +62,9 @@ void readOption(clDHCPRequest& request, unsigned code, std::string_view data)
         break;
     case MessageType:
         if (data.size() == 1) request.MessageType = static_cast<int>(byteAt(data, 0));
+        break;
+    case ParameterRequest:
+        request.ParameterRequest = data;
         break;
     case ClientId:
         request.ClientID = data;
@@ -124,7 +130,8 @@ std::optional<clDHCPRequest> readDhcpRequest(std::string_view datagram, const cl
     return request;
 }
 
-Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& address)
+Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& address,
+                     const std::vector<DhcpOptionData>& added)
 {
     const bool leased = type == dhcptype::Offer || type == dhcptype::Ack;
     Bytes out;
@@ -158,6 +165,9 @@ Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& 
         putOption(out, Router, IPToData(interface.Gateway));
     putOption(out, HostName, request.HostName.substr(0, 254) + '\0');
     putOption(out, DomainName, request.DomainName.substr(0, 255));
+    if (leased)
+        for (const DhcpOptionData* option : inRequestOrder(added, request.ParameterRequest))
+            if (out.size() + 2 + option->second.size() < kMaxReply) putOption(out, option->first, option->second);
     out += static_cast<char>(End);
     return out;
 }

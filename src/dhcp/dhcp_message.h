@@ -4,6 +4,7 @@
 #pragma once
 
 #include "dhcp/dhcp_interface.h"
+#include "dhcp/dhcp_options.h"
 #include "net/bytes.h"
 
 #include <cstdint>
@@ -37,6 +38,7 @@ struct clDHCPRequest
     std::string ReqIP;         // option 50 in dotted text, empty when absent
     std::string ServerID;      // option 54 in dotted text: the server the client chose
     int MessageType = 0;       // option 53; 0 when absent
+    Bytes ParameterRequest;    // option 55: the codes the client asks for, in its order
 };
 
 // True for a datagram that the server takes: at least 241 bytes, op 1 (BOOTREQUEST) and the magic
@@ -51,7 +53,9 @@ std::optional<clDHCPRequest> readDhcpRequest(std::string_view datagram, const cl
 
 // The reply of the given type: BOOTREPLY with the request's transaction, hardware, ciaddr and giaddr,
 // yiaddr = address for an offer or an acknowledgement (0.0.0.0 otherwise), then the options 53, 61
-// (when the client sent it), 1, 54, 51, 6, 3 (with a gateway), 12, 15 and 255, in that order.
-Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& address);
+// (when the client sent it), 1, 54, 51, 6, 3 (with a gateway), 12, 15, the added options in the
+// client's parameter request order (as many as fit in 576 bytes) and 255.
+Bytes buildDhcpReply(const clDHCPRequest& request, int type, const std::string& address,
+                     const std::vector<DhcpOptionData>& added = {});
 
 } // namespace quorvane

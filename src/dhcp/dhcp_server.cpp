@@ -17,6 +17,17 @@ constexpr uint32_t kBroadcast = 0xFFFFFFFF;
 // another address is not kept in caches for the days a lease may last.
 constexpr int32_t kMaxLeaseTTL = 3600;
 
+// A client with a fixed address goes by the reserved name, whatever name it sends.
+clDHCPRequest asOwner(const clDHCPRequest& request, const Reservations::Reserved* fixed)
+{
+    clDHCPRequest owner = request;
+    if (fixed != nullptr) {
+        owner.HostName = fixed->label;
+        owner.ClientName = fixed->name;
+    }
+    return owner;
+}
+
 } // namespace
 
 DhcpServer::DhcpServer(Network& network, const Clock& clock, Log log, std::function<void()> countRequest,
@@ -29,6 +40,7 @@ DhcpServer::DhcpServer(Network& network, const Clock& clock, Log log, std::funct
 void DhcpServer::bind(const std::vector<clDHCPif>& interfaces)
 {
     closeAll();
+    m_reservations.bind(interfaces);
     for (const clDHCPif& interface : interfaces) {
         if (!interface.Enable) continue;
         const SocketId socket = m_network.bindDhcp(interface.IPaddr);
@@ -36,7 +48,11 @@ void DhcpServer::bind(const std::vector<clDHCPif>& interfaces)
             m_log(0, "Binding DHCP service to " + interface.IPaddr + " failed!");
             continue;
         }
-        m_WSDHCP.push_back({socket, interface});
+        Element& element = m_WSDHCP.emplace_back(Element{socket, interface, {}});
+        for (const DhcpOptionLine& line : m_optionLines)
+            if (line.Interface == interface.IPaddr)
+                if (auto data = encodeDhcpOption(line.Code, line.Value))
+                    element.options.emplace_back(static_cast<uint8_t>(line.Code), std::move(*data));
         m_log(0, "DHCP service started on " + interface.IPaddr);
     }
 }
@@ -66,13 +82,13 @@ void DhcpServer::Arrival(const Element& element, std::string_view data)
     case dhcptype::Discover:
         m_log(0, "DHCP Discovery from " + name +
                      (request->ReqIP.empty() ? "" : " (Looking for " + request->ReqIP + ")"));
-        return Discover(element, *request);
+        return Discover(element, asOwner(*request, m_reservations.forClient(*request)));
     case dhcptype::Request:
         if (request->ClientIP == "0.0.0.0")
             m_log(0, "DHCP Lease Request from " + name + " for " + request->ReqIP);
         else
             m_log(0, "DHCP Renewal Request from " + name + " for " + request->ClientIP);
-        return Request(element, *request);
+        return Request(element, asOwner(*request, m_reservations.forClient(*request)));
     case dhcptype::Decline:
         m_log(0, "DHCP Decline from " + name);
         return Decline(*request);
@@ -88,8 +104,8 @@ void DhcpServer::Discover(const Element& element, const clDHCPRequest& request)
 {
     const clLease client{0, "", request.ClientName, request.ClientID};
     const clLease* known = m_table.byClientID(request.ClientID);
-    std::optional<std::string> address;
-    if (known != nullptr && valid(element.interface, known->IPaddr, client)) address = known->IPaddr;
+    std::optional<std::string> address = fixedAddress(request, m_reservations.forClient(request));
+    if (!address && known != nullptr && valid(request, known->IPaddr, client)) address = known->IPaddr;
     if (!address) address = freeAddress(request, client);
     if (!address) {
         m_log(0,
@@ -115,6 +131,7 @@ std::optional<std::string> DhcpServer::freeAddress(const clDHCPRequest& request,
     if (!from || !to || *from > *to || m_table.nameHeld(client, true, now, m_permanent)) return std::nullopt;
     const auto refused = [&](uint32_t address) {
         if (own && address == *own) return true;
+        if (m_reservations.heldForOther(addressText(address), request)) return true;
         const auto declined = m_declined.find(address);
         return declined != m_declined.end() && declined->second > now;
     };
@@ -122,12 +139,38 @@ std::optional<std::string> DhcpServer::freeAddress(const clDHCPRequest& request,
     return address ? std::optional<std::string>(addressText(*address)) : std::nullopt;
 }
 
-bool DhcpServer::valid(const clDHCPif& interface, const std::string& address, const clLease& client) const
+bool DhcpServer::valid(const clDHCPRequest& request, const std::string& address, const clLease& client) const
 {
     const auto number = addressFromText(address);
     const auto declined = number ? m_declined.find(*number) : m_declined.end();
     if (declined != m_declined.end() && declined->second > m_clock.now()) return false;
-    return m_table.ValidLease(interface, address, client, true, m_clock.now(), m_permanent);
+    if (m_reservations.heldForOther(address, request)) return false;
+    return m_table.ValidLease(request.Interface, address, client, true, m_clock.now(), m_permanent);
+}
+
+std::optional<std::string> DhcpServer::fixedAddress(const clDHCPRequest& request, const Reservations::Reserved* fixed)
+{
+    if (fixed == nullptr) return std::nullopt;
+    if (m_table.addressHeld(fixed->address, request.ClientID, m_clock.now())) {
+        m_log(0, "DHCP fixed address " + fixed->address + " of " + fixed->name +
+                     " is leased to another client - it takes effect when that lease ends");
+        return std::nullopt;
+    }
+    return fixed->address;
+}
+
+// The client's own fixed address is good inside or outside the scope while no other client's
+// running lease holds it; and while it is free, no other address is. An address fixed for another
+// client is never good, also when a lease from before the reservation asks to renew it.
+bool DhcpServer::mayAcknowledge(const clDHCPRequest& request, const Reservations::Reserved* fixed,
+                                const std::string& address) const
+{
+    const DateTime now = m_clock.now();
+    if (fixed != nullptr && !m_table.addressHeld(fixed->address, request.ClientID, now))
+        return address == fixed->address && address != request.Interface.IPaddr;
+    const clLease client{0, "", request.ClientName, request.ClientID};
+    return !m_reservations.heldForOther(address, request) &&
+           m_table.ValidLease(request.Interface, address, client, true, now, m_permanent);
 }
 
 void DhcpServer::Request(const Element& element, const clDHCPRequest& request)
@@ -140,8 +183,7 @@ void DhcpServer::Request(const Element& element, const clDHCPRequest& request)
     if (m_table.eraseClientID(request.ClientID)) m_changed = true;
     // A renewing client names its address in ciaddr and sends no option 50.
     const std::string address = request.ReqIP.empty() ? request.ClientIP : request.ReqIP;
-    const clLease client{0, "", request.ClientName, request.ClientID};
-    if (!m_table.ValidLease(element.interface, address, client, true, m_clock.now(), m_permanent))
+    if (!mayAcknowledge(request, m_reservations.forClient(request), address))
         return Send(element, request, dhcptype::Nak, address);
     m_table.Remove(address, request.ClientName);
     m_table.add(
@@ -187,7 +229,7 @@ void DhcpServer::Send(const Element& element, const clDHCPRequest& request, int 
         to = {*relay, kServerPort};
     else if (client && *client != 0)
         to = {*client, kClientPort};
-    m_network.sendTo(element.socket, to, buildDhcpReply(request, type, address));
+    m_network.sendTo(element.socket, to, buildDhcpReply(request, type, address, element.options));
 }
 
 void DhcpServer::Load(const std::filesystem::path& file)
@@ -229,16 +271,23 @@ bool DhcpServer::deleteLease(const std::string& address)
     return deleted;
 }
 
+// A running lease answers first; with DHCPFixedNames a reserved name answers also while its
+// machine is off.
 std::optional<LeaseAnswer> DhcpServer::leaseAddress(std::string_view name) const
 {
-    if (m_table.size() == 0) return std::nullopt; // a server without DHCP pays nothing per question
-    return answer(m_table.currentByName(name, m_clock.now()), true);
+    // a server without DHCP pays nothing per question
+    if (m_table.size() != 0)
+        if (auto found = answer(m_table.currentByName(name, m_clock.now()), true)) return found;
+    const auto* fixed = m_reservations.byName(name);
+    return fixed != nullptr ? std::optional<LeaseAnswer>({fixed->address, kMaxLeaseTTL}) : std::nullopt;
 }
 
 std::optional<LeaseAnswer> DhcpServer::leaseName(std::string_view address) const
 {
-    if (m_table.size() == 0) return std::nullopt;
-    return answer(m_table.currentByAddress(address, m_clock.now()), false);
+    if (m_table.size() != 0)
+        if (auto found = answer(m_table.currentByAddress(address, m_clock.now()), false)) return found;
+    const auto* fixed = m_reservations.byAddress(address);
+    return fixed != nullptr ? std::optional<LeaseAnswer>({fixed->name, kMaxLeaseTTL}) : std::nullopt;
 }
 
 std::optional<LeaseAnswer> DhcpServer::answer(const clLease* lease, bool byName) const

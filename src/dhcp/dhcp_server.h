@@ -5,6 +5,7 @@
 
 #include "dhcp/dhcp_message.h"
 #include "dhcp/lease_table.h"
+#include "dhcp/reservations.h"
 #include "net/clock.h"
 #include "net/network.h"
 #include "query/lease_lookup.h"
@@ -32,6 +33,13 @@ public:
     DhcpServer(Network& network, const Clock& clock, Log log, std::function<void()> countRequest,
                LeaseTable::PermanentName permanent);
 
+    // The fixed addresses (DHCPFixed, DHCPFixedNames); they take effect at the next bind.
+    void setReservations(const std::vector<DhcpFixed>& lines, bool fixedNames)
+    {
+        m_reservations.configure(lines, fixedNames);
+    }
+    // The added options (DHCPOption), by interface; they take effect at the next bind.
+    void setOptions(const std::vector<DhcpOptionLine>& lines) { m_optionLines = lines; }
     // One socket per enabled interface, each with its log line; the sockets of an earlier call go.
     void bind(const std::vector<clDHCPif>& interfaces);
     void closeAll();
@@ -58,6 +66,7 @@ private:
     {
         SocketId socket = kNoSocket;
         clDHCPif interface;
+        std::vector<DhcpOptionData> options; // added after the fixed ones
     };
     void Arrival(const Element& element, std::string_view data);
     void Discover(const Element& element, const clDHCPRequest& request);
@@ -66,7 +75,11 @@ private:
     void Decline(const clDHCPRequest& request);
     void Send(const Element& element, const clDHCPRequest& request, int type, const std::string& address);
     std::optional<std::string> freeAddress(const clDHCPRequest& request, const clLease& client);
-    bool valid(const clDHCPif& interface, const std::string& address, const clLease& client) const;
+    bool valid(const clDHCPRequest& request, const std::string& address, const clLease& client) const;
+    // The client's own fixed address, while no running lease of another client holds it.
+    std::optional<std::string> fixedAddress(const clDHCPRequest& request, const Reservations::Reserved* fixed);
+    bool mayAcknowledge(const clDHCPRequest& request, const Reservations::Reserved* fixed,
+                        const std::string& address) const;
     std::optional<LeaseAnswer> answer(const clLease* lease, bool byName) const;
 
     Network& m_network;
@@ -76,6 +89,8 @@ private:
     LeaseTable::PermanentName m_permanent;
     std::vector<Element> m_WSDHCP;
     LeaseTable m_table;
+    Reservations m_reservations;
+    std::vector<DhcpOptionLine> m_optionLines;
     std::map<uint32_t, DateTime> m_declined; // address -> until when it is not offered (a few at most)
     bool m_changed = false;
 };

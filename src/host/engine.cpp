@@ -135,7 +135,8 @@ void Engine::configureFromSettings()
                        m_settings.MORERECORDTYPES});
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
-                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES, m_settings.NSTLS});
+                     m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES,
+                     m_settings.LOCALNAMES, m_settings.NAME, m_settings.FORWARD, m_settings.NSTLS});
     m_outgoing.tls().setTrust(m_settings.TLSCAFILE);
 }
 

@@ -1,4 +1,6 @@
 #include "host/ini_file.h"
+#include "dhcp/dhcp_options.h"
+#include "dhcp/reservations.h"
 
 #include "net/atomic_file.h"
 #include "wire/addresses.h"
@@ -104,6 +106,21 @@ clDHCPif parseDhcpLine(std::string_view value)
     return dhcp;
 }
 
+// "INTERFACE CODE VALUE", the value as written (text keeps its case); a code of 0 when the line
+// cannot be used.
+DhcpOptionLine parseOptionLine(std::string_view raw)
+{
+    DhcpOptionLine line;
+    const auto first = raw.find(' ');
+    line.Interface = normalAddress(raw.substr(0, first));
+    raw = first == std::string_view::npos ? std::string_view() : trim(raw.substr(first + 1));
+    const auto second = raw.find(' ');
+    line.Code = leadingNumber<int>(raw.substr(0, second));
+    line.Value = second == std::string_view::npos ? std::string() : std::string(trim(raw.substr(second + 1)));
+    if (line.Interface == "0.0.0.0" || !encodeDhcpOption(line.Code, line.Value)) line.Code = 0;
+    return line;
+}
+
 void setFlag(std::string& out, const char* line, bool value, bool byDefault)
 {
     if (value != byDefault) (out += line) += '\n';
@@ -121,10 +138,42 @@ void setNumber(std::string& out, const char* key, long value)
 
 } // namespace
 
+// "DOMAIN ADDRESS [ADDRESS ...]"; empty when the domain or every address is unusable.
+ForwardRule parseForwardLine(std::string_view value)
+{
+    ForwardRule rule;
+    std::set<std::string> seen;
+    for (bool first = true; !value.empty(); first = false) {
+        const auto blank = value.find(' ');
+        const std::string_view field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+        if (first) rule.domain = CleanName(field);
+        else if (std::string address = normalAddress(field); address != "0.0.0.0") // 0.0.0.0: unreadable
+            addUnique(rule.servers, seen, std::move(address));
+    }
+    if (rule.domain.empty() || rule.servers.empty()) return {};
+    return rule;
+}
+
+// "CLIENT ADDRESS NAME"; an empty client when a field is unusable.
+DhcpFixed parseFixedLine(std::string_view value)
+{
+    std::string_view fields[3];
+    for (auto& field : fields) {
+        const auto blank = value.find(' ');
+        field = value.substr(0, blank);
+        value = blank == std::string_view::npos ? std::string_view() : trim(value.substr(blank + 1));
+    }
+    DhcpFixed fixed{cleanFixedClient(fields[0]), normalAddress(fields[1]), CleanName(fields[2])};
+    fixed.Name = fixed.Name.substr(0, fixed.Name.find('.')); // one label: it gets the interface's domain
+    if (fixed.IPaddr.empty() || fixed.IPaddr == "0.0.0.0" || fixed.Name.empty()) fixed.Client.clear();
+    return fixed;
+}
+
 Settings parseIni(std::string_view text)
 {
     Settings s;
-    std::set<std::string> seenNs, seenNoBlock, seenDhcp;
+    std::set<std::string> seenNs, seenNoBlock, seenDhcp, seenForward, seenFixed;
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = text.substr(0, end);
@@ -162,6 +211,24 @@ Settings parseIni(std::string_view text)
         else if (key == "TCPQUERIES") s.TCPQUERIES = flag;
         else if (key == "QUERYHARDENING") s.QUERYHARDENING = flag;
         else if (key == "MORERECORDTYPES") s.MORERECORDTYPES = flag;
+        else if (key == "LOCALNAMES") s.LOCALNAMES = flag;
+        else if (key == "DHCPFIXEDNAMES") s.DHCPFIXEDNAMES = flag;
+        else if (key == "DHCPFIXED") {
+            // One reservation per client and per address: the first line wins.
+            DhcpFixed fixed = parseFixedLine(value);
+            if (!fixed.Client.empty() && !seenFixed.contains(fixed.Client) && !seenFixed.contains(fixed.IPaddr)) {
+                seenFixed.insert({fixed.Client, fixed.IPaddr});
+                s.DHCPFIXED.push_back(std::move(fixed));
+            }
+        }
+        else if (key == "DHCPOPTION") {
+            DhcpOptionLine option = parseOptionLine(raw);
+            if (option.Code != 0) s.DHCPOPTION.push_back(std::move(option));
+        }
+        else if (key == "FORWARD") {
+            ForwardRule rule = parseForwardLine(value);
+            if (!rule.domain.empty() && seenForward.insert(rule.domain).second) s.FORWARD.push_back(std::move(rule));
+        }
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
         else if (key == "TLSCAFILE") s.TLSCAFILE = std::string(raw);
         else if (key == "TLSCERTFILE") s.TLSCERTFILE = std::string(raw);
@@ -211,12 +278,22 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "TCPQueries: YES", s.TCPQUERIES, defaults.TCPQUERIES);
     setFlag(out, "QueryHardening: YES", s.QUERYHARDENING, defaults.QUERYHARDENING);
     setFlag(out, "MoreRecordTypes: YES", s.MORERECORDTYPES, defaults.MORERECORDTYPES);
-    setText(out, "User", s.USER);
+    setFlag(out, "LocalNames: YES", s.LOCALNAMES, defaults.LOCALNAMES);
+    setFlag(out, "DHCPFixedNames: YES", s.DHCPFIXEDNAMES, defaults.DHCPFIXEDNAMES);
+    for (const auto& fixed : s.DHCPFIXED) out += "DHCPFixed: " + fixed.Client + ' ' + fixed.IPaddr + ' ' + fixed.Name + '\n';
+    for (const auto& option : s.DHCPOPTION)
+        out += "DHCPOption: " + option.Interface + ' ' + std::to_string(option.Code) + ' ' + option.Value + '\n';
+    for (const auto& rule : s.FORWARD) {
+        out += "Forward: " + rule.domain;
+        for (const auto& server : rule.servers) out += ' ' + server;
+        out += '\n';
+    }
     for (const auto& ns : s.NS)
         if (const auto tls = s.NSTLS.find(ns); tls != s.NSTLS.end()) setText(out, "NS", ns + " tls " + tls->second);
     setText(out, "TLSCAFile", s.TLSCAFILE);
     setText(out, "TLSCertFile", s.TLSCERTFILE);
     setText(out, "TLSKeyFile", s.TLSKEYFILE);
+    setText(out, "User", s.USER);
     return out;
 }
 

@@ -19,6 +19,12 @@ Settings parseIni(std::string_view text);
 // default. reloadPort is the port of the reload socket, written for companion tools.
 std::string formatIni(const Settings& settings, uint16_t reloadPort);
 
+// The value of a Forward line ("DOMAIN ADDRESS..."), an empty domain when unusable; and of a
+// DHCPFixed line ("CLIENT ADDRESS NAME"), an empty client when unusable. The options dialog reads
+// its tables' rows with them too.
+ForwardRule parseForwardLine(std::string_view value);
+DhcpFixed parseFixedLine(std::string_view value);
+
 // Reads programFolder/quorvane.ini; a missing or unreadable file gives the defaults.
 Settings LoadINI(const std::filesystem::path& programFolder);
 // Replaces programFolder/quorvane.ini whole; false when it cannot be written.

@@ -12,6 +12,8 @@ void Engine::StartServices()
 {
     guarded("modMain StartServices", [&] {
         if (!bindDns()) return;
+        m_dhcp.setReservations(m_settings.DHCPFIXED, m_settings.DHCPFIXEDNAMES);
+        m_dhcp.setOptions(m_settings.DHCPOPTION);
         m_dhcp.bind(m_settings.DHCP);
         bindQuerySocket();
         m_serverRunning = true;

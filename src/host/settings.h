@@ -3,6 +3,7 @@
 #pragma once
 
 #include "dhcp/dhcp_interface.h"
+#include "query/query_settings.h"
 
 #include <cstdint>
 #include <map>
@@ -39,6 +40,13 @@ struct Settings {
     bool TCPQUERIES = false;              // ordinary questions over TCP 53
     bool QUERYHARDENING = false;          // random identifiers and source ports for outgoing queries
     bool MORERECORDTYPES = false;         // SRV and CAA records from end to end
+
+    // Home and office networks.
+    bool LOCALNAMES = false;              // private reverse names and one-label names answered here only
+    bool DHCPFIXEDNAMES = false;          // reserved names answer DNS also while their machine is off
+    std::vector<DhcpFixed> DHCPFIXED;     // fixed DHCP addresses, in file order
+    std::vector<DhcpOptionLine> DHCPOPTION; // options added to an interface's replies, in file order
+    std::vector<ForwardRule> FORWARD;     // domains asked of servers of their own, in file order
 
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay
 

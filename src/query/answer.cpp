@@ -37,6 +37,7 @@ void Answerer::Check(clDNSRequest& request)
 {
     if (request.State > clDNSRequest::kWaiting) return;
     request.RecursionAllowed = request.Depth > 0 || recursionAllowed(request.ClientIP);
+    if (m_settings.localNames) keepAtHome(request);
 
     const Lookup found = lookUp(request);
     if (found.tooLong) {
@@ -49,6 +50,8 @@ void Answerer::Check(clDNSRequest& request)
         SectionAdd(request, kAuthority, *found.zoneSoa);
         if (!found.nameExists) request.RCode = kRcodeNameError;
         SendAnswer(request);
+    } else if (m_settings.localNames && answerAtHome(request, found)) {
+        // answered from an empty private zone, or a one-label name that local data does not know
     } else if (!request.RecursionDesired || !request.RecursionAllowed) {
         SendAnswer(request); // what is known here: nothing, or the aliases that lead elsewhere
     } else {

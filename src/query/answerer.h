@@ -8,6 +8,7 @@
 #include "query/dns_request.h"
 #include "query/edns.h"
 #include "query/lease_lookup.h"
+#include "query/local_zones.h"
 #include "query/query_host.h"
 #include "query/query_settings.h"
 #include "query/request_counters.h"
@@ -59,6 +60,8 @@ private:
     };
     Lookup lookUp(clDNSRequest& request);
     bool leaseRecord(clDNSRequest& request) const;
+    void keepAtHome(clDNSRequest& request);
+    bool answerAtHome(clDNSRequest& request, const Lookup& found);
     void SectionAdd(clDNSRequest& request, Section section, const clDNSRecord& record);
     void AddAuth(clDNSRequest& request);
     void AddAddl(clDNSRequest& request, std::string_view name);
@@ -83,6 +86,7 @@ private:
     clDNSRequest m_request; // reused from query to query, so that strings and sections keep capacity
     Bytes m_reply;          // the reply being built, reused likewise
     const LeaseLookup* m_leases = nullptr;
+    const LocalZones m_localZones;
     NotifyHandler m_notify;
     std::vector<size_t> m_order;
     std::vector<size_t> m_recordEnds; // where each record of the reply being built ends

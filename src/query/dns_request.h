@@ -22,10 +22,13 @@ inline constexpr const char* kForwarderZone = "external";
 
 // A name server that a request may ask.
 struct clNServ {
-    std::string AuthFor; // the zone it serves, or "external" for a configured forwarder
+    std::string AuthFor; // the zone it serves, "external" for a forwarder, a Forward rule's domain
     std::string IP;      // dotted address; empty until known
     std::string Name;    // its host name; empty for forwarders
     int Retry = 0;       // queries sent to it for this request
+    // A configured forwarder (general or per domain): asked to recurse, believed about any name,
+    // and never expected to refer.
+    bool Forwarder = false;
 };
 
 struct clDNSRequest {
@@ -55,10 +58,16 @@ struct clDNSRequest {
     std::array<size_t, 3> KeptCount{};                       // the leading records of each that are copies
     std::vector<std::unique_ptr<clDNSRecord>> Kept;
     clDNSRecord Lease; // the record a DHCP lease answers with, built in place
+    // A name of one label with LocalNames: answered from local data only, through Alias, built in
+    // place, to the same label in the server's domain.
+    bool LocalOnly = false;
+    clDNSRecord Alias;
 
     // Resolution through other servers.
     std::vector<clNServ> NSAcol;    // the servers that may still be asked
-    bool ForwardersAdded = false;   // the configured forwarders went into NSAcol (once per request)
+    // Which configured forwarders NSAcol holds: empty for none, "external" for the general ones,
+    // or a Forward rule's domain. Each list goes in once per request.
+    std::string ServersFor;
     clNServ Asked;                  // the server asked last (it may have left NSAcol since)
     DateTime TimeOut = 0;           // when the wait for its answer ends
     int32_t CurOutID = 0;           // the identifier of the query sent to it
@@ -90,11 +99,12 @@ struct clDNSRequest {
         KeptCount = {};
         Kept.clear();
         NSAcol.clear();
-        ForwardersAdded = false;
+        ServersFor.clear();
         Asked = {};
         TimeOut = 0;
         CurOutID = Depth = SubRequests = QueriesSent = 0;
         OutOfWork = false;
+        LocalOnly = false;
         Parent = nullptr;
     }
 

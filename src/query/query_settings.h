@@ -4,9 +4,21 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvane {
+
+// A domain whose questions go to servers of their own (a company domain on a VPN's server):
+// "corp.test" and the servers' dotted addresses.
+struct ForwardRule {
+    std::string domain; // clean, without a trailing dot
+    std::vector<std::string> servers;
+    bool operator==(const ForwardRule&) const = default;
+};
+
+// The rule of the longest domain that holds name (normal form, "www.corp.test."); null for none.
+const ForwardRule* forwardRuleFor(const std::vector<ForwardRule>& rules, std::string_view name);
 
 // The settings the query path reads; the engine sets them at start and when the options change.
 struct QuerySettings {
@@ -21,6 +33,9 @@ struct QuerySettings {
     bool tcpQueries = false;             // TCPQUERIES: questions over TCP; truncated answers asked again so
     bool hardening = false;              // QUERYHARDENING: random identifiers and ports, strict matching
     bool moreTypes = false;              // MORERECORDTYPES: SRV and CAA questions
+    bool localNames = false;             // LOCALNAMES: private reverse names, one-label names kept here
+    std::string serverDomain{};          // NAME: appended to one-label names
+    std::vector<ForwardRule> forwardRules{}; // FORWARD
     // Servers asked over TLS only, by address, with the name their certificate must carry (NS ... tls).
     std::map<std::string, std::string> tlsServers{};
 };

@@ -116,16 +116,28 @@ void Resolver::resolve(clDNSRequest& request)
 {
     clDNSRequest* adopted = adopt(request);
     if (adopted == nullptr) return;
-    clDNSRequest& pending = *adopted;
-    if (!m_settings.forwarding) {
-        CheckNewNS(pending);
-    } else if (!pending.ForwardersAdded) {
-        // Once per request: a forwarder that failed it or was tried five times stays out, also
-        // when an alias sends the request on to another name.
-        pending.ForwardersAdded = true;
-        for (const auto& address : m_settings.forwarders) pending.NSAcol.push_back({kForwarderZone, address, "", 0});
+    chooseServers(*adopted);
+    AskNS(*adopted);
+}
+
+// A name under a Forward rule goes to that rule's servers, the longest domain winning; any other
+// name to the general forwarders, or from the root down. Each forwarders' list is put in once per
+// request: a forwarder that failed it or was tried five times stays out, also when an alias sends
+// the request on to another name under the same rule.
+void Resolver::chooseServers(clDNSRequest& request)
+{
+    const ForwardRule* rule = forwardRuleFor(m_settings.forwardRules, request.CurName);
+    if (rule == nullptr && !m_settings.forwarding) {
+        if (!request.ServersFor.empty()) request.NSAcol.clear(); // an alias led out of a Forward domain
+        request.ServersFor.clear();
+        return CheckNewNS(request);
     }
-    AskNS(pending);
+    const std::string list = rule != nullptr ? rule->domain + '.' : kForwarderZone;
+    if (request.ServersFor == list) return;
+    request.ServersFor = list;
+    request.NSAcol.clear();
+    for (const auto& address : rule != nullptr ? rule->servers : m_settings.forwarders)
+        request.NSAcol.push_back({list, address, "", 0, true});
 }
 
 // The closest enclosing zone whose name servers are known here (delegations in our zones, learned
@@ -298,7 +310,7 @@ bool Resolver::answeredByAsked(const clDNSRequest& request, const Endpoint& from
 
 void Resolver::buildQuery(const clDNSRequest& request, bool edns)
 {
-    const unsigned flags = m_settings.forwarding ? 0x100 : 0; // forwarders are asked to recurse
+    const unsigned flags = request.Asked.Forwarder ? 0x100 : 0; // forwarders are asked to recurse
     startMessage(m_query, request.CurOutID, flags, {1, 0, 0, edns ? 1u : 0u});
     appendQuestion(m_query, request.CurName, request.QType);
     if (edns) appendOpt(m_query, 0);

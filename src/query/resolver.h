@@ -71,6 +71,7 @@ private:
     void refuse(clDNSRequest& request);
     void WriteFailLog(const clDNSRequest& request);
     clDNSRequest* adopt(clDNSRequest& request);
+    void chooseServers(clDNSRequest& request);
     void CheckNewNS(clDNSRequest& request);
     bool FillNSIP(clNServ& server);
     bool keepServer(clNServ& server);

@@ -51,7 +51,7 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 {
     const std::string& asked = request.Asked.AuthFor;
     std::string zone;
-    if (asked == kForwarderZone) return zone;
+    if (request.Asked.Forwarder) return zone;
     for (const auto& [section, record, ttl] : records) {
         if (section != kAuthority || record.RecType != rtype::NS || record.Name == asked) continue;
         if (inZone(request.CurName, record.Name) && inZone(record.Name, asked) && record.Name.size() > zone.size())
@@ -88,7 +88,7 @@ void Resolver::readAnswer(const Endpoint& from, std::string_view message, bool v
     // With SPOOFSECURE a server found through referrals is believed about its own zone only. A
     // forwarder was chosen by the operator and answers for every name.
     const std::string& zone = request->Asked.AuthFor;
-    const bool checkZone = m_settings.spoofSecure && zone != kForwarderZone;
+    const bool checkZone = m_settings.spoofSecure && !request->Asked.Forwarder;
     size_t refused = 0;
     if (checkZone) refused = std::erase_if(records, [&](const Received& r) { return !inZone(r.record.Name, zone); });
     if (m_host.wants(0)) m_host.AddLine(0, "Reply from " + ip + (refused > 0 ? ": Ignored - Not authority!" : ""));

@@ -1,6 +1,7 @@
 // frmLeases: a flat four-column list; the context menu's "Delete" asks first and then asks the engine.
 #include "ui/frm_leases.h"
 
+#include "dhcp/reservations.h"
 #include "net/network.h"
 
 #include <QAction>
@@ -32,7 +33,7 @@ uint32_t sortKey(const clLease& lease)
 
 frmLeases::frmLeases(QWidget* parent)
     : QWidget(parent), m_list(new QTreeWidget(this)), m_delete(new QAction(QStringLiteral("Delete"), this)),
-      m_ask(askYesNo)
+      m_reserve(new QAction(QStringLiteral("Reserve this address"), this)), m_ask(askYesNo)
 {
     setWindowTitle(QStringLiteral("DHCP Leases"));
     m_list->setHeaderLabels({QStringLiteral("Name"), QStringLiteral("IP Address"),
@@ -43,10 +44,15 @@ frmLeases::frmLeases(QWidget* parent)
     m_list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
     m_list->setContextMenuPolicy(Qt::ActionsContextMenu);
     m_list->addAction(m_delete);
+    m_list->addAction(m_reserve);
     m_delete->setEnabled(false);
+    m_reserve->setEnabled(false);
     connect(m_delete, &QAction::triggered, this, &frmLeases::DelLease);
-    connect(m_list, &QTreeWidget::currentItemChanged, this,
-            [this](QTreeWidgetItem* current) { m_delete->setEnabled(current != nullptr); });
+    connect(m_reserve, &QAction::triggered, this, &frmLeases::reserve);
+    connect(m_list, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* current) {
+        m_delete->setEnabled(current != nullptr);
+        m_reserve->setEnabled(current != nullptr);
+    });
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_list);
@@ -80,6 +86,19 @@ void frmLeases::DelLease()
     const QString address = row->text(AddressColumn);
     if (m_ask(this, QStringLiteral("Please re-boot that client to avoid IP-Address conflicts!")))
         emit deleteRequested(address);
+}
+
+// The selected lease's client keeps its address under the first label of its name: by hardware
+// address when its identifier is the usual Ethernet one (type 1 and six bytes), else by identifier.
+void frmLeases::reserve()
+{
+    const QTreeWidgetItem* row = m_list->currentItem();
+    if (!row) return;
+    const std::string id = row->text(ClientColumn).toStdString();
+    const bool ethernet = id.size() == 14 && id.starts_with("01");
+    const std::string name = row->text(NameColumn).toStdString();
+    emit reserveRequested({cleanFixedClient(ethernet ? id.substr(2) : "id:" + id),
+                           row->text(AddressColumn).toStdString(), name.substr(0, name.find('.'))});
 }
 
 void frmLeases::closeEvent(QCloseEvent* event)

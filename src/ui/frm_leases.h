@@ -1,5 +1,6 @@
 // frmLeases, the "DHCP Leases" child window: the lease table sorted by address, and the operator's
-// "Delete". It shows copies of the leases; a deletion is only requested, the engine carries it out.
+// "Delete" and "Reserve this address". It shows copies of the leases; a deletion is only requested,
+// the engine carries it out, and a reservation goes to the options dialog to be confirmed there.
 #pragma once
 
 #include "dhcp/lease_table.h"
@@ -30,6 +31,7 @@ public:
 
 signals:
     void deleteRequested(const QString& address);
+    void reserveRequested(const quorvane::DhcpFixed& fixed);
     void closed();
 
 protected:
@@ -37,9 +39,11 @@ protected:
 
 private:
     void DelLease();
+    void reserve();
 
     QTreeWidget* m_list;
     QAction* m_delete;
+    QAction* m_reserve;
     Question m_ask;
 };
 

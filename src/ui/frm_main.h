@@ -19,6 +19,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 
 class QLabel;
 class QMdiArea;
@@ -141,6 +142,7 @@ private:
     std::vector<clLease> m_leases;
     OptionsData m_options;      // the engine's, as last sent
     bool m_optionsWanted = false; // the dialog opens when the next copy arrives
+    std::optional<DhcpFixed> m_reservation; // from the leases window, for the dialog about to open
     QString m_savedLayout;    // the layout read at start, for the icon's click
     bool m_everShown = false; // hidden all along: the saved layout is kept as it is
     bool m_closeRequested = false;

@@ -86,6 +86,8 @@ void frmMain::openOptions()
             [this](const Settings& accepted, const std::vector<std::string>& blockList) {
                 m_engine.send(ApplyOptions{accepted, blockList});
             });
+    if (m_reservation) dialog->reserve(*m_reservation);
+    m_reservation.reset();
     dialog->open();
 }
 

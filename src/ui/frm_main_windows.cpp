@@ -2,6 +2,7 @@
 // Active Log opens or closes), feeding them, arranging them, and the layout string.
 #include "ui/frm_graph.h"
 #include "ui/frm_leases.h"
+#include "ui/frm_options.h"
 #include "ui/frm_log.h"
 #include "ui/frm_main.h"
 
@@ -87,6 +88,12 @@ QWidget* frmMain::makeLeases()
     connect(leases, &frmLeases::closed, this, [this] { childClosed(kLeasesWindow); });
     connect(leases, &frmLeases::deleteRequested, this, [this](const QString& address) {
         m_engine.send(DeleteLease{address.toStdString()});
+    });
+    // A reservation is confirmed in the options dialog, on its DHCP page.
+    connect(leases, &frmLeases::reserveRequested, this, [this](const DhcpFixed& fixed) {
+        if (auto* open = findChild<frmOptions*>()) return open->reserve(fixed);
+        m_reservation = fixed;
+        mnuOptions();
     });
     return leases;
 }

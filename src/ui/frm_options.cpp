@@ -94,4 +94,10 @@ void frmOptions::showError(const OptionsData& proposal, const std::string& messa
     m_warn(QString::fromStdString(message));
 }
 
+void frmOptions::reserve(const DhcpFixed& fixed)
+{
+    m_dhcpPage->addReservation(fixed);
+    m_tabs->setCurrentIndex(static_cast<int>(OptionsTab::Dhcp));
+}
+
 } // namespace quorvane

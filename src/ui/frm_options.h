@@ -32,6 +32,8 @@ public:
 
     void setWarningHook(WarningHook hook) { m_warn = std::move(hook); }
     void warn(const QString& message) const { m_warn(message); }
+    // Adds a reservation from the leases window to the DHCP page and shows that page.
+    void reserve(const DhcpFixed& fixed);
 
 signals:
     void optionsAccepted(const quorvane::Settings& accepted, const std::vector<std::string>& blockList);

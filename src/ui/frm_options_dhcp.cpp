@@ -1,7 +1,9 @@
 #include "ui/frm_options_dhcp.h"
 
+#include "host/ini_file.h"
 #include "ui/ctl_ip.h"
 #include "ui/ctl_ttl.h"
+#include "ui/rules_table.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -38,7 +40,9 @@ OptionsDhcpPage::OptionsDhcpPage(QWidget* parent)
       m_enable(named(new QCheckBox(this), "dhcpEnable")), m_domain(named(new QLineEdit(this), "dhcpDomain")),
       m_from(named(new ctlIP(this), "dhcpFrom")), m_to(named(new ctlIP(this), "dhcpTo")),
       m_subnet(named(new ctlIP(this), "dhcpSubnet")), m_gateway(named(new ctlIP(this), "dhcpGateway")),
-      m_lease(named(new ctlTTL(this), "dhcpLease"))
+      m_lease(named(new ctlTTL(this), "dhcpLease")),
+      m_fixed(named(new RulesTable({tr("MAC or id:HEX"), tr("IP-Address"), tr("Name")}, this),
+                    "DHCPFIXED"))
 {
     auto* range = new QHBoxLayout;
     range->addWidget(m_from);
@@ -53,6 +57,8 @@ OptionsDhcpPage::OptionsDhcpPage(QWidget* parent)
     form->addRow(tr("Subnet Mask:"), m_subnet);
     form->addRow(tr("Default Gateway:"), m_gateway);
     form->addRow(tr("Lease period:"), m_lease);
+    form->addRow(new QLabel(tr("Fixed addresses (on the interface whose network holds them):"), this));
+    form->addRow(m_fixed);
 
     connect(m_interface, &QComboBox::currentIndexChanged, this, &OptionsDhcpPage::showRow);
 }
@@ -78,12 +84,25 @@ void OptionsDhcpPage::load(const OptionsData& shown)
     m_shown = -1;
     showRow(m_rows.empty() ? -1 : 0);
     setEnabled(!m_rows.empty());
+    RulesTable::Rows fixed;
+    for (const auto& f : shown.settings.DHCPFIXED) fixed.push_back({f.Client, f.IPaddr, f.Name});
+    m_fixed->setRows(fixed);
+}
+
+void OptionsDhcpPage::addReservation(const DhcpFixed& fixed)
+{
+    m_fixed->addRow({fixed.Client, fixed.IPaddr, fixed.Name});
 }
 
 void OptionsDhcpPage::store(OptionsData& proposal) const
 {
     proposal.settings.DHCP = m_rows;
     if (m_shown >= 0) proposal.settings.DHCP[static_cast<size_t>(m_shown)] = fields();
+    // Read as the settings file reads a DHCPFixed line; an unusable row is dropped.
+    proposal.settings.DHCPFIXED.clear();
+    for (const auto& row : m_fixed->rows())
+        if (DhcpFixed f = parseFixedLine(row[0] + ' ' + row[1] + ' ' + row[2]); !f.Client.empty())
+            proposal.settings.DHCPFIXED.push_back(std::move(f));
 }
 
 void OptionsDhcpPage::selectInterface(size_t row)

@@ -12,6 +12,7 @@ namespace quorvane {
 
 class ctlIP;
 class ctlTTL;
+class RulesTable;
 
 class OptionsDhcpPage : public OptionsPage
 {
@@ -22,6 +23,8 @@ public:
     // Writes every row, enabled or not, into proposal.settings.DHCP (checkOptions keeps the enabled).
     void store(OptionsData& proposal) const override;
     void selectInterface(size_t row);
+    // A reservation added from the leases window: client, address, name.
+    void addReservation(const DhcpFixed& fixed);
 
 private:
     clDHCPif fields() const;
@@ -37,6 +40,7 @@ private:
     ctlIP* m_subnet;
     ctlIP* m_gateway;
     ctlTTL* m_lease;
+    RulesTable* m_fixed; // DHCPFixed, for every interface
 };
 
 } // namespace quorvane

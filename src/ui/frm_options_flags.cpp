@@ -55,7 +55,10 @@ OptionsFlagsPage* OptionsFlagsPage::extensions()
          {&Settings::TCPQUERIES, "TCPQUERIES", tr("Ordinary questions over TCP port 53")},
          {&Settings::QUERYHARDENING, "QUERYHARDENING",
           tr("Random query identifiers and source ports for questions to other servers")},
-         {&Settings::MORERECORDTYPES, "MORERECORDTYPES", tr("More record types: SRV and CAA")}},
+         {&Settings::MORERECORDTYPES, "MORERECORDTYPES", tr("More record types: SRV and CAA")},
+         {&Settings::LOCALNAMES, "LOCALNAMES",
+          tr("Private reverse names, home.arpa and one-label names answered here, never sent out")},
+         {&Settings::DHCPFIXEDNAMES, "DHCPFIXEDNAMES", tr("Names of fixed DHCP addresses answer while the machine is off")}},
         false, tr("Additions for today's clients. Each is off until ticked here."));
 }
 

@@ -1,6 +1,8 @@
 #include "ui/frm_options_forwarding.h"
 
+#include "host/ini_file.h"
 #include "ui/frm_options_address_list.h"
+#include "ui/rules_table.h"
 #include "ui/separator_line.h"
 
 #include <QCheckBox>
@@ -14,8 +16,10 @@ namespace quorvane {
 
 OptionsForwardingPage::OptionsForwardingPage(QWidget* parent)
     : OptionsPage(parent), m_recursionOut(new QCheckBox(this)), m_servers(new AddressListEditor(this)),
-      m_spoofSecure(new QCheckBox(this))
+      m_spoofSecure(new QCheckBox(this)),
+      m_rules(new RulesTable({tr("Domain"), tr("DNS Servers IP Addresses")}, this))
 {
+    m_rules->setObjectName("FORWARD");
     m_recursionOut->setObjectName("RECURSIONOUT");
     m_servers->setObjectName("NS");
     m_spoofSecure->setObjectName("SPOOFSECURE");
@@ -35,6 +39,13 @@ OptionsForwardingPage::OptionsForwardingPage(QWidget* parent)
     form->addRow(tr("Use Forwarding (external record resolution):"), m_recursionOut);
     form->addRow(tr("External DNS Servers IP Addresses:"), m_servers);
     addTlsRows(form);
+    form->addRow(new ctlLine3D(this));
+    auto* rulesLabel = new QLabel(
+        tr("Domains forwarded to servers of their own (addresses separated by blanks; the longest domain wins):"),
+        this);
+    rulesLabel->setWordWrap(true);
+    form->addRow(rulesLabel);
+    form->addRow(m_rules);
 }
 
 void OptionsForwardingPage::addTlsRows(QFormLayout* form)
@@ -93,6 +104,13 @@ void OptionsForwardingPage::load(const OptionsData& shown)
     m_certFile->setText(QString::fromStdString(shown.settings.TLSCERTFILE));
     m_keyFile->setText(QString::fromStdString(shown.settings.TLSKEYFILE));
     m_spoofSecure->setChecked(shown.settings.SPOOFSECURE);
+    RulesTable::Rows rows;
+    for (const auto& rule : shown.settings.FORWARD) {
+        std::string servers;
+        for (const auto& server : rule.servers) servers += (servers.empty() ? "" : " ") + server;
+        rows.push_back({rule.domain, servers});
+    }
+    m_rules->setRows(rows);
 }
 
 void OptionsForwardingPage::store(OptionsData& proposal) const
@@ -100,6 +118,11 @@ void OptionsForwardingPage::store(OptionsData& proposal) const
     proposal.settings.RECURSIONOUT = m_recursionOut->isChecked();
     proposal.settings.NS = m_servers->addresses();
     proposal.settings.SPOOFSECURE = m_spoofSecure->isChecked();
+    // Read as the settings file reads a Forward line; a rule without a domain or a server is dropped.
+    proposal.settings.FORWARD.clear();
+    for (const auto& row : m_rules->rows())
+        if (ForwardRule rule = parseForwardLine(row[0] + ' ' + row[1]); !rule.domain.empty())
+            proposal.settings.FORWARD.push_back(std::move(rule));
     auto& names = proposal.settings.NSTLS;
     names.clear();
     for (const auto& address : proposal.settings.NS)

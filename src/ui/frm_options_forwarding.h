@@ -16,6 +16,7 @@ class QListWidgetItem;
 namespace quorvane {
 
 class AddressListEditor;
+class RulesTable;
 
 class OptionsForwardingPage : public OptionsPage
 {
@@ -29,6 +30,7 @@ private:
     QCheckBox* m_recursionOut;
     AddressListEditor* m_servers;
     QCheckBox* m_spoofSecure;
+    RulesTable* m_rules; // Forward: a domain and its servers
 
     // TLS: the name of the selected forwarder (shown after its address), and the files.
     void showTlsName(QListWidgetItem* item);

@@ -1,7 +1,9 @@
 // Feeds arbitrary datagrams to the DHCP server's socket, as clients' requests would arrive: the
 // reader, the dispatch and the lease table behind it. The scope is small, so offers, NAKs, a full
 // scope and declined addresses are all reached. Also checks that the server never hands out an
-// address outside its scope or its own address. Any crash, sanitizer report or hang is a finding.
+// address outside its scope or its own address. The same bytes, read as an option code and a
+// value, go to the encoder of the operator's added options. Any crash, sanitizer report or hang is
+// a finding.
 #include "dhcp/dhcp_server.h"
 #include "fuzz_support.h"
 #include "wire/addresses.h"
@@ -62,5 +64,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     s.server.DataArrival(s.network.lastConnection,
                          std::string_view(reinterpret_cast<const char*>(data), size));
     s.server.purge();
+    if (size > 0) (void)encodeDhcpOption(data[0], std::string_view(reinterpret_cast<const char*>(data) + 1, size - 1));
     return 0;
 }

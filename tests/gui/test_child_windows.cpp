@@ -173,6 +173,19 @@ void ChildWindowsTest::leasesAreFormattedSortedAndDeletedOnYes()
              QStringList(2, QStringLiteral("Please re-boot that client to avoid IP-Address conflicts!")));
     QCOMPARE(deleted.count(), 1);
     QCOMPARE(deleted.at(0).at(0).toString(), QStringLiteral("192.168.0.9"));
+
+    // "Reserve this address": by hardware address for an Ethernet identifier, else by identifier.
+    std::vector<DhcpFixed> reserved;
+    connect(&window, &frmLeases::reserveRequested, [&](const DhcpFixed& fixed) { reserved.push_back(fixed); });
+    window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
+                      {end, "10.0.0.3", "x.home.lan.", "AB"}});
+    QCOMPARE(list->actions().value(1)->text(), QStringLiteral("Reserve this address"));
+    for (int row = 0; row < 2; ++row) {
+        list->setCurrentItem(list->topLevelItem(row));
+        list->actions().value(1)->trigger();
+    }
+    QVERIFY((reserved == std::vector<DhcpFixed>{{"id:4142", "10.0.0.3", "x"},
+                                                {"aa:bb:cc:dd:ee:01", "192.168.0.9", "printer"}}));
 }
 
 void ChildWindowsTest::aboutBoxShowsNameAndVersion()

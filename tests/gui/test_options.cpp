@@ -13,6 +13,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTableWidget>
 #include <QTabWidget>
 #include <QTemporaryFile>
 #include <QTest>
@@ -92,6 +93,15 @@ struct Harness
         for (auto* item : at<QListWidget>("list", &editor).findItems(address, Qt::MatchExactly))
             item->setSelected(true);
         at<QPushButton>("remove", &editor).click();
+    }
+    // Adds a row to one of the rules tables, typed cell by cell.
+    void addRow(const char* table, const QStringList& cells)
+    {
+        auto& editor = at<QWidget>(table);
+        at<QPushButton>("add", &editor).click();
+        auto& grid = at<QTableWidget>("table", &editor);
+        for (int column = 0; column < cells.size(); ++column)
+            grid.item(grid.rowCount() - 1, column)->setText(cells[column]);
     }
     void ok() { dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click(); }
     int tab() { return at<QTabWidget>("tabs").currentIndex(); }
@@ -207,8 +217,13 @@ private slots:
         h.type("dhcpTo", "10.0.0.60");
         h.type("dhcpGateway", "0.0.0.0");
         h.at<ctlTTL>("dhcpLease").setSeconds(86400);
-        for (const char* flag : {"AAAARECORDS", "EDNS", "TCPQUERIES", "QUERYHARDENING", "MORERECORDTYPES"})
+        for (const char* flag : {"AAAARECORDS", "EDNS", "TCPQUERIES", "QUERYHARDENING", "MORERECORDTYPES",
+                                 "LOCALNAMES", "DHCPFIXEDNAMES"})
             h.tick(flag, true);
+        h.addRow("FORWARD", {"Corp.Test", "10.0.0.5  10.0.0.6"});
+        h.addRow("FORWARD", {"lonely.test", ""}); // no server: dropped
+        h.addRow("DHCPFIXED", {"AA-BB-CC-DD-EE-01", "192.168.1.50", "nas"});
+        h.dialog.reserve({"id:01ff", "192.168.1.51", "printer"}); // as the leases window sends it
         h.ok();
 
         Settings expected;
@@ -216,7 +231,9 @@ private slots:
         expected.STARTMINI = expected.AUTOCNAME = expected.CACHERELOAD = expected.RECURSIONOUT = true;
         expected.SPOOFSECURE = expected.WRITELOG = expected.LOGINONLY = true;
         expected.AAAARECORDS = expected.EDNS = expected.TCPQUERIES = expected.QUERYHARDENING = true;
-        expected.MORERECORDTYPES = true;
+        expected.MORERECORDTYPES = expected.LOCALNAMES = expected.DHCPFIXEDNAMES = true;
+        expected.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}};
+        expected.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}, {"id:01ff", "192.168.1.51", "printer"}};
         expected.LOGDETAIL = expected.LOGBLOCK = false;
         expected.HOSTS = hosts.fileName().toStdString();
         expected.HOSTSTTL = 7200;
@@ -325,7 +342,10 @@ private slots:
 
     void screenshotOfEveryTab()
     {
-        Harness h;
+        OptionsData data = validData();
+        data.settings.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
+        data.settings.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}};
+        Harness h(data);
         h.dialog.show();
         auto& tabs = h.at<QTabWidget>("tabs");
         for (int i = 0; i < tabs.count(); ++i) {

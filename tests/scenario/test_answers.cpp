@@ -195,3 +195,55 @@ TEST(Answers, AutoCnameAddsTheTargetToAnAliasQuestion)
 }
 
 } // namespace quorvane::test
+
+namespace quorvane::test {
+
+TEST(Answers, LocalNamesAnswerPrivateAndOneLabelNamesAtHome)
+{
+    QuerySettings settings;
+    settings.forwarding = settings.localNames = settings.aaaa = true;
+    settings.forwarders = {"127.0.0.2"};
+    settings.forwardRules = {{"16.172.in-addr.arpa", {"127.0.0.3"}}};
+    settings.serverDomain = "zone";
+    Server s(kZone, settings);
+    s.folder.write("data/1.168.192.in-addr.arpa.dns", "@ IN SOA ns.zone. admin.zone. 3 3600 600 86400 300\n"
+                                                      "10 IN PTR host.zone.\n");
+    s.store.LoadBoot();
+    // The reply in short: the rcode, the answer, and the owner of each authority record; or where
+    // the question went.
+    const auto outcome = [&](const std::string& name, uint16_t type) {
+        const size_t sent = s.rig.queries().size();
+        const auto r = s.ask(name, type);
+        if (s.rig.queries().size() > sent) return "sent to " + addressText(s.rig.queries().back().to.address);
+        std::string out = std::to_string(r.rcode);
+        for (const auto& line : r.section(2)) out += ", " + line;
+        for (const auto& line : r.section(3)) out += " | " + line.substr(0, line.find(' '));
+        return out;
+    };
+    const std::tuple<const char*, uint16_t, const char*> cases[] = {
+        {"10.1.168.192.in-addr.arpa.", 12, "0, 10.1.168.192.in-addr.arpa. PTR host.zone."}, // own zone
+        {"5.2.168.192.in-addr.arpa.", 12, "3 | 168.192.in-addr.arpa."},
+        {"168.192.in-addr.arpa.", 6, "0, 168.192.in-addr.arpa. SOA 168.192.in-addr.arpa. nobody.invalid. 1"},
+        {"168.192.in-addr.arpa.", 2, "0 | 168.192.in-addr.arpa."},
+        {"1.0.0.10.in-addr.arpa.", 12, "3 | 10.in-addr.arpa."},
+        {"1.0.31.172.in-addr.arpa.", 12, "3 | 31.172.in-addr.arpa."},
+        {"1.0.64.100.in-addr.arpa.", 12, "3 | 64.100.in-addr.arpa."},
+        {"1.0.16.172.in-addr.arpa.", 12, "sent to 127.0.0.3"}, // a Forward rule comes first
+        {"1.0.32.172.in-addr.arpa.", 12, "sent to 127.0.0.2"}, // public ranges go out
+        {"1.0.0.0.0.0.0.0.0.0.0.0.0.0.0.d.f.ip6.arpa.", 12, "3 | d.f.ip6.arpa."},
+        {"0.8.e.f.ip6.arpa.", 12, "3 | 8.e.f.ip6.arpa."},
+        {"printer.home.arpa.", 1, "3 | home.arpa."},
+        {"host.", 1, "0, host. CNAME host.zone., host.zone. A 10.0.0.80"},
+        {"printer.", 1, "3, printer. CNAME printer.zone. | zone."},
+        {"www.example.org.", 1, "sent to 127.0.0.2"},
+    };
+    for (const auto& [name, type, expected] : cases) EXPECT_EQ(outcome(name, type), expected) << name;
+
+    // Off, or the IPv6 ranges without AAAA: private names wait for the forwarder like any other.
+    settings.aaaa = false;
+    EXPECT_FALSE(Server(kZone, settings).ask("0.8.e.f.ip6.arpa.", 12).ok);
+    settings.localNames = false;
+    EXPECT_FALSE(Server(kZone, settings).ask("5.2.168.192.in-addr.arpa.", 12).ok);
+}
+
+} // namespace quorvane::test

@@ -4,8 +4,10 @@
 #   127.0.0.4  example.test.: an alias, a mail exchanger, sub.example.test. delegated with glue
 #   127.0.0.5  glueless.test., whose server's address only example.test. knows
 #   127.0.0.6  sub.example.test.
-# First from the root (with SPOOFSECURE on), then forwarding to one of them, then forwarding to two
-# addresses where nothing answers.
+#   127.0.0.9  corp.test. and 10.in-addr.arpa., a company's own server reached by Forward rules
+# First from the root (with SPOOFSECURE on), then forwarding to one of them, then per-domain
+# forwarding beside it, then private names kept at home, then forwarding to two addresses where
+# nothing answers.
 zones="$WORK/zones"
 mkdir -p "$zones"
 root_zone >"$zones/root.zone"
@@ -51,6 +53,9 @@ start_nsd 127.0.0.3 test. "$zones/test.zone"
 start_nsd 127.0.0.4 example.test. "$zones/example.zone"
 start_nsd 127.0.0.5 glueless.test. "$zones/glueless.zone"
 start_nsd 127.0.0.6 sub.example.test. "$zones/sub.zone"
+printf '%s\n' "$(soa corp.test.)" "@ IN NS ns" "ns IN A 127.0.0.9" "intranet IN A 10.20.0.8" >"$zones/corp.zone"
+printf '%s\n' "$(soa 10.in-addr.arpa.)" "@ IN NS ns.corp.test." "8.0.20 IN PTR intranet.corp.test." >"$zones/reverse10.zone"
+start_nsd 127.0.0.9 corp.test. "$zones/corp.zone" 10.in-addr.arpa. "$zones/reverse10.zone"
 
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"
@@ -109,6 +114,41 @@ NS: 127.0.0.4
 grep -qF "Sending request to 127.0.0.4 (external) for A-record for mail.example.test." "$WORK/stdout" ||
     fail "forwarder not asked"
 [ "$(sent_to 127.0.0.2)" = 0 ] || fail "the root was asked while forwarding"
+stop_server
+
+# --- Per-domain forwarding beside the general forwarder -------------------------------------------
+# Each server is authoritative for its own names only and refuses the rest, so a right answer
+# shows the question went to the right server; the log shows no question went anywhere else.
+rm -f "$folder/named.cache"
+run_quorvane "RecursionOut: YES
+NS: 127.0.0.4
+Forward: corp.test 127.0.0.9
+Forward: 10.in-addr.arpa 127.0.0.9
+"
+# The first question after a start may wait for a loaded machine: more time than dig's usual 3 s.
+[ "$(answer +time=8 intranet.corp.test A)" = "intranet.corp.test. A 10.20.0.8" ] || fail "corp.test: $(answer intranet.corp.test A)"
+[ "$(answer -x 10.20.0.8)" = "8.0.20.10.in-addr.arpa. PTR intranet.corp.test." ] || fail "reverse: $(answer -x 10.20.0.8)"
+[ "$(answer mail.example.test A)" = "mail.example.test. A 192.0.2.25" ] || fail "general: $(answer mail.example.test A)"
+sent=$(grep -oE "Sending request to .*" "$WORK/stdout" | paste -sd'|')
+[ "$sent" = "Sending request to 127.0.0.9 (corp.test.) for A-record for intranet.corp.test.|Sending request to \
+127.0.0.9 (10.in-addr.arpa.) for PTR-record for 8.0.20.10.in-addr.arpa.|Sending request to 127.0.0.4 (external) for \
+A-record for mail.example.test." ] || fail "requests sent: $sent"
+stop_server
+
+# --- Private names stay at home (from the root, so anything that left would reach 127.0.0.2) ---
+run_quorvane "LocalNames: YES
+AAAARecords: YES
+"
+before=$(udp_in)
+for address in 192.168.1.10 10.1.2.3 172.16.0.1 100.64.0.1 169.254.1.1 fd00::1 fe80::1; do
+    q -x $address >"$WORK/private"
+    grep -q 'status: NXDOMAIN' "$WORK/private" || fail "-x $address: $(cat "$WORK/private")"
+    grep -qE 'IN[[:space:]]+SOA[[:space:]]+[^ ]+arpa\. nobody\.invalid\.' "$WORK/private" || fail "-x $address: no SOA"
+done
+q printer A | grep -q 'status: NXDOMAIN' || fail "one-label name"
+q nas.home.arpa A | grep -q 'status: NXDOMAIN' || fail "home.arpa."
+[ $(($(udp_in) - before)) -eq 18 ] || fail "$(($(udp_in) - before)) datagrams for 9 private questions, not 18"
+! grep -q "Sending request" "$WORK/stdout" || fail "sent out: $(grep "Sending request" "$WORK/stdout")"
 stop_server
 
 # --- Two forwarders that never answer --------------------------------------------------------

@@ -1,4 +1,5 @@
 #include "dhcp/dhcp_message.h"
+#include "dhcp/lease_table.h"
 #include "dhcp_test_support.h"
 
 #include <gtest/gtest.h>
@@ -92,4 +93,47 @@ TEST(DhcpMessage, RepliesCarryTheirOptionsInOrder)
 }
 
 } // namespace
+} // namespace quorvane::test
+
+namespace quorvane::test {
+
+TEST(DhcpMessage, AddedOptionsAreEncodedAndSentInTheClientsOrder)
+{
+    struct Case {
+        int code;
+        const char* value;
+        const char* hex; // the data in hexadecimal; nullptr: refused
+    };
+    const Case cases[] = {
+        {42, "10.0.0.5, 10.0.0.6", "0a0000050a000006"},
+        {119, "home.lan,corp.test", "04686f6d65036c616e0004636f72700474657374" "00"},
+        {119, "\"home.lan corp.test.\"", "04686f6d65036c616e0004636f72700474657374" "00"},
+        {26, "1400", "0578"},
+        {26, "40", nullptr}, // below the least MTU
+        {121, "10.1.0.0/16 10.0.0.254, 0.0.0.0/0 10.0.0.1", "100a010a0000fe" "000a000001"},
+        {121, "10.1.0.1/16 10.0.0.254", nullptr}, // host bits set
+        {66, "\"tftp.home.lan\"", "746674702e686f6d652e6c616e"},
+        {67, "\"pxelinux.0\"", "7078656c696e75782e30"},
+        {67, "pxelinux.0", nullptr}, // a name is text, in quotes
+        {2, "3600", "00000e10"},     // any other number: four bytes
+        {43, "hex:0102aB", "0102ab"},
+        {6, "10.0.0.9", nullptr},  // the server's own options cannot be replaced
+    };
+    for (const auto& c : cases) {
+        const auto data = encodeDhcpOption(c.code, c.value);
+        EXPECT_EQ(data ? HWToHex(*data) : "refused", c.hex ? HWToHex(HexToHW(c.hex)) : "refused") << c.code << ' ' << c.value;
+    }
+
+    // Asked for 119, 42 and 26 (in that order): those first, then the rest as configured; a
+    // negative reply carries none.
+    const std::vector<DhcpOptionData> added{{2, Bytes(4, '\1')}, {26, Bytes(2, '\2')}, {42, Bytes(4, '\3')},
+                                            {119, Bytes(3, '\4')}};
+    const auto request = *readDhcpRequest(
+        dhcpRequest(7, "0.0.0.0", {{53, typeOption(1)}, {55, "\x01\x77\x2a\x03\x1a"}}), testInterface());
+    const Bytes tail = "\x0f\x08home.lan" + Bytes("\x77\x03\x04\x04\x04\x2a\x04\x03\x03\x03\x03\x1a\x02\x02\x02", 15) +
+                       Bytes("\x02\x04\x01\x01\x01\x01\xff", 7);
+    EXPECT_TRUE(buildDhcpReply(request, dhcptype::Ack, "10.0.0.100", added).ends_with(tail));
+    EXPECT_TRUE(buildDhcpReply(request, dhcptype::Nak, "10.0.0.100", added).ends_with("\x0f\x08home.lan\xff"));
+}
+
 } // namespace quorvane::test

@@ -147,3 +147,51 @@ TEST(DhcpServer, OffersDeclinesAndOtherServersFreeAddressesInTheirTime)
 
 } // namespace
 } // namespace quorvane::test
+
+namespace quorvane::test {
+
+TEST(DhcpServer, FixedAddressesGoToTheirOwnersOnly)
+{
+    DhcpFixture f;
+    const auto rebind = [&](std::vector<DhcpFixed> fixed) {
+        f.server.setReservations(fixed, true);
+        f.server.bind({testInterface()});
+        f.socket = f.network.findOpen(false, 67);
+    };
+    rebind({{"02:00:00:00:00:07", "10.0.0.50", "nas"}, // outside the scope
+            {"id:0102", "10.0.0.101", "printer"},
+            {"02:00:00:00:00:09", "10.0.0.100", "cam"}});
+    // With DHCPFixedNames the names answer before their machines ever asked.
+    EXPECT_EQ(f.server.leaseAddress("nas.home.lan.")->data, "10.0.0.50");
+    EXPECT_EQ(f.server.leaseName("10.0.0.101")->data, "printer.home.lan.");
+
+    // Host, request (a Discover, or a Request for the address), and the reply's type and address.
+    const std::tuple<int, const char*, int, const char*> steps[] = {
+        {7, "", dhcptype::Offer, "10.0.0.50"},
+        {7, "10.0.0.50", dhcptype::Ack, "10.0.0.50"},
+        {7, "10.0.0.102", dhcptype::Nak, "0.0.0.0"}, // its own address is free: that one
+        {8, "", dhcptype::Offer, "10.0.0.102"},      // 100 and 101 are others', owners away
+        {8, "10.0.0.100", dhcptype::Nak, "0.0.0.0"},
+        {8, "10.0.0.102", dhcptype::Ack, "10.0.0.102"},
+    };
+    for (const auto& [host, address, type, replied] : steps) {
+        const auto replies = *address == '\0' ? f.discover(host, "any") : f.request(host, "any", address);
+        EXPECT_EQ(typeAndAddress(replies.at(0)), std::make_pair(type, std::string(replied))) << host << address;
+    }
+    EXPECT_TRUE(f.discover(10, "any").empty()); // nothing left for a client without a reservation
+    EXPECT_EQ(f.server.leaseName("10.0.0.50")->data, "nas.home.lan."); // the reserved name, not "any"
+    // A client identifier reservation.
+    const auto byId = f.ask(11, dhcptype::Discover, "0.0.0.0", {{61, Bytes("\x01\x02", 2)}});
+    EXPECT_EQ(typeAndAddress(byId.at(0)).second, "10.0.0.101");
+
+    // A reservation of an address another client holds waits for that lease to end.
+    rebind({{"02:00:00:00:00:0c", "10.0.0.102", "tv"}});
+    f.lines.clear();
+    EXPECT_TRUE(f.discover(12, "tv").empty()); // the rest of the scope is taken by now
+    EXPECT_EQ(f.lines.at(1), "DHCP fixed address 10.0.0.102 of tv.home.lan. is leased to another client - it "
+                              "takes effect when that lease ends");
+    f.clock.advance(601s);
+    EXPECT_EQ(typeAndAddress(f.discover(12, "tv").at(0)).second, "10.0.0.102");
+}
+
+} // namespace quorvane::test

@@ -89,6 +89,10 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
     s.AAAARECORDS = s.EDNS = s.TCPQUERIES = s.QUERYHARDENING = s.MORERECORDTYPES = true;
+    s.LOCALNAMES = s.DHCPFIXEDNAMES = true;
+    s.DHCPOPTION = {{"192.168.1.1", 119, "\"Home.lan corp.test\""}, {"192.168.1.1", 42, "192.168.1.5"}};
+    s.DHCPFIXED = {{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}, {"id:01aabb", "192.168.1.51", "printer"}};
+    s.FORWARD = {{"corp.test", {"10.0.0.5", "10.0.0.6"}}, {"10.in-addr.arpa", {"10.0.0.5"}}};
     s.USER = "DnsUser"; // keeps its letter case
     s.TLSCAFILE = "/etc/Test CA.pem";
     s.TLSCERTFILE = "/etc/dot.pem";
@@ -118,18 +122,33 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "TCPQueries: YES\n"
                     "QueryHardening: YES\n"
                     "MoreRecordTypes: YES\n"
-                    "User: DnsUser\n"
+                    "LocalNames: YES\n"
+                    "DHCPFixedNames: YES\n"
+                    "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.50 nas\n"
+                    "DHCPFixed: id:01aabb 192.168.1.51 printer\n"
+                    "DHCPOption: 192.168.1.1 119 \"Home.lan corp.test\"\n"
+                    "DHCPOption: 192.168.1.1 42 192.168.1.5\n"
+                    "Forward: corp.test 10.0.0.5 10.0.0.6\n"
+                    "Forward: 10.in-addr.arpa 10.0.0.5\n"
                     "NS: 10.0.0.3 tls dns.example\n"
                     "TLSCAFile: /etc/Test CA.pem\n"
                     "TLSCertFile: /etc/dot.pem\n"
-                    "TLSKeyFile: /etc/dot.key\n");
+                    "TLSKeyFile: /etc/dot.key\n"
+                    "User: DnsUser\n");
     EXPECT_EQ(parseIni(text), s);
-    // A TLS name is read in any letter case; a line with words this program does not write is dropped.
-    const Settings odd = parseIni("NS: 10.0.0.4  TLS  Dns.Example.\nNS: 10.0.0.5 tcp x\nNS: 10.0.0.6 tls\n");
-    EXPECT_EQ(odd.NS, (std::vector<std::string>{"10.0.0.4"}));
-    EXPECT_EQ(odd.NSTLS.at("10.0.0.4"), "dns.example");
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
+    // The additions' lines: read cleaned; unusable ones and a repeated domain, client or address dropped.
+    const Settings odd = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
+                                  "Forward: x.test nothing\nDHCPFixed: AABBCCDDEE01 192.168.1.50 NAS.home.lan\n"
+                                  "DHCPFixed: aa:bb:cc 1.2.3.4 x\nDHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.60 a\n"
+                                  "DHCPFixed: id:0203 192.168.1.50 b\nDHCPOption: 192.168.1.1 42 \"ntp\"\n"
+                                  "NS: 10.0.0.4  TLS  Dns.Example.\nNS: 10.0.0.5 tcp x\nNS: 10.0.0.6 tls\n");
+    EXPECT_EQ(odd.NS, (std::vector<std::string>{"10.0.0.4"}));
+    EXPECT_EQ(odd.NSTLS.at("10.0.0.4"), "dns.example");
+    EXPECT_EQ(odd.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
+    EXPECT_EQ(odd.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
+    EXPECT_TRUE(odd.DHCPOPTION.empty());
 }
 
 TEST(IniFile, GarbageLoadsWhatIsValid)

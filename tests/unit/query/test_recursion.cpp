@@ -209,6 +209,44 @@ TEST(Recursion, AnAliasInOurZoneIsFollowedOutsideIt)
     EXPECT_TRUE(r.reply().aa);
 }
 
+TEST(Recursion, ForwardRulesSendTheirDomainsToTheirOwnServers)
+{
+    const std::vector<ForwardRule> rules{
+        {"corp.test", {"127.0.0.4"}}, {"lab.corp.test", {"127.0.0.5"}}, {"10.in-addr.arpa", {"127.0.0.6"}}};
+    // With general forwarding or from the root: a name, and the first query it sends.
+    const std::tuple<bool, const char*, const char*> cases[] = {
+        {true, "www.corp.test.", "127.0.0.4 www.corp.test. 1 rd"},
+        {true, "pc.lab.corp.test.", "127.0.0.5 pc.lab.corp.test. 1 rd"}, // the longest domain wins
+        {true, "5.0.0.10.in-addr.arpa.", "127.0.0.6 5.0.0.10.in-addr.arpa. 1 rd"},
+        {true, "notcorp.test.", "127.0.0.2 notcorp.test. 1 rd"}, // whole labels only
+        {false, "corp.test.", "127.0.0.4 corp.test. 1 rd"},
+        {false, "www.example.org.", "127.0.0.2 www.example.org. 1"}, // the root, without recursion
+    };
+    for (const auto& [general, name, asked] : cases) {
+        QuerySettings settings = general ? forwarding({"127.0.0.2"}) : QuerySettings{};
+        settings.forwardRules = rules;
+        Resolver r(settings, kRootHints);
+        r.ask(name);
+        EXPECT_EQ(r.queries(), Lines{asked}) << name;
+    }
+
+    // The rule's server answers, and the answer is cached like any other.
+    QuerySettings settings = forwarding({"127.0.0.2"});
+    settings.forwardRules = rules;
+    Resolver r(settings);
+    r.ask("www.corp.test.");
+    r.answer("127.0.0.4", 0, false, {wireA(2, "www.corp.test.", "10.1.2.3", 300)});
+    EXPECT_EQ(r.store.records("www.corp.test.").size(), 1u);
+
+    // A silent rule server is given up on like a forwarder, and the general one is never asked.
+    r.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
+    r.ask("mail.corp.test.");
+    for (int second = 1; second <= 12; ++second) r.tickAt(second);
+    EXPECT_EQ(r.rig.queries().size(), 6u);
+    for (const auto& line : r.queries()) EXPECT_TRUE(line.starts_with("127.0.0.4 ")) << line;
+    EXPECT_EQ(r.reply().rcode, 2);
+}
+
 TEST(Recursion, ResolvesFromTheRootThroughReferralsAndGluelessServers)
 {
     Resolver r({}, kRootHints);

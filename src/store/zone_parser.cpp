@@ -262,9 +262,18 @@ bool addContinuation(std::string& logical, std::string_view raw, bool& tooLong)
 void readZoneText(std::istream& in, std::string_view origin,
                   const std::function<void(ZoneRecord&&)>& onRecord, ZoneComments* comments)
 {
+    readZoneLines(in, origin, [&](ZoneRecord&& record, size_t, size_t) { onRecord(std::move(record)); },
+                  comments);
+}
+
+void readZoneLines(std::istream& in, std::string_view origin,
+                   const std::function<void(ZoneRecord&&, size_t, size_t)>& onRecord, ZoneComments* comments)
+{
     LineParser parser(origin);
     std::string raw;
+    size_t linesRead = 0;
     while (std::getline(in, raw)) {
+        const size_t firstLine = linesRead++;
         if (comments && readSpecialComment(raw, *comments)) continue;
         std::string logical = cleanLine(raw);
         bool tooLong = logical.size() > kMaxLogicalLine;
@@ -277,11 +286,11 @@ void readZoneText(std::istream& in, std::string_view origin,
             if (close != std::string::npos)
                 logical.resize(close);
             else
-                while (std::getline(in, raw) && !addContinuation(logical, raw, tooLong)) {
+                while (std::getline(in, raw) && (++linesRead, !addContinuation(logical, raw, tooLong))) {
                 }
         }
         ZoneRecord record;
-        if (!tooLong && parser.parse(logical, record)) onRecord(std::move(record));
+        if (!tooLong && parser.parse(logical, record)) onRecord(std::move(record), firstLine, linesRead);
     }
 }
 

@@ -42,4 +42,10 @@ inline constexpr int32_t kDefaultZoneTTL = 86400;
 void readZoneText(std::istream& in, std::string_view origin,
                   const std::function<void(ZoneRecord&&)>& onRecord, ZoneComments* comments);
 
+// As readZoneText, and tells with each record the lines it was read from: the first (counted from
+// 0) and the one after its last, so that a zone editor can change a record and keep the rest.
+void readZoneLines(std::istream& in, std::string_view origin,
+                   const std::function<void(ZoneRecord&&, size_t firstLine, size_t endLine)>& onRecord,
+                   ZoneComments* comments);
+
 } // namespace quorvane

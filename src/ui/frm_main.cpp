@@ -266,6 +266,7 @@ void frmMain::start(bool hidden)
     if (layout) placeMain(layout->main);
     showWithState(layout ? layout->main.state : WindowState::Normal);
     if (layout) applyLayout(*layout);
+    else openFirstLayout();
 }
 
 void frmMain::placeMain(const WindowPlacement& placement)

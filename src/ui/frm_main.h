@@ -123,6 +123,7 @@ private:
     QWidget* makeLeases();
     void childClosed(ChildWindow which);
     void tile(Qt::Orientation stacking);
+    void openFirstLayout();
     void applyLayout(const WindowLayout& layout);
     void requestCounters();
     void showCounters(const std::array<uint16_t, 60>& perSecond);

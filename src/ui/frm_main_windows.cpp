@@ -10,6 +10,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTime>
+#include <QTimer>
 
 namespace quorvane {
 
@@ -30,6 +31,9 @@ WindowPlacement placementOf(const QWidget& window)
     return p;
 }
 
+// The least size at which a child window's text and graph can be read.
+constexpr QSize kReadableChild(560, 320);
+
 } // namespace
 
 QWidget* frmMain::childWindow(ChildWindow which) const
@@ -49,6 +53,8 @@ QMdiSubWindow* frmMain::openChild(ChildWindow which)
     slot = m_mdi->addSubWindow(child);
     slot->setAttribute(Qt::WA_DeleteOnClose);
     slot->setWindowIcon(windowIcon());
+    // A child's own size hint is too small to read; a saved layout still sets its own geometry.
+    slot->resize(slot->sizeHint().expandedTo(kReadableChild).boundedTo(m_mdi->viewport()->size()));
     slot->show();
     return slot;
 }
@@ -157,6 +163,15 @@ void frmMain::tile(Qt::Orientation stacking)
             windows[i]->setGeometry(i * width, 0, width, area.height());
         }
     }
+}
+
+// A first start (no saved layout) shows the server at work at once: the Active Log above the
+// Performance Graph, filling the frame.
+void frmMain::openFirstLayout()
+{
+    openChild(kLogWindow);
+    openChild(kGraphWindow);
+    QTimer::singleShot(0, this, [this] { tile(Qt::Horizontal); }); // once the frame has its size
 }
 
 void frmMain::mnuTile3()

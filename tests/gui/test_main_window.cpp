@@ -2,9 +2,13 @@
 // the engine, questions are answered through the window's hooks, the layout survives a restart,
 // and a screenshot shows the frame with its three child windows.
 #include "gui_support.h"
+#include "support/dns_message.h"
 #include "support/fake_clock.h"
 #include "support/fake_network.h"
 #include "support/temp_folder.h"
+#include "ui/frm_graph.h"
+#include "ui/frm_leases.h"
+#include "ui/frm_log.h"
 #include "ui/frm_main.h"
 #include "ui/frm_options.h"
 
@@ -36,8 +40,10 @@ struct TestLink : EngineLink
 // A program folder, an engine on fakes and the window on top, with every hook recorded.
 struct Desk
 {
-    Desk()
+    // prepare fills the program folder before the engine starts.
+    explicit Desk(const std::function<void(TempFolder&)>& prepare = {})
     {
+        if (prepare) prepare(folder);
         folder.write("manual.html", "<html></html>");
         folder.write("quorvane-snapshot", "#!/bin/sh\n");
         std::filesystem::permissions(folder.path() / "quorvane-snapshot", std::filesystem::perms::owner_all);
@@ -118,6 +124,7 @@ private slots:
     void closingAsksAndSavesTheLayout();
     void layoutStringRoundTrip();
     void screenshotWithChildWindows();
+    void firstStartTilesTheLogAndTheGraph();
 };
 
 void TestMainWindow::initTestCase()
@@ -255,21 +262,50 @@ void TestMainWindow::layoutStringRoundTrip()
     QVERIFY(!layoutHasActiveLog("2 1 2 0"));
 }
 
+// The README's picture: the example home network with three leases, answering questions.
 void TestMainWindow::screenshotWithChildWindows()
+{
+    Desk d([](TempFolder& folder) {
+        const std::filesystem::path example = QUORVANE_SOURCE_DIR "/examples/home-office";
+        std::filesystem::copy(example, folder.path(), std::filesystem::copy_options::recursive);
+        folder.write("dhcp.dat", "; Quorvane - DHCP Leases\n"
+                                 "laptop.home.lan.  192.168.1.100  01a4c3f0112233  2026-11-22 20:00:00\n"
+                                 "phone.home.lan.  192.168.1.101  01f2d4a0445566  2026-11-22 19:30:00\n"
+                                 "tv.home.lan.  192.168.1.102  0100163e778899  2026-11-22 21:15:00\n");
+    });
+    d.window.resize(1000, 700);
+    d.window.start(false);
+    d.trigger("mnuViewW2");
+    const char* names[] = {"nas.home.lan.", "www.home.lan.", "printer.home.lan.", "laptop.home.lan."};
+    for (int second = 0; second < 60; ++second) {
+        for (int i = 0; i < 1 + second % 7; ++i)
+            d.network.deliver(d.network.findOpen(false, 53), {0xC0A80164, static_cast<uint16_t>(40000 + i)},
+                              test::makeQuery(static_cast<uint16_t>(second * 10 + i), names[(second + i) % 4], 1, false));
+        d.clock.advance(std::chrono::seconds(1));
+    }
+    QTest::qWait(1200); // the graph asks for its counters once a second
+    d.settle();
+    QCoreApplication::processEvents();
+    QVERIFY(test::saveScreenshot(d.window, "main_window"));
+}
+
+void TestMainWindow::firstStartTilesTheLogAndTheGraph()
 {
     Desk d;
     d.window.resize(1000, 700);
-    d.window.start(false);
-    d.trigger("mnuViewW0");
-    d.trigger("mnuViewW1");
-    d.trigger("mnuViewW2");
-    d.trigger("mnuReload");
-    d.clock.advance(std::chrono::seconds(2));
-    QTest::qWait(2 * Bridge::kBatchIntervalMs);
-    d.settle();
-    d.window.findChild<QMdiArea*>()->tileSubWindows();
-    QCoreApplication::processEvents();
-    QVERIFY(test::saveScreenshot(d.window, "main_window"));
+    d.window.start(false); // no saved layout
+    QTest::qWait(20);
+    const auto* mdi = d.window.findChild<QMdiArea*>();
+    const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
+    for (const QMdiSubWindow* window : windows) {
+        QCOMPARE(window->width(), mdi->viewport()->width());
+        QCOMPARE(window->height(), mdi->viewport()->height() / 2);
+    }
+    d.trigger("mnuViewW2"); // a window opened later is readable too
+    QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
+    QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
 }
 
 QTEST_MAIN(TestMainWindow)

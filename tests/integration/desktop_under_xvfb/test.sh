@@ -1,7 +1,7 @@
 # The desktop program on a virtual X display: without a display it refuses and says why; with one
 # its main window appears with the child windows of the saved layout, SIGTERM closes it with exit
 # code 0, the close line in its daily log and the layout saved again, and a screenshot of the whole
-# screen is kept for a person to look at.
+# screen is kept for a person to look at. Its three tool-bar buttons open the companion tools.
 folder="$WORK/folder"
 mkdir -p "$folder"
 cp -r "$CASE_DIR/../../../examples/home-office/." "$folder/"
@@ -33,6 +33,21 @@ within 10 dns_bound || fail "port 53 not bound under the window"
 sleep 1 # let the window finish painting
 xwd -root -silent >"$WORK/screen.xwd" || fail "xwd"
 python3 "$CASE_DIR/xwd_to_png.py" "$WORK/screen.xwd" "$shots/desktop_under_xvfb.png" || fail "converting the screenshot"
+
+# The tool-bar buttons Look Up, Cache and Records (left to right under the menu bar; no window
+# manager here, so the window's origin is its client area) each open their tool's window.
+main=$(xdotool search --onlyvisible --name '^home\.lan - Quorvane$' | head -n1)
+for tool in "Look Up|36|^DNS Look Up\$" "Cache|97|^Cache Snapshot Viewer\$" "Records|157|^DNS Records Editor\$"; do
+    IFS='|' read -r button x title <<<"$tool"
+    xdotool windowraise "$main" mousemove --window "$main" "$x" 45 click 1
+    within 10 xdotool search --onlyvisible --name "$title" >/dev/null ||
+        fail "the $button button opened no window '$title': $(xwininfo -root -tree | grep -E '^ +0x.*"' | head -n 20)"
+    tool_pid=$(xdotool search --onlyvisible --name "$title" getwindowpid | head -n1)
+    started "$tool_pid"
+done
+sleep 1
+xwd -root -silent >"$WORK/screen.xwd" || fail "xwd"
+python3 "$CASE_DIR/xwd_to_png.py" "$WORK/screen.xwd" "$shots/desktop_tools_under_xvfb.png" || fail "converting the screenshot"
 
 stop_server
 logfile=$(ls "$folder"/logs/*.log | tail -n1)

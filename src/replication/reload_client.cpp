@@ -1,8 +1,9 @@
-#include "reload_port.h"
+#include "replication/reload_client.h"
 
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -54,7 +55,37 @@ SendResult failed(const char* step)
     return {SendOutcome::Failed, std::string(step) + ": " + std::strerror(errno)};
 }
 
+// The server reads no more of its settings file than this; neither do we.
+constexpr std::streamsize kMaxIniBytes = 4 << 20;
+
 } // namespace
+
+std::optional<uint16_t> reloadPortOf(const std::filesystem::path& folder, std::string_view iniName,
+                                     std::string& error)
+{
+    std::error_code ec;
+    if (!std::filesystem::is_directory(folder, ec)) {
+        error = "program folder " + folder.string() + " does not exist";
+        return std::nullopt;
+    }
+    const auto ini = folder / iniName;
+    if (!std::filesystem::is_regular_file(ini, ec)) {
+        error = "no " + std::string(iniName) + " in " + folder.string() + " (has Quorvane run there?)";
+        return std::nullopt;
+    }
+    std::ifstream in(ini, std::ios::binary);
+    std::string text(static_cast<size_t>(kMaxIniBytes), '\0');
+    in.read(text.data(), kMaxIniBytes);
+    if (in.bad()) {
+        error = "cannot read " + ini.string();
+        return std::nullopt;
+    }
+    text.resize(static_cast<size_t>(in.gcount()));
+    const ReloadPortLine line = reloadPortIn(text);
+    if (!line.present) error = ini.string() + " has no ReloadPort line (is Quorvane running there?)";
+    else if (line.port == 0) error = ini.string() + ": ReloadPort holds no port (the server has none open)";
+    return line.port != 0 ? std::optional<uint16_t>(line.port) : std::nullopt;
+}
 
 ReloadPortLine reloadPortIn(std::string_view iniText)
 {

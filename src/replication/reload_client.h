@@ -1,9 +1,11 @@
-// Reaching a running server: the ReloadPort line of its quorvane.ini, and one datagram to that port
-// on 127.0.0.1. Writes no file.
+// Reaching a running server from another program (quorvane-ctl, the records editor): the
+// ReloadPort line of its quorvane.ini, and one datagram to that port on 127.0.0.1. Writes no file.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,6 +19,11 @@ struct ReloadPortLine {
 // The last ReloadPort line of a quorvane.ini text. The key is matched in any letter case with
 // blanks around it, as the server reads its keys; the value must be digits only, blanks aside.
 ReloadPortLine reloadPortIn(std::string_view iniText);
+
+// The port from the server's settings file (iniName, in folder); nothing, with error saying why in
+// one line, when there is none to use.
+std::optional<uint16_t> reloadPortOf(const std::filesystem::path& folder, std::string_view iniName,
+                                     std::string& error);
 
 enum class SendOutcome { Sent, Refused, Failed };
 

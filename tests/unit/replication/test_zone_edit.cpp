@@ -1,0 +1,179 @@
+#include "replication/zone_checks.h"
+#include "replication/zone_edit.h"
+#include "store/record_data.h"
+#include "store/zone_text.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+namespace quorvane {
+namespace {
+
+const std::filesystem::path kGolden = QUORVANE_ZONE_EDIT_DATA;
+
+std::string fileText(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+ZoneRecord record(std::string_view line)
+{
+    return readRecordLine(line, "office.test.").value_or(ZoneRecord{});
+}
+
+size_t find(const ZoneDocument& document, std::string_view line)
+{
+    const ZoneRecord wanted = record(line);
+    for (size_t i = 0; i < document.records().size(); ++i)
+        if (sameRecord(document.records()[i].record, wanted)) return i;
+    return document.records().size();
+}
+
+// Each edit of office.test.dns against its golden result: every line it did not touch stays.
+TEST(ZoneEdit, EditsKeepEveryLineTheyDoNotTouch)
+{
+    struct Case
+    {
+        const char* golden;
+        std::function<bool(ZoneDocument&)> edit;
+    };
+    const Case cases[] = {
+        {"office.test.dns", [](ZoneDocument&) { return true; }},
+        {"add_a_beside_owner.dns", [](ZoneDocument& d) { return d.add(record("www 3600 A 10.0.0.81")); }},
+        {"add_new_owners.dns",
+         [](ZoneDocument& d) {
+             return d.add(record("printer 600 A 10.0.0.9")) &&
+                    d.add(record("_ipp._tcp SRV 0 0 631 printer")) &&
+                    d.add(record("@ CAA 0 issue \"ca.test\"")) && d.add(record("files CNAME www"));
+         }},
+        {"change_blank_owner_txt.dns",
+         [](ZoneDocument& d) {
+             return d.replace(find(d, "www TXT \"web server\""), record("www 60 TXT \"web server\" \"v2\""));
+         }},
+        {"delete_owner_line.dns", [](ZoneDocument& d) { return d.remove(find(d, "www 3600 A 10.0.0.80")); }},
+        {"delete_commented_and_mx.dns",
+         [](ZoneDocument& d) {
+             return d.remove(find(d, "mx A 10.0.0.25")) && d.remove(find(d, "mail MX 10 mx"));
+         }},
+        {"rename_ns.dns",
+         [](ZoneDocument& d) { return d.replace(find(d, "ns1 A 10.0.0.1"), record("ns 7 A 10.0.0.1")); }},
+        {"serial_in_place.dns", [](ZoneDocument& d) { return d.setSerial(2026112400); }},
+        {"transfer_settings.dns",
+         [](ZoneDocument& d) {
+             d.setTransferSettings({"10.0.0.2", "10.0.0.3"}, true);
+             return d.comments().notify.size() == 2 && d.comments().notSecure;
+         }},
+    };
+    const std::string input = fileText(kGolden / "office.test.dns");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.golden);
+        ZoneDocument document("office.test.", input);
+        const size_t before = document.records().size();
+        ASSERT_TRUE(c.edit(document));
+        const std::string expected = fileText(kGolden / c.golden);
+        if (document.text() != expected) std::ofstream(std::string(c.golden) + ".actual") << document.text();
+        EXPECT_EQ(document.text(), expected);
+        // The edited text reads back to the records the document holds.
+        const ZoneDocument reread("office.test.", document.text());
+        ASSERT_EQ(reread.records().size(), document.records().size());
+        for (size_t i = 0; i < reread.records().size(); ++i)
+            EXPECT_TRUE(sameRecord(reread.records()[i].record, document.records()[i].record)) << i;
+        EXPECT_EQ(document.modified(), std::string(c.golden) != "office.test.dns");
+        EXPECT_GE(reread.records().size() + 2, before);
+    }
+}
+
+TEST(ZoneEdit, RecordsWithoutAFaithfulLineAreRefused)
+{
+    ZoneDocument document("office.test.", "");
+    ZoneRecord dfcn = record("www A 10.0.0.1");
+    dfcn.type = rtype::DFCN;
+    ZoneRecord shortAddress = record("www A 10.0.0.1");
+    shortAddress.data.pop_back();
+    ZoneRecord blankOwner = record("www A 10.0.0.1");
+    blankOwner.owner = "a b.office.test.";
+    for (const ZoneRecord& bad : {dfcn, shortAddress, blankOwner, ZoneRecord{}})
+        EXPECT_FALSE(document.add(bad));
+    EXPECT_FALSE(document.remove(0));
+    EXPECT_FALSE(document.setSerial(5));
+    EXPECT_FALSE(readRecordLine("www BOGUS 1", "office.test."));
+    EXPECT_FALSE(readRecordLine("www A 10.0.0.1\nftp A 10.0.0.2", "office.test."));
+}
+
+TEST(ZoneChecks, NameTheRecordAndTheRuleItBreaks)
+{
+    const std::string soa = "@ SOA ns1 admin 1 2 3 4 5\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {soa + "www A 10.0.0.1\nmail MX 10 mx\n@ NS ns1\n_sip._udp SRV 0 0 5060 sip\n", ""},
+        {"www A 10.0.0.1\n", "office.test. SOA: the zone needs its SOA record"},
+        {soa + "www CNAME web\nwww TXT \"x\"\n",
+         "www.office.test. CNAME: a CNAME must be the only record of its name"},
+        {soa + "mail MX 10 10.0.0.25.\n",
+         "mail.office.test. MX: the target 10.0.0.25. must be a host name, not an address"},
+        {soa + "my!pc A 10.0.0.9\n",
+         "my!pc.office.test. A: the name may hold only letters, digits, '-', '_' and '*'"},
+    };
+    for (const auto& [text, problem] : cases) {
+        const auto problems = zoneProblems(ZoneDocument("office.test.", text));
+        EXPECT_EQ(problems.empty() ? "" : problems.front(), problem) << text;
+        EXPECT_LE(problems.size(), 1u) << text;
+    }
+}
+
+TEST(ZoneEdit, SerialTakesTheDateFormWhenItLooksLikeADate)
+{
+    struct Case
+    {
+        uint32_t serial, next;
+    };
+    const Case cases[] = {{2024010101, 2026112400},
+                          {2026112400, 2026112401},
+                          {2026112499, 2026112500},
+                          {2030010100, 2030010101},
+                          {7, 8},
+                          {4294967295u, 0},
+                          {1999133100, 1999133101}};
+    for (const Case& c : cases)
+        EXPECT_EQ(nextSerial(c.serial, 2026, 11, 24), c.next) << c.serial;
+}
+
+// Saving: nothing written without a change, the serial raised with one, and a file changed on
+// disk since it was opened left alone unless the caller says to overwrite it.
+TEST(ZoneEdit, SavesOnlyChangesAndAsksBeforeOverwritingAnotherWrite)
+{
+    const auto folder = std::filesystem::temp_directory_path() / "quorvane_zone_edit";
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file(kGolden / "office.test.dns", folder / "office.test.dns");
+    std::ofstream(folder / "copy.test.dns") << "; PrimaryIP 10.0.0.7\n";
+    std::ofstream(folder / "notes.txt") << "not a zone\n";
+    const auto zones = listZoneFiles(folder);
+    ASSERT_EQ(zones.size(), 2u);
+    EXPECT_EQ(zones[0].zone + (zones[0].secondary ? "2" : "1"), "copy.test.2");
+    EXPECT_EQ(zones[1].zone + (zones[1].secondary ? "2" : "1"), "office.test.1");
+
+    const SaveOptions today{false, true, 2026, 11, 24};
+    std::string error;
+    auto zone = openZoneFile(folder, "Office.Test", error);
+    ASSERT_TRUE(zone) << error;
+    EXPECT_EQ(saveZoneFile(*zone, today), SaveOutcome::Unchanged);
+    ASSERT_TRUE(zone->document.add(record("www 3600 A 10.0.0.81")));
+    std::ofstream(folder / "office.test.dns", std::ios::app) << "; a transfer came in\n";
+    EXPECT_EQ(saveZoneFile(*zone, today), SaveOutcome::ChangedOnDisk);
+    EXPECT_EQ(saveZoneFile(*zone, {true, true, 2026, 11, 24}), SaveOutcome::Saved);
+    EXPECT_EQ(fileText(folder / "office.test.dns"), fileText(kGolden / "saved.dns"));
+    EXPECT_FALSE(changedOnDisk(*zone));
+    EXPECT_FALSE(std::filesystem::exists(folder / "office.test.dns.tmp"));
+    EXPECT_FALSE(openZoneFile(folder, "missing.test", error));
+    EXPECT_EQ(error, "no zone file " + (folder / "missing.test.dns").string());
+    std::filesystem::remove_all(folder);
+}
+
+} // namespace
+} // namespace quorvane

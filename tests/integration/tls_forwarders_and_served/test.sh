@@ -1,7 +1,8 @@
 # Quorvane forwards over TLS to a real Unbound serving DNS over TLS on 127.0.0.2:853, in front of
 # an NSD on 127.0.0.3 that holds tlszone. (a wildcard answers every name). Certificates come from
 # a certificate authority this case makes. A sink on 127.0.0.2 port 53 shows nothing goes in
-# clear; 200 questions share a handful of connections. Then a certificate for another name, and
+# clear; 200 questions share a handful of connections (with QueryHardening, so answers must come
+# from the TLS port they were asked on). Then a certificate for another name, and
 # one under an authority Quorvane does not trust: no answer taken, a server failure, the log line.
 # Last, Quorvane serves DNS over TLS on 853 with the same certificate to kdig and dig: the answers
 # are those over UDP; without the certificate settings nothing listens on 853.
@@ -76,7 +77,7 @@ within 5 grep -qs ready "$WORK/clear" || fail "sink"
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"
 run_quorvane() {
-    printf 'Name: resolver.lan\nDNSBind: 127.0.0.1\nRecursionOut: YES\nNS: 127.0.0.2 tls %s\nTLSCAFile: %s\n%s' "$1" "$2" \
+    printf 'Name: resolver.lan\nDNSBind: 127.0.0.1\nRecursionOut: YES\nQueryHardening: YES\nNS: 127.0.0.2 tls %s\nTLSCAFile: %s\n%s' "$1" "$2" \
         "${3:-}" >"$folder/quorvane.ini"
     start_server "$folder"
     wait_for "DNS service started on 127.0.0.1"

@@ -23,12 +23,14 @@ std::string failureReason(const std::error_code& ec, SSL* ssl)
 
 } // namespace
 
-// One client context, made again when the authorities' file changes; null when it cannot be read.
+// One client context, made again when the authorities' file changes, and tried again while it
+// cannot be read (the operator may fix the file in place); null meanwhile. Connections made with
+// an earlier context keep it alive through OpenSSL's own reference.
 asio::ssl::context* AsioNetwork::clientContext(const std::string& caFile)
 {
     if (!m_tlsState) m_tlsState = std::make_shared<TlsState>();
     TlsState& state = *m_tlsState;
-    if (state.client && state.clientCa == caFile) return state.clientReady ? state.client.get() : nullptr;
+    if (state.client && state.clientCa == caFile && state.clientReady) return state.client.get();
     state.client = std::make_unique<asio::ssl::context>(asio::ssl::context::tls_client);
     state.clientCa = caFile;
     std::error_code ec;

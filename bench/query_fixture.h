@@ -38,7 +38,13 @@ struct NoNetwork : Network
     SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
     SocketId bindDhcp(const std::string&) override { return kNoSocket; }
     SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId listenTls(const std::string&, uint16_t, const std::string&, const std::string&, std::string&) override
+    {
+        return kNoSocket;
+    }
+    bool reloadTlsCertificate(SocketId, const std::string&, const std::string&, std::string&) override { return false; }
     SocketId connectTcp(const Endpoint&) override { return kNoSocket; }
+    SocketId connectTls(const Endpoint&, const std::string&, const std::string&) override { return kNoSocket; }
     void sendTo(SocketId, const Endpoint&, std::string_view) override {}
     void sendTcp(SocketId, std::string_view) override {}
     uint16_t localPort(SocketId) const override { return 0; }

@@ -11,6 +11,7 @@ packages=(
     cmake ninja-build g++                               # build
     libasio-dev                                         # event loop
     libcurl4-openssl-dev                                # fetching block lists
+    libssl-dev                                          # TLS to forwarders and for clients
     libgtest-dev libgmock-dev                           # the test targets are part of every build
     qt6-base-dev qt6-svg-dev                            # the desktop window
     scdoc                                               # the manual pages
@@ -30,7 +31,9 @@ if [ "${1:-build}" = test ]; then
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
         xvfb x11-utils x11-apps xdotool fonts-dejavu-core # the desktop program on a virtual display
     )
+    packages+=(openssl)                                 # the TLS cases' own certificate authority
     servers=(nsd knot bind9)                            # peers: authoritative servers, primaries and secondaries
+    servers+=(unbound)                                  # a resolver serving DNS over TLS
 fi
 
 missing_of() {

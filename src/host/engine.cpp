@@ -28,7 +28,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
     : m_network(network), m_clock(clock), m_events(events), m_options(std::move(options)), m_routes(network),
       m_dnsPort(m_routes.add(dnsPortRoute())), m_outgoingNet(m_routes.add(outgoingRoute())),
       m_secondaryNet(m_routes.add(secondaryRoute())), m_reloadNet(m_routes.add(reloadRoute())),
-      m_dhcpNet(m_routes.add(dhcpRoute())), m_log(clock, m_options.programFolder), m_outgoing(m_outgoingNet),
+      m_dhcpNet(m_routes.add(dhcpRoute())), m_dotNet(m_routes.add(dotRoute())), m_log(clock, m_options.programFolder), m_outgoing(m_outgoingNet),
       m_flood([this](const std::string& text) { AddLine(0, text); },
               [this](const std::string& address) { WriteBlockLog(address); }),
       m_store(clock, m_options.programFolder,
@@ -56,6 +56,7 @@ Engine::Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptio
     });
     m_dns.setLeases(&m_dhcp);
     m_reloadPort.setUpdateLists([this] { loadBlockLists(true); });
+    m_outgoing.tls().setLog([this](const std::string& line) { AddLine(0, line); });
     m_dnsTcp.setMessages(&m_zoneTransfers);
     m_zoneTransfers.setNotifyHandler([this](const std::string& sender, std::string_view message,
                                             const std::function<void(std::string_view)>& reply) {
@@ -137,8 +138,9 @@ void Engine::configureFromSettings()
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
                      m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES,
-                     m_settings.LOCALNAMES, m_settings.NAME, m_settings.FORWARD});
+                     m_settings.LOCALNAMES, m_settings.NAME, m_settings.FORWARD, m_settings.NSTLS});
     m_dns.answerer().configureFilter({blockAnswerOf(m_settings.BLOCKANSWER), m_settings.NOFILTER});
+    m_outgoing.tls().setTrust(m_settings.TLSCAFILE);
 }
 
 void Engine::applyOptions(const Settings& accepted, const std::vector<std::string>& blockList)
@@ -191,6 +193,7 @@ void Engine::execute(Command command)
         guarded("frmMain mnuReload", [&] {
             m_store.LoadPerm();
             loadBlockLists(); // the saved copies and list files, read again
+            reloadDotCertificate();
         });
         break;
     case Command::WriteSupportFile:
@@ -350,6 +353,18 @@ SocketRoute Engine::dnsPortRoute()
     return route;
 }
 
+// Connections of DNS over TLS: served as those of WSZT, their questions answered whatever
+// TCPQUERIES says, since the operator set up a certificate for them.
+SocketRoute Engine::dotRoute()
+{
+    SocketRoute route = dnsPortRoute();
+    route.datagram = nullptr;
+    route.accepted = [this](SocketId connection, const Endpoint& from) {
+        guarded("ctlZT Accept", [&] { m_dnsTcp.connectionRequest(connection, from, m_serverRunning, true); });
+    };
+    return route;
+}
+
 // Answers to our queries, and the questions asked again over TCP.
 SocketRoute Engine::outgoingRoute()
 {
@@ -362,6 +377,7 @@ SocketRoute Engine::outgoingRoute()
         guarded("frmMain WSDNS2", [&] { m_outgoing.tcpData(connection, data); });
     };
     route.closed = [this](SocketId connection) { m_outgoing.tcpClosed(connection); };
+    route.tlsFailed = [this](SocketId connection, std::string_view reason) { m_outgoing.tlsFailed(connection, reason); };
     return route;
 }
 

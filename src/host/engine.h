@@ -79,6 +79,7 @@ struct EngineOptions {
 class Engine : private QueryHost {
 public:
     static constexpr uint16_t kDnsPort = 53;
+    static constexpr uint16_t kDotPort = 853;
 
     Engine(Network& network, Clock& clock, EngineEvents& events, EngineOptions options);
     ~Engine() override;
@@ -135,6 +136,8 @@ private:
     void bindQuerySocket();
     void bindReloadPort();
     void closeDns();
+    void bindDot();
+    void reloadDotCertificate();
     void mnuStartStop();
     void writeSupportFileCommand();
     void configureFromSettings();
@@ -161,6 +164,7 @@ private:
     SocketRoute secondaryRoute();
     SocketRoute reloadRoute();
     SocketRoute dhcpRoute();
+    SocketRoute dotRoute();
 
     bool wants(int level) const override { return m_log.wants(level); }
     void sendDns(const Endpoint& to, std::string_view message) override { m_network.sendTo(m_WSDNS, to, message); }
@@ -179,6 +183,7 @@ private:
     Network& m_secondaryNet;
     Network& m_reloadNet;
     Network& m_dhcpNet;
+    Network& m_dotNet; // the DNS-over-TLS listener; its connections are served as those of WSZT
     Settings m_settings;
     EventLog m_log;
     ErrorHandler m_previousErrorHandler;
@@ -188,6 +193,7 @@ private:
     std::vector<std::string> m_localAddresses;
     SocketId m_WSDNS = kNoSocket;
     SocketId m_WSZT = kNoSocket;
+    SocketId m_WSDoT = kNoSocket; // TCP 853, while TLSCertFile and TLSKeyFile load
     SocketId m_WSReload = kNoSocket; // commands from local tools; bound at start, kept while paused
     RequestCounters m_counters;
     OutgoingQueries m_outgoing; // queries to other servers and their answers; kept while paused

@@ -68,6 +68,21 @@ void addUnique(std::vector<std::string>& list, std::set<std::string>& seen, std:
     if (!address.empty() && seen.insert(address).second) list.push_back(std::move(address));
 }
 
+// "ADDRESS", or "ADDRESS tls NAME" for a forwarder asked over TLS only.
+void readNs(Settings& s, std::set<std::string>& seen, std::string_view raw)
+{
+    const auto blank = raw.find(' ');
+    const std::string address = normalAddress(upper(raw.substr(0, blank)));
+    if (blank != std::string_view::npos) {
+        const std::string_view rest = trim(raw.substr(blank));
+        if (address.empty() || upper(rest.substr(0, 4)) != "TLS ") return; // not a line this program writes
+        const std::string name = CleanName(lower(trim(rest.substr(4))));
+        if (name.empty()) return;
+        s.NSTLS[address] = name;
+    }
+    addUnique(s.NS, seen, address);
+}
+
 // "IPaddr Domain ScopeFrom ScopeTo Subnet Gateway TTL", each field up to the next blank.
 clDHCPif parseDhcpLine(std::string_view value)
 {
@@ -188,7 +203,7 @@ Settings parseIni(std::string_view text)
         else if (key == "SPOOFSECURE") s.SPOOFSECURE = flag;
         else if (key == "CHECKNEW") s.CHECKNEW = leadingNumber<int32_t>(value);
         else if (key == "RECURSIONOUT") s.RECURSIONOUT = flag;
-        else if (key == "NS") addUnique(s.NS, seenNs, normalAddress(value));
+        else if (key == "NS") readNs(s, seenNs, raw);
         else if (key == "BOMBLEVEL") s.BOMBLEVEL = leadingNumber<uint16_t>(value);
         else if (key == "NOBLOCK") addUnique(s.NOBLOCK, seenNoBlock, normalAddress(value));
         else if (key == "AAAARECORDS") s.AAAARECORDS = flag;
@@ -220,6 +235,9 @@ Settings parseIni(std::string_view text)
         else if (key == "BLOCKLISTUPDATE") s.BLOCKLISTUPDATE = std::max(leadingNumber<int32_t>(value), 1);
         else if (key == "NOFILTER") addUnique(s.NOFILTER, seenNoFilter, normalAddress(value));
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
+        else if (key == "TLSCAFILE") s.TLSCAFILE = std::string(raw);
+        else if (key == "TLSCERTFILE") s.TLSCERTFILE = std::string(raw);
+        else if (key == "TLSKEYFILE") s.TLSKEYFILE = std::string(raw);
         else if (key == "DHCP") {
             clDHCPif dhcp = parseDhcpLine(value);
             if (!dhcp.IPaddr.empty() && seenDhcp.insert(dhcp.IPaddr).second) s.DHCP.push_back(std::move(dhcp));
@@ -250,7 +268,8 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setFlag(out, "SpoofSecure: YES", s.SPOOFSECURE, defaults.SPOOFSECURE);
     if (s.CHECKNEW > 0) setNumber(out, "CheckNew", s.CHECKNEW);
     setFlag(out, "RecursionOut: YES", s.RECURSIONOUT, defaults.RECURSIONOUT);
-    for (const auto& ns : s.NS) setText(out, "NS", ns);
+    for (const auto& ns : s.NS)
+        if (!s.NSTLS.contains(ns)) setText(out, "NS", ns); // forwarders over TLS are written further down
     setNumber(out, "ReloadPort", reloadPort);
     setNumber(out, "BombLevel", s.BOMBLEVEL);
     for (const auto& address : s.NOBLOCK) setText(out, "NoBlock", address);
@@ -279,6 +298,11 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
         for (const auto& server : rule.servers) out += ' ' + server;
         out += '\n';
     }
+    for (const auto& ns : s.NS)
+        if (const auto tls = s.NSTLS.find(ns); tls != s.NSTLS.end()) setText(out, "NS", ns + " tls " + tls->second);
+    setText(out, "TLSCAFile", s.TLSCAFILE);
+    setText(out, "TLSCertFile", s.TLSCERTFILE);
+    setText(out, "TLSKeyFile", s.TLSKEYFILE);
     setText(out, "User", s.USER);
     return out;
 }

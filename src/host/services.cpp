@@ -32,6 +32,7 @@ bool Engine::bindDns()
     if (m_WSDNS != kNoSocket) m_WSZT = m_dnsPort.listenTcp(address, kDnsPort);
     if (m_WSZT != kNoSocket) {
         AddLine(0, address.empty() ? "DNS service started." : "DNS service started on " + address);
+        bindDot();
         return true;
     }
     closeDns();
@@ -71,6 +72,30 @@ void Engine::closeDns()
     m_dnsPort.close(m_WSZT);
     m_WSDNS = kNoSocket;
     m_WSZT = kNoSocket;
+    m_dotNet.close(m_WSDoT);
+    m_WSDoT = kNoSocket;
+}
+
+// DNS over TLS on TCP 853 when a certificate and key are set. One that cannot be loaded is logged
+// and the rest of the server runs without it.
+void Engine::bindDot()
+{
+    if (m_settings.TLSCERTFILE.empty() || m_settings.TLSKEYFILE.empty()) return;
+    std::string error;
+    m_WSDoT = m_dotNet.listenTls(m_settings.DNSBIND, kDotPort, m_settings.TLSCERTFILE, m_settings.TLSKEYFILE, error);
+    AddLine(0, m_WSDoT == kNoSocket ? "DNS over TLS not started: " + error : "DNS over TLS service started.");
+}
+
+// Certificates are renewed every few weeks: the files are read again on "Reload DNS Records".
+void Engine::reloadDotCertificate()
+{
+    if (!m_serverRunning || m_settings.TLSCERTFILE.empty() || m_settings.TLSKEYFILE.empty()) return;
+    if (m_WSDoT == kNoSocket) return bindDot();
+    std::string error;
+    if (m_dotNet.reloadTlsCertificate(m_WSDoT, m_settings.TLSCERTFILE, m_settings.TLSKEYFILE, error))
+        AddLine(0, "TLS certificate reloaded.");
+    else
+        AddLine(0, "TLS certificate not reloaded: " + error);
 }
 
 void Engine::mnuStartStop()

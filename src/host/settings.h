@@ -6,6 +6,7 @@
 #include "query/query_settings.h"
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,14 @@ struct Settings {
     std::vector<std::string> NOFILTER;    // clients never filtered
 
     std::string USER;                     // started as root: the user to switch to once bound; empty: stay
+
+    // TLS: forwarders asked over TLS (address -> the name their certificate must carry; each address
+    // is also in NS), the authorities their certificates must chain to (empty: the system's), and
+    // the certificate and key of DNS over TLS served on port 853.
+    std::map<std::string, std::string> NSTLS;
+    std::string TLSCAFILE;
+    std::string TLSCERTFILE;
+    std::string TLSKEYFILE;
 
     bool operator==(const Settings&) const = default;
 };

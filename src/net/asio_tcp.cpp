@@ -141,6 +141,7 @@ void AsioNetwork::readConnection(SocketId id, Connection& connection)
 
 void AsioNetwork::sendTcp(SocketId connection, std::string_view data)
 {
+    if (const auto tls = m_tls.find(connection); tls != m_tls.end()) return sendTls(connection, *tls->second, data);
     const auto it = m_connections.find(connection);
     if (it == m_connections.end() || data.empty()) return;
     const std::shared_ptr<Connection>& c = it->second;
@@ -211,6 +212,8 @@ void AsioNetwork::closeTcp(SocketId socket)
         m_listeners.erase(it);
     }
     dropConnection(socket, false);
+    dropTls(socket, false);
+    closeTlsListener(socket);
 }
 
 } // namespace quorvane

@@ -1,5 +1,5 @@
 // The engine's only door to sockets: UDP datagrams, listening TCP sockets and their connections,
-// outgoing TCP connections, all by handle.
+// outgoing TCP connections, outgoing TLS connections, all by handle.
 // No Asio here: the production version is AsioNetwork (asio_network.h); tests use a fake.
 #pragma once
 
@@ -44,6 +44,9 @@ public:
     virtual void onTcpDrained(SocketId connection) = 0;
     // The peer closed the connection or it failed; the id is gone and must not be closed again.
     virtual void onTcpClosed(SocketId connection) = 0;
+    // An outgoing TLS connection could not be made or its peer's certificate was refused; why, in
+    // words. onTcpClosed follows.
+    virtual void onTlsFailed(SocketId /*connection*/, std::string_view /*reason*/) {}
 };
 
 class Network {
@@ -59,9 +62,23 @@ public:
     virtual SocketId bindDhcp(const std::string& address) = 0;
     // Binds and listens on a TCP socket; kNoSocket on failure.
     virtual SocketId listenTcp(const std::string& address, uint16_t port) = 0;
+    // Listens for TLS connections, presenting the certificate chain in certFile with the key in
+    // keyFile. A connection is reported by onTcpAccepted once its handshake is done; one that fails
+    // the handshake is dropped unheard. kNoSocket, with error saying why, when the files cannot be
+    // loaded or the port bound.
+    virtual SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                               const std::string& keyFile, std::string& error) = 0;
+    // Loads a TLS listener's certificate and key again, for the connections that follow. False, with
+    // error saying why, when they cannot be loaded: the listener keeps the ones it had.
+    virtual bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                                      std::string& error) = 0;
     // Starts a connection to a peer from any local address; onTcpConnected or onTcpClosed follows,
     // never from inside this call. kNoSocket when no socket could be made.
     virtual SocketId connectTcp(const Endpoint& to) = 0;
+    // Starts a TLS connection to a peer whose certificate must be valid for verifyName under caFile
+    // (empty: the system's certificate store). onTcpConnected follows the handshake; a failure is
+    // told by onTlsFailed, then onTcpClosed. Data sent and received are the clear text, as over TCP.
+    virtual SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) = 0;
     // Sends one datagram from a bound UDP socket. Send errors are ignored.
     virtual void sendTo(SocketId socket, const Endpoint& to, std::string_view data) = 0;
     // Queues bytes on a connection. Everything queued while one event is handled leaves in one

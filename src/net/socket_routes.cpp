@@ -17,7 +17,21 @@ public:
     {
         return recorded(m_routes.m_network.listenTcp(address, port));
     }
+    SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                       const std::string& keyFile, std::string& error) override
+    {
+        return recorded(m_routes.m_network.listenTls(address, port, certFile, keyFile, error));
+    }
+    bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                              std::string& error) override
+    {
+        return m_routes.m_network.reloadTlsCertificate(listener, certFile, keyFile, error);
+    }
     SocketId connectTcp(const Endpoint& to) override { return recorded(m_routes.m_network.connectTcp(to)); }
+    SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) override
+    {
+        return recorded(m_routes.m_network.connectTls(to, verifyName, caFile));
+    }
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override
     {
         m_routes.m_network.sendTo(socket, to, data);
@@ -95,6 +109,12 @@ void SocketRoutes::onTcpDrained(SocketId connection)
 {
     if (const SocketRoute* route = routeOf(connection); route != nullptr && route->drained)
         route->drained(connection);
+}
+
+void SocketRoutes::onTlsFailed(SocketId connection, std::string_view reason)
+{
+    if (const SocketRoute* route = routeOf(connection); route != nullptr && route->tlsFailed)
+        route->tlsFailed(connection, reason);
 }
 
 // The id is gone with the connection: its route is forgotten after the owner has heard of it.

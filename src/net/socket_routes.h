@@ -24,6 +24,7 @@ struct SocketRoute {
     std::function<void(SocketId connection, std::string_view data)> data;
     std::function<void(SocketId connection)> drained;
     std::function<void(SocketId connection)> closed;
+    std::function<void(SocketId connection, std::string_view reason)> tlsFailed;
 };
 
 class SocketRoutes : public NetworkEvents {
@@ -42,6 +43,7 @@ public:
     void onTcpData(SocketId connection, std::string_view data) override;
     void onTcpDrained(SocketId connection) override;
     void onTcpClosed(SocketId connection) override;
+    void onTlsFailed(SocketId connection, std::string_view reason) override;
 
 private:
     class OwnedNetwork;

@@ -38,7 +38,7 @@ DnsTcpService::~DnsTcpService()
     m_clock.stopTimer(m_timer);
 }
 
-void DnsTcpService::connectionRequest(SocketId connection, const Endpoint& from, bool running)
+void DnsTcpService::connectionRequest(SocketId connection, const Endpoint& from, bool running, bool overTls)
 {
     if (!running) return m_network.close(connection);
     const std::string address = addressText(from.address);
@@ -47,10 +47,10 @@ void DnsTcpService::connectionRequest(SocketId connection, const Endpoint& from,
         return m_network.close(connection); // left unanswered, and its descriptor is not kept
     }
     for (auto& element : m_TCPcon)
-        if (!element->Busy) return Accept(*element, connection, from);
+        if (!element->Busy) return Accept(*element, connection, from, overTls);
     if (m_TCPcon.size() < kMaxConnections) {
         m_TCPcon.push_back(std::make_unique<ctlZT>());
-        return Accept(*m_TCPcon.back(), connection, from);
+        return Accept(*m_TCPcon.back(), connection, from, overTls);
     }
     m_network.close(connection);
     const DateTime now = m_clock.now();
@@ -61,8 +61,9 @@ void DnsTcpService::connectionRequest(SocketId connection, const Endpoint& from,
     }
 }
 
-void DnsTcpService::Accept(ctlZT& element, SocketId connection, const Endpoint& from)
+void DnsTcpService::Accept(ctlZT& element, SocketId connection, const Endpoint& from, bool overTls)
 {
+    element.overTls = overTls;
     element.buffer.clear();
     element.Busy = true;
     element.held = false;
@@ -101,7 +102,7 @@ void DnsTcpService::takeMessages(ctlZT& element)
         const Bytes message(*framed);
         element.buffer.erase(0, end);
         if (message.size() < 13 || (byteAt(message, 2) & 0x80) != 0) continue; // cut short, or a response
-        if (m_answerer.answersTcp() && ordinaryQuestion(message))
+        if ((m_answerer.answersTcp() || element.overTls) && ordinaryQuestion(message))
             m_answerer.ProcReq(element.peer, message, element.Winsock);
         else if (m_messages != nullptr)
             m_messages->takeMessage(element, message);

@@ -32,6 +32,7 @@ struct ctlZT
     std::string remote;    // the peer's dotted address, for the log
     Endpoint peer;
     SocketId Winsock = kNoSocket;
+    bool overTls = false;  // came in on port 853: questions are answered without TCPQUERIES
 };
 
 // What the zone replication does with the messages that are not ordinary questions.
@@ -64,8 +65,9 @@ public:
 
     void setMessages(TcpMessages* messages) { m_messages = messages; }
 
-    // A connection accepted on WSZT; running is the server's state.
-    void connectionRequest(SocketId connection, const Endpoint& from, bool running);
+    // A connection accepted on WSZT, or on the DNS-over-TLS listener (overTls); running is the
+    // server's state.
+    void connectionRequest(SocketId connection, const Endpoint& from, bool running, bool overTls = false);
     void DataArrival(SocketId connection, std::string_view data);
     void drained(SocketId connection);
     void peerClosed(SocketId connection);
@@ -84,7 +86,7 @@ public:
 
 private:
     ctlZT* find(SocketId connection);
-    void Accept(ctlZT& element, SocketId connection, const Endpoint& from);
+    void Accept(ctlZT& element, SocketId connection, const Endpoint& from, bool overTls);
     void takeMessages(ctlZT& element);
     void Timer1();
     void release(ctlZT& element);

@@ -6,8 +6,28 @@ namespace quorvane {
 
 OutgoingQueries::OutgoingQueries(Network& network)
     : m_ports(network),
-      m_tcp(network, [this](const Endpoint& from, std::string_view message) { deliver(from, message, true); })
+      m_tcp(network, [this](const Endpoint& from, std::string_view message) { deliver(from, message, true); }),
+      m_tls(network, [this](const Endpoint& from, std::string_view message) { deliver(from, message, true); })
 {
+}
+
+// Each connection is either a TCP re-ask's or a TLS forwarder's; the other side ignores the id.
+void OutgoingQueries::tcpConnected(SocketId connection)
+{
+    m_tcp.connected(connection);
+    m_tls.connected(connection);
+}
+
+void OutgoingQueries::tcpData(SocketId connection, std::string_view bytes)
+{
+    m_tcp.data(connection, bytes);
+    m_tls.data(connection, bytes);
+}
+
+void OutgoingQueries::tcpClosed(SocketId connection)
+{
+    m_tcp.closed(connection);
+    m_tls.closed(connection);
 }
 
 bool OutgoingQueries::open(bool hardened)
@@ -44,6 +64,7 @@ void OutgoingQueries::tick()
     ++m_tick;
     m_ports.tick();
     m_tcp.tick();
+    m_tls.tick();
     std::erase_if(m_holders, [&](const auto& entry) { return m_tick - entry.second.since > kHoldTicks; });
 }
 
@@ -51,6 +72,7 @@ void OutgoingQueries::closeAll()
 {
     m_ports.closeAll();
     m_tcp.closeAll();
+    m_tls.closeAll();
     m_holders.clear();
 }
 

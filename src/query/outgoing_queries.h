@@ -1,7 +1,7 @@
 // Everything this server asks other servers leaves through here: resolution's questions, the SOA
 // checks of secondary zones and NOTIFY. The service owns the identifiers (a counter, or random
 // when hardened), the sockets the queries leave from (QueryPorts), the questions asked again
-// over TCP (TcpAsks), and the table from identifier to the owner waiting for its answer, so that
+// over TCP (TcpAsks), the connections to forwarders over TLS (TlsForwarders), and the table from identifier to the owner waiting for its answer, so that
 // each answer goes straight to whoever asked.
 #pragma once
 
@@ -9,6 +9,7 @@
 #include "query/query_id.h"
 #include "query/query_ports.h"
 #include "query/tcp_asks.h"
+#include "query/tls_forwarders.h"
 
 #include <cstdint>
 #include <string_view>
@@ -55,11 +56,19 @@ public:
     // start (too many under way, no socket).
     bool askOverTcp(const Endpoint& to, std::string_view message) { return m_tcp.ask(to, message); }
 
+    // Sends to a forwarder over TLS (its TLS port); the answer comes back with viaTcp set, from to.
+    void sendTls(const Endpoint& to, const std::string& name, std::string_view message)
+    {
+        m_tls.send(to, name, message);
+    }
+    TlsForwarders& tls() { return m_tls; }
+
     // Socket events of the service's own sockets and connections.
     void datagram(const Endpoint& from, std::string_view message) { deliver(from, message, false); }
-    void tcpConnected(SocketId connection) { m_tcp.connected(connection); }
-    void tcpData(SocketId connection, std::string_view bytes) { m_tcp.data(connection, bytes); }
-    void tcpClosed(SocketId connection) { m_tcp.closed(connection); }
+    void tcpConnected(SocketId connection);
+    void tcpData(SocketId connection, std::string_view bytes);
+    void tcpClosed(SocketId connection);
+    void tlsFailed(SocketId connection, std::string_view reason) { m_tls.failed(connection, reason); }
 
     // The one-second tick: ports rotate, TCP asks and held identifiers age.
     void tick();
@@ -76,6 +85,7 @@ private:
     QueryIdCounter m_ids;
     QueryPorts m_ports;
     TcpAsks m_tcp;
+    TlsForwarders m_tls;
     std::unordered_map<int32_t, Holder> m_holders;
     QueryOwner* m_unclaimed = nullptr;
     int64_t m_tick = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,8 @@ struct QuerySettings {
     bool localNames = false;             // LOCALNAMES: private reverse names, one-label names kept here
     std::string serverDomain{};          // NAME: appended to one-label names
     std::vector<ForwardRule> forwardRules{}; // FORWARD
+    // Servers asked over TLS only, by address, with the name their certificate must carry (NS ... tls).
+    std::map<std::string, std::string> tlsServers{};
 };
 
 // A record is still served until 5 seconds after it expired.

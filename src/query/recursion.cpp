@@ -295,14 +295,17 @@ void Resolver::sendQuery(clDNSRequest& request)
     if (m_host.wants(2))
         m_host.AddLine(2, "Sending request to " + server.IP + " (" + server.AuthFor + ") for " + RTypeN(request.QType) +
                               "-record for " + request.CurName);
-    m_outgoing.send({addressValue(server.IP), kDnsPort}, m_query);
+    const auto tls = m_settings.tlsServers.find(server.IP);
+    if (tls == m_settings.tlsServers.end()) m_outgoing.send({addressValue(server.IP), kDnsPort}, m_query);
+    else m_outgoing.sendTls({addressValue(server.IP), TlsForwarders::kPort}, tls->second, m_query);
     m_host.DoTray(1);
 }
 
 // Hardened, an answer counts only when it comes from the address and port the question went to.
 bool Resolver::answeredByAsked(const clDNSRequest& request, const Endpoint& from) const
 {
-    return !m_settings.hardening || (from.address == addressValue(request.Asked.IP) && from.port == kDnsPort);
+    const uint16_t port = m_settings.tlsServers.contains(request.Asked.IP) ? TlsForwarders::kPort : kDnsPort;
+    return !m_settings.hardening || (from.address == addressValue(request.Asked.IP) && from.port == port);
 }
 
 void Resolver::buildQuery(const clDNSRequest& request, bool edns)

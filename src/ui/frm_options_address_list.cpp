@@ -3,6 +3,8 @@
 #include "ui/ctl_ip.h"
 
 #include <QGridLayout>
+
+#include <algorithm>
 #include <QListWidget>
 #include <QPushButton>
 
@@ -42,7 +44,7 @@ std::vector<std::string> AddressListEditor::addresses() const
 {
     std::vector<std::string> result;
     for (int row = 0; row < m_list->count(); ++row)
-        result.push_back(m_list->item(row)->text().toStdString());
+        result.push_back(m_list->item(row)->text().section(' ', 0, 0).toStdString()); // a note may follow
     return result;
 }
 
@@ -50,7 +52,8 @@ void AddressListEditor::addEntry()
 {
     const QString address = m_entry->text();
     if (address.isEmpty()) return;
-    if (m_list->findItems(address, Qt::MatchExactly).isEmpty()) m_list->addItem(address);
+    const auto listed = addresses();
+    if (std::find(listed.begin(), listed.end(), address.toStdString()) == listed.end()) m_list->addItem(address);
     m_entry->clear();
     m_entry->setFocus();
 }

@@ -1,5 +1,6 @@
 // An editable list of IPv4 addresses for the options dialog: an entry box with "Add", and
-// "Remove" for the selected entries. The list keeps each address once, in the order added.
+// "Remove" for the selected entries. The list keeps each address once, in the order added. An
+// entry's text is its address, which a note after a blank may follow (a page's own addition).
 #pragma once
 
 #include <QWidget>

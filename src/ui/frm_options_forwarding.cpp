@@ -9,6 +9,8 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
 
 namespace quorvane {
 
@@ -36,6 +38,7 @@ OptionsForwardingPage::OptionsForwardingPage(QWidget* parent)
     form->addRow(new ctlLine3D(this));
     form->addRow(tr("Use Forwarding (external record resolution):"), m_recursionOut);
     form->addRow(tr("External DNS Servers IP Addresses:"), m_servers);
+    addTlsRows(form);
     form->addRow(new ctlLine3D(this));
     auto* rulesLabel = new QLabel(
         tr("Domains forwarded to servers of their own (addresses separated by blanks; the longest domain wins):"),
@@ -45,10 +48,61 @@ OptionsForwardingPage::OptionsForwardingPage(QWidget* parent)
     form->addRow(m_rules);
 }
 
+void OptionsForwardingPage::addTlsRows(QFormLayout* form)
+{
+    m_list = m_servers->findChild<QListWidget*>("list");
+    m_tlsName = new QLineEdit(this);
+    m_caFile = new QLineEdit(this);
+    m_certFile = new QLineEdit(this);
+    m_keyFile = new QLineEdit(this);
+    m_tlsName->setObjectName("TLSNAME");
+    m_caFile->setObjectName("TLSCAFILE");
+    m_certFile->setObjectName("TLSCERTFILE");
+    m_keyFile->setObjectName("TLSKEYFILE");
+    m_tlsName->setPlaceholderText(tr("empty: plain DNS"));
+    m_caFile->setPlaceholderText(tr("empty: the system's certificate store"));
+    m_tlsName->setEnabled(false);
+    form->addRow(tr("TLS name of the selected server:"), m_tlsName);
+    form->addRow(tr("Certificate authorities for TLS servers:"), m_caFile);
+    form->addRow(new ctlLine3D(this));
+    form->addRow(new QLabel(tr("DNS over TLS for this network's clients (TCP port 853):"), this));
+    form->addRow(tr("Certificate file:"), m_certFile);
+    form->addRow(tr("Key file:"), m_keyFile);
+    connect(m_list, &QListWidget::currentItemChanged, this, &OptionsForwardingPage::showTlsName);
+    connect(m_tlsName, &QLineEdit::textEdited, this, &OptionsForwardingPage::setTlsName);
+}
+
+void OptionsForwardingPage::showTlsName(QListWidgetItem* item)
+{
+    m_tlsName->setEnabled(item != nullptr);
+    const auto found = item ? m_tlsNames.find(item->text().section(' ', 0, 0).toStdString()) : m_tlsNames.end();
+    m_tlsName->setText(found == m_tlsNames.end() ? QString() : QString::fromStdString(found->second));
+}
+
+void OptionsForwardingPage::setTlsName(const QString& name)
+{
+    QListWidgetItem* item = m_list->currentItem();
+    if (item == nullptr) return;
+    const QString address = item->text().section(' ', 0, 0);
+    const QString clean = name.trimmed().toLower();
+    if (clean.isEmpty()) m_tlsNames.erase(address.toStdString());
+    else m_tlsNames[address.toStdString()] = clean.toStdString();
+    item->setText(clean.isEmpty() ? address : address + " tls " + clean); // as in the settings file
+}
+
 void OptionsForwardingPage::load(const OptionsData& shown)
 {
     m_recursionOut->setChecked(shown.settings.RECURSIONOUT);
     m_servers->setAddresses(shown.settings.NS);
+    m_tlsNames = shown.settings.NSTLS;
+    for (int row = 0; row < m_list->count(); ++row) {
+        m_list->setCurrentRow(row);
+        setTlsName(QString::fromStdString(m_tlsNames[m_list->item(row)->text().toStdString()]));
+    }
+    m_list->setCurrentRow(-1);
+    m_caFile->setText(QString::fromStdString(shown.settings.TLSCAFILE));
+    m_certFile->setText(QString::fromStdString(shown.settings.TLSCERTFILE));
+    m_keyFile->setText(QString::fromStdString(shown.settings.TLSKEYFILE));
     m_spoofSecure->setChecked(shown.settings.SPOOFSECURE);
     RulesTable::Rows rows;
     for (const auto& rule : shown.settings.FORWARD) {
@@ -69,6 +123,13 @@ void OptionsForwardingPage::store(OptionsData& proposal) const
     for (const auto& row : m_rules->rows())
         if (ForwardRule rule = parseForwardLine(row[0] + ' ' + row[1]); !rule.domain.empty())
             proposal.settings.FORWARD.push_back(std::move(rule));
+    auto& names = proposal.settings.NSTLS;
+    names.clear();
+    for (const auto& address : proposal.settings.NS)
+        if (const auto name = m_tlsNames.find(address); name != m_tlsNames.end()) names.insert(*name);
+    proposal.settings.TLSCAFILE = m_caFile->text().trimmed().toStdString();
+    proposal.settings.TLSCERTFILE = m_certFile->text().trimmed().toStdString();
+    proposal.settings.TLSKEYFILE = m_keyFile->text().trimmed().toStdString();
 }
 
 } // namespace quorvane

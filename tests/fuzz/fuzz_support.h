@@ -37,8 +37,14 @@ public:
     void setEvents(NetworkEvents*) override {}
     SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
     SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
+    SocketId listenTls(const std::string&, uint16_t, const std::string&, const std::string&, std::string&) override
+    {
+        return kNoSocket;
+    }
+    bool reloadTlsCertificate(SocketId, const std::string&, const std::string&, std::string&) override { return false; }
     SocketId bindDhcp(const std::string&) override { return ++lastConnection; }
     SocketId connectTcp(const Endpoint&) override { return ++lastConnection; }
+    SocketId connectTls(const Endpoint&, const std::string&, const std::string&) override { return ++lastConnection; }
     void sendTo(SocketId, const Endpoint&, std::string_view) override {}
     void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
     uint16_t localPort(SocketId) const override { return 0; }

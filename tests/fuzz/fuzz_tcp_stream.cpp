@@ -4,6 +4,7 @@
 // everything, so transfers go on. The zone served allows transfers to anyone, so SOA answers,
 // transfers and refusals are all reached. The stream's last byte switches questions over TCP, EDNS
 // and AAAA on or off, so ordinary questions reach the DNS service and come back on the connection.
+// The same segments also arrive as a TLS forwarder's answers on the outgoing side.
 // Any crash, sanitizer report or hang is a finding.
 #include "fuzz_support.h"
 #include "query/dns_service.h"
@@ -74,10 +75,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.aaaa = settings.moreTypes = (flags & 4) != 0;
     s.dns.configure(settings);
     s.tcp.connectionRequest(connection, {0x0A000001, 5353}, true);
+    s.outgoing.sendTls({0x0A000002, 853}, "forwarder.test", std::string(12, '\0'));
+    const SocketId forwarder = s.network.lastConnection;
+    s.outgoing.tcpConnected(forwarder);
     while (!input.empty()) {
         const size_t length =
             std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
         s.tcp.DataArrival(connection, input.substr(1, length));
+        s.outgoing.tcpData(forwarder, input.substr(1, length));
         s.tcp.drained(connection);
         input.remove_prefix(1 + length);
     }
@@ -85,5 +90,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (int slices = 0; slices < 1000; ++slices)
         s.tcp.drained(connection);
     s.tcp.peerClosed(connection);
+    s.outgoing.tcpClosed(forwarder);
     return 0;
 }

@@ -329,6 +329,31 @@ private slots:
         }
     }
 
+    // A forwarder's TLS name is shown after its address, edited for the selected one, and handed on.
+    void tlsNamesAndFiles()
+    {
+        OptionsData data = validData();
+        data.settings.NS = {"10.0.0.53", "10.0.0.99"};
+        data.settings.NSTLS = {{"10.0.0.99", "dns.example"}};
+        data.settings.TLSCERTFILE = "/etc/quorvane/dot.pem";
+        Harness h(data);
+        h.dialog.show();
+        auto& list = h.at<QListWidget>("list", &h.at<QWidget>("NS"));
+        QCOMPARE(list.item(1)->text(), QString("10.0.0.99 tls dns.example"));
+        list.setCurrentRow(0);
+        QTest::keyClicks(&h.at<QLineEdit>("TLSNAME"), "Resolver.Example");
+        h.type("TLSKEYFILE", "/etc/quorvane/dot.key");
+        h.at<QTabWidget>("tabs").setCurrentIndex(1);
+        QVERIFY(test::saveScreenshot(h.dialog, "options_forwarding_tls"));
+        h.ok();
+        QVERIFY(h.accepted);
+        const Settings& s = h.accepted->first;
+        QCOMPARE(s.NS, data.settings.NS);
+        QCOMPARE(s.NSTLS, (std::map<std::string, std::string>{{"10.0.0.53", "resolver.example"}, {"10.0.0.99", "dns.example"}}));
+        QCOMPARE(s.TLSKEYFILE, std::string("/etc/quorvane/dot.key"));
+        QCOMPARE(s.TLSCERTFILE, data.settings.TLSCERTFILE);
+    }
+
     void screenshotOfEveryTab()
     {
         OptionsData data = validData();

@@ -6,6 +6,8 @@
 #include "support/fake_network.h"
 #include "support/recording_events.h"
 #include "support/temp_folder.h"
+#include "support/dns_message.h"
+#include "wire/tcp_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -204,6 +206,40 @@ TEST(Startup, AppliedOptionsRebindRunningServicesAndAreSaved)
     f.engine.applyOptions(accepted, {});
     EXPECT_FALSE(f.engine.serverRunning());
     EXPECT_FALSE(f.dnsBound());
+}
+
+TEST(Startup, DnsOverTlsListensOnlyWithACertificateAndReloadsIt)
+{
+    EngineFixture f;
+    f.folder.write("quorvane.ini", "TLSCertFile: /etc/dot.pem\nTLSKeyFile: /etc/dot.key\n");
+    f.network.certificateError = "cannot load the certificate /etc/dot.pem";
+    f.engine.Main();
+    EXPECT_TRUE(f.dnsBound());
+    EXPECT_EQ(f.events.lines.back(), "DNS over TLS not started: cannot load the certificate /etc/dot.pem");
+    EXPECT_EQ(f.network.findOpen(true, 853), kNoSocket);
+
+    // Once the file is good, a reload starts the service; a later bad file leaves the loaded one.
+    f.network.certificateError.clear();
+    f.engine.execute(Command::ReloadRecords);
+    const SocketId listener = f.network.findOpen(true, 853);
+    ASSERT_NE(listener, kNoSocket);
+    EXPECT_EQ(f.events.lines.back(), "DNS over TLS service started.");
+    f.engine.execute(Command::ReloadRecords);
+    EXPECT_EQ(f.network.certificateLoads[listener], 2);
+    f.network.certificateError = "bad key";
+    f.engine.execute(Command::ReloadRecords);
+    EXPECT_EQ(f.events.lines.back(), "TLS certificate not reloaded: bad key");
+    EXPECT_TRUE(f.network.isOpen(listener));
+
+    // Its questions are answered although TCPQUERIES is off, which keeps TCP 53 for transfers.
+    const SocketId client = f.network.connect(listener, {0xC0A80105, 50000});
+    Bytes framed;
+    appendFramed(framed, makeQuery(7, "localhost", 1, true));
+    f.network.deliverTcp(client, framed);
+    size_t at = 0;
+    const auto reply = nextFramed(f.network.tcpSent[client], at);
+    ASSERT_TRUE(reply.has_value());
+    EXPECT_EQ(decodeReply(Bytes(*reply)).id, 7);
 }
 
 TEST(Startup, SupportFileCommandWritesReportWithoutErrorSection)

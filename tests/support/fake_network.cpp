@@ -51,6 +51,37 @@ SocketId FakeNetwork::connectTcp(const Endpoint& to)
     return id;
 }
 
+SocketId FakeNetwork::connectTls(const Endpoint& to, const std::string& verifyName, const std::string&)
+{
+    const SocketId id = connectTcp(to);
+    tlsNames.emplace(id, verifyName);
+    return id;
+}
+
+SocketId FakeNetwork::listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                                const std::string& keyFile, std::string& error)
+{
+    error = certificateError;
+    if (!error.empty()) return kNoSocket;
+    const SocketId id = listenTcp(address, port);
+    if (id != kNoSocket) reloadTlsCertificate(id, certFile, keyFile, error);
+    return id;
+}
+
+bool FakeNetwork::reloadTlsCertificate(SocketId listener, const std::string&, const std::string&, std::string& error)
+{
+    error = certificateError;
+    if (!error.empty()) return false;
+    ++certificateLoads[listener];
+    return true;
+}
+
+void FakeNetwork::failTls(SocketId connection, std::string_view reason)
+{
+    if (m_events && isOpen(connection)) m_events->onTlsFailed(connection, reason);
+    peerClose(connection);
+}
+
 void FakeNetwork::accept(SocketId connection)
 {
     if (m_events && isOpen(connection)) m_events->onTcpConnected(connection);

@@ -25,9 +25,16 @@ public:
     void setEvents(NetworkEvents* events) override { m_events = events; }
     SocketId bindUdp(const std::string& address, uint16_t port) override { return bind(false, address, port); }
     SocketId listenTcp(const std::string& address, uint16_t port) override { return bind(true, address, port); }
+    // A listener like a TCP one, unless the test has set certificateError.
+    SocketId listenTls(const std::string& address, uint16_t port, const std::string& certFile,
+                       const std::string& keyFile, std::string& error) override;
+    bool reloadTlsCertificate(SocketId listener, const std::string& certFile, const std::string& keyFile,
+                              std::string& error) override;
     // A UDP socket on port 67 of an address the machine has.
     SocketId bindDhcp(const std::string& address) override { return address.empty() ? kNoSocket : bindUdp(address, 67); }
     SocketId connectTcp(const Endpoint& to) override;
+    // Like a TCP connection; the test lets it stand (accept), refuses it, or fails its handshake.
+    SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
     void sendTcp(SocketId connection, std::string_view data) override;
     uint16_t localPort(SocketId socket) const override;
@@ -52,6 +59,7 @@ public:
     // The outgoing connection a test lets stand, or refuses.
     void accept(SocketId connection);
     void refuse(SocketId connection) { peerClose(connection); }
+    void failTls(SocketId connection, std::string_view reason);
 
     std::vector<std::string> addresses{"192.168.1.10"};
     // Makes binds of a fixed port throw, to exercise the callers' error guards.
@@ -59,6 +67,9 @@ public:
     std::vector<Sent> sent;
     std::map<SocketId, Bytes> tcpSent; // everything sent on each connection, in order
     std::map<SocketId, Endpoint> connects; // every outgoing connection started, by id
+    std::map<SocketId, std::string> tlsNames; // the name each TLS connection was to verify
+    std::string certificateError;             // when set, certificates fail to load with this reason
+    std::map<SocketId, int> certificateLoads; // how often each TLS listener loaded its certificate
 
 private:
     SocketId bind(bool tcp, const std::string& address, uint16_t port);

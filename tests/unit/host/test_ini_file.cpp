@@ -83,7 +83,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.CACHETTL = 60;
     s.CHECKNEW = 30;
     s.RECURSIONOUT = true;
-    s.NS = {"10.0.0.1", "10.0.0.2"};
+    s.NS = {"10.0.0.1", "10.0.0.2", "10.0.0.3"};
+    s.NSTLS = {{"10.0.0.3", "dns.example"}}; // written after the plain ones, so read back in this order
     s.BOMBLEVEL = 50;
     s.NOBLOCK = {"192.168.1.5"};
     s.DHCP = {clDHCPif{"192.168.1.1", ".home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "", 86400, true}};
@@ -98,6 +99,9 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.BLOCKLISTUPDATE = 6;
     s.NOFILTER = {"192.168.1.9"};
     s.USER = "DnsUser"; // keeps its letter case
+    s.TLSCAFILE = "/etc/Test CA.pem";
+    s.TLSCERTFILE = "/etc/dot.pem";
+    s.TLSKEYFILE = "/etc/dot.key";
 
     const std::string text = formatIni(s, 40123);
     EXPECT_EQ(text, "Name: ns.home.lan\n"
@@ -137,6 +141,10 @@ TEST(IniFile, WrittenFormAndRoundTrip)
                     "DHCPOption: 192.168.1.1 42 192.168.1.5\n"
                     "Forward: corp.test 10.0.0.5 10.0.0.6\n"
                     "Forward: 10.in-addr.arpa 10.0.0.5\n"
+                    "NS: 10.0.0.3 tls dns.example\n"
+                    "TLSCAFile: /etc/Test CA.pem\n"
+                    "TLSCertFile: /etc/dot.pem\n"
+                    "TLSKeyFile: /etc/dot.key\n"
                     "User: DnsUser\n");
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
@@ -145,7 +153,10 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     const Settings odd = parseIni("Forward: Corp.Test.  10.0.0.5 bad 10.0.0.5\nForward: corp.test 1.2.3.4\n"
                                   "Forward: x.test nothing\nDHCPFixed: AABBCCDDEE01 192.168.1.50 NAS.home.lan\n"
                                   "DHCPFixed: aa:bb:cc 1.2.3.4 x\nDHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.60 a\n"
-                                  "DHCPFixed: id:0203 192.168.1.50 b\nDHCPOption: 192.168.1.1 42 \"ntp\"\n");
+                                  "DHCPFixed: id:0203 192.168.1.50 b\nDHCPOption: 192.168.1.1 42 \"ntp\"\n"
+                                  "NS: 10.0.0.4  TLS  Dns.Example.\nNS: 10.0.0.5 tcp x\nNS: 10.0.0.6 tls\n");
+    EXPECT_EQ(odd.NS, (std::vector<std::string>{"10.0.0.4"}));
+    EXPECT_EQ(odd.NSTLS.at("10.0.0.4"), "dns.example");
     EXPECT_EQ(odd.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
     EXPECT_EQ(odd.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
     EXPECT_TRUE(odd.DHCPOPTION.empty());

@@ -4,6 +4,7 @@
 #include "query/query_ports.h"
 #include "query/tcp_asks.h"
 #include "support/fake_network.h"
+#include "wire/tcp_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -128,6 +129,70 @@ TEST(TcpAsks, OneFramedQuestionOneAnswerAndACap)
     EXPECT_FALSE(asks.ask({0x0A000001, 53}, "q"));
     for (int tick = 0; tick < TcpAsks::kLifeTicks; ++tick) asks.tick();
     EXPECT_TRUE(asks.ask({0x0A000001, 53}, "q"));
+}
+
+} // namespace quorvane::test
+
+namespace quorvane::test {
+
+TEST(TlsForwarders, PipelinedOnOneConnectionIdleCloseReconnectAndNoClearText)
+{
+    FakeNetwork network;
+    OutgoingQueries outgoing(network);
+    std::vector<std::string> log;
+    outgoing.tls().setLog([&](const std::string& line) { log.push_back(line); });
+    Owner owner;
+    const Endpoint forwarder{0x0A000001, TlsForwarders::kPort};
+    const int32_t first = outgoing.newQuery(owner), second = outgoing.newQuery(owner);
+    outgoing.sendTls(forwarder, "dns.example", answerTo(first));
+    outgoing.sendTls(forwarder, "dns.example", answerTo(second));
+    ASSERT_EQ(network.connects.size(), 1u) << "questions share the forwarder's one connection";
+    const SocketId connection = network.connects.begin()->first;
+    EXPECT_EQ(network.tlsNames[connection], "dns.example");
+    EXPECT_TRUE(network.tcpSent[connection].empty()) << "nothing leaves before the handshake";
+    outgoing.tcpConnected(connection);
+    EXPECT_EQ(network.tcpSent[connection].size(), 2 * 14u);
+
+    // The answers come back in the other order and cut anywhere; each is handed on once whole.
+    Bytes stream;
+    appendFramed(stream, answerTo(second));
+    appendFramed(stream, answerTo(first));
+    outgoing.tcpData(connection, stream.substr(0, 5));
+    EXPECT_EQ(owner.tcp, 0);
+    outgoing.tcpData(connection, stream.substr(5));
+    EXPECT_EQ(owner.tcp, 2);
+
+    // Closed after kIdleTicks quiet ticks; the next question opens a new connection.
+    for (int tick = 1; tick < TlsForwarders::kIdleTicks; ++tick) outgoing.tick();
+    EXPECT_TRUE(network.isOpen(connection));
+    outgoing.tick();
+    EXPECT_FALSE(network.isOpen(connection));
+    outgoing.sendTls(forwarder, "dns.example", answerTo(first));
+    ASSERT_EQ(network.connects.size(), 2u);
+    const SocketId again = network.connects.rbegin()->first;
+
+    // Dropped in the middle of an answer: the part is thrown away, the next question reconnects.
+    outgoing.tcpConnected(again);
+    outgoing.tcpData(again, stream.substr(0, 8));
+    network.close(again);
+    outgoing.tcpClosed(again);
+    EXPECT_EQ(owner.tcp, 2);
+    outgoing.sendTls(forwarder, "dns.example", answerTo(first));
+    EXPECT_EQ(network.connects.size(), 3u);
+
+    // A refused certificate and a handshake that never ends: one line a minute, nothing in clear.
+    const SocketId refused = network.connects.rbegin()->first;
+    outgoing.tlsFailed(refused, "hostname mismatch");
+    outgoing.tcpClosed(refused);
+    outgoing.sendTls(forwarder, "dns.example", answerTo(first));
+    for (int tick = 0; tick < TlsForwarders::kConnectTicks; ++tick) outgoing.tick();
+    EXPECT_FALSE(network.isOpen(network.connects.rbegin()->first));
+    for (int tick = TlsForwarders::kConnectTicks; tick < TlsForwarders::kLogTicks; ++tick) outgoing.tick();
+    outgoing.sendTls(forwarder, "dns.example", answerTo(first));
+    for (int tick = 0; tick < TlsForwarders::kConnectTicks; ++tick) outgoing.tick();
+    EXPECT_EQ(log, (std::vector<std::string>{"TLS connection to 10.0.0.1 (dns.example) failed: hostname mismatch",
+                                             "TLS connection to 10.0.0.1 (dns.example) failed: no handshake within 10 s"}));
+    EXPECT_TRUE(network.sent.empty());
 }
 
 } // namespace quorvane::test

@@ -18,3 +18,14 @@ function(quorvane_gtest name)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${ARG_LABEL})
 endfunction()
+
+# A companion tool of the desktop program: one main.cpp on the tools library, built and installed
+# beside the server's binary, where the main window looks for it.
+function(quorvane_tool name)
+    add_executable(${name} main.cpp)
+    target_compile_options(${name} PRIVATE ${QUORVANE_WARNINGS})
+    target_link_libraries(${name} PRIVATE quorvane_tools)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY $<TARGET_FILE_DIR:quorvane>)
+    include(GNUInstallDirs)
+    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()

@@ -12,7 +12,11 @@ fail() {
 start_server() {
     local dir=$1
     shift
-    "$QUORVANE" --headless --dir "$dir" "$@" >"$WORK/stdout" 2>"$WORK/stderr" &
+    # Emptied before the start, not by the background job's own redirection: that runs a moment
+    # later, and meanwhile wait_for would find the previous server's lines.
+    : >"$WORK/stdout"
+    : >"$WORK/stderr"
+    "$QUORVANE" --headless --dir "$dir" "$@" >>"$WORK/stdout" 2>>"$WORK/stderr" &
     SERVER_PID=$!
     started "$SERVER_PID"
 }

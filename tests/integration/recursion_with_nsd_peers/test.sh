@@ -125,8 +125,7 @@ NS: 127.0.0.4
 Forward: corp.test 127.0.0.9
 Forward: 10.in-addr.arpa 127.0.0.9
 "
-# The first question after a start may wait for a loaded machine: more time than dig's usual 3 s.
-[ "$(answer +time=8 intranet.corp.test A)" = "intranet.corp.test. A 10.20.0.8" ] || fail "corp.test: $(answer intranet.corp.test A)"
+[ "$(answer intranet.corp.test A)" = "intranet.corp.test. A 10.20.0.8" ] || fail "corp.test: $(answer intranet.corp.test A)"
 [ "$(answer -x 10.20.0.8)" = "8.0.20.10.in-addr.arpa. PTR intranet.corp.test." ] || fail "reverse: $(answer -x 10.20.0.8)"
 [ "$(answer mail.example.test A)" = "mail.example.test. A 192.0.2.25" ] || fail "general: $(answer mail.example.test A)"
 sent=$(grep -oE "Sending request to .*" "$WORK/stdout" | paste -sd'|')

@@ -344,6 +344,21 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
     EXPECT_TRUE(refusalLines().empty());
 }
 
+TEST(Recursion, AnsweredRequestsStopCountingAgainstTheCapAtOnce)
+{
+    Resolver r(forwarding({"127.0.0.2"}));
+    r.host.maxLevel = -1;
+    for (size_t i = 0; i <= kMaxPending; ++i) { // all within one tick
+        const std::string name = "n" + std::to_string(i) + ".example.org.";
+        r.ask(name);
+        r.answer("127.0.0.2", 0, false, {wireA(2, name, "192.0.2.1")});
+        ASSERT_EQ(r.host.replies.size(), i + 1);
+        ASSERT_EQ(r.reply().rcode, 0) << name;
+    }
+    // The answered ones left the list once as many as the cap had gathered, not on the tick.
+    EXPECT_LT(r.dns.resolver().PendingRequests.size(), kMaxPending);
+}
+
 TEST(Recursion, QueryIdentifiersWrapToOne)
 {
     QueryIdCounter ids;

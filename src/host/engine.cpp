@@ -131,7 +131,7 @@ void Engine::saveSettings()
 
 void Engine::configureFromSettings()
 {
-    m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+    m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG, m_settings.LOGMAXSIZE);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
     m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS,
                        m_settings.MORERECORDTYPES, static_cast<size_t>(m_settings.CACHESIZE) << 20});

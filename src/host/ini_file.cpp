@@ -192,7 +192,7 @@ Settings parseIni(std::string_view text)
         else if (key == "HOSTS") s.HOSTS = std::string(raw);
         else if (key == "HOSTSTTL") s.HOSTSTTL = leadingNumber<int32_t>(value);
         else if (key == "DNSBIND") s.DNSBIND = normalAddress(value);
-        else if (key == "DNSRECURSION") s.DNSRECURSION = lower(value);
+        else if (key == "DNSRECURSION" && !value.empty()) s.DNSRECURSION = lower(value); // none: the default
         else if (key == "AUTOCNAME") s.AUTOCNAME = flag;
         else if (key == "WRITELOG") s.WRITELOG = flag;
         else if (key == "LOGDETAIL") s.LOGDETAIL = flag;

@@ -58,6 +58,7 @@ OptionsGeneralPage::OptionsGeneralPage(frmOptions& dialog)
     m_cacheSize->setObjectName("CACHESIZE");
     m_cacheSize->setRange(1, 65536);
     m_cacheSize->setSuffix(tr(" MB"));
+    m_cacheSize->setMaximumWidth(120);
     m_name->setObjectName("NAME");
     m_hosts->setObjectName("HOSTS");
     m_bind->setObjectName("DNSBIND");

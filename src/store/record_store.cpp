@@ -204,6 +204,7 @@ void RecordStore::CacheAdd(std::string_view name, int16_t type, int32_t ttl, Byt
                 record.Data = std::move(data);
                 record.Pref = pref;
                 m_budget.add(position);
+                makeRoom(0); // new data may be longer
                 return;
             }
             ++position;

@@ -131,10 +131,10 @@ void Engine::saveSettings()
 
 void Engine::configureFromSettings()
 {
-    m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG);
+    m_log.configure(m_settings.LOGDETAIL, m_settings.LOGINONLY, m_settings.WRITELOG, m_settings.LOGMAXSIZE);
     m_flood.configure(m_settings.BOMBLEVEL, m_settings.LOGBLOCK, m_settings.NOBLOCK);
     m_store.configure({m_settings.HOSTS, m_settings.HOSTSTTL, m_settings.CACHETTL, m_settings.AAAARECORDS,
-                       m_settings.MORERECORDTYPES});
+                       m_settings.MORERECORDTYPES, static_cast<size_t>(m_settings.CACHESIZE) << 20});
     m_dns.configure({m_settings.DNSRECURSION, m_settings.AUTOCNAME, m_localAddresses, m_settings.RECURSIONOUT,
                      m_settings.NS, m_settings.SPOOFSECURE, m_settings.AAAARECORDS, m_settings.EDNS,
                      m_settings.TCPQUERIES, m_settings.QUERYHARDENING, m_settings.MORERECORDTYPES,
@@ -271,6 +271,7 @@ SupportData Engine::supportData() const
     d.running = m_serverRunning;
     d.requestCount = m_counters.RequestCount;
     d.cacheCount = m_store.recordCount();
+    d.cacheSize = cacheSizeText(m_store.cacheBytes(), m_store.cacheCap());
     d.executable = m_options.executable;
     d.version = versionText();
     d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;

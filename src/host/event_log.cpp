@@ -12,8 +12,9 @@ EventLog::EventLog(const Clock& clock, std::filesystem::path programFolder)
 {
 }
 
-void EventLog::configure(bool logDetail, bool logInOnly, bool writeLog)
+void EventLog::configure(bool logDetail, bool logInOnly, bool writeLog, int32_t maxMB)
 {
+    m_maxMB = maxMB;
     m_logDetail = logDetail;
     m_logInOnly = logInOnly;
     m_writeLog = writeLog;
@@ -70,7 +71,20 @@ void EventLog::writeToFile(DateTime now, const std::string& line)
         AddLine(0, "Error opening log file!");
         return;
     }
+    if (m_fileFull) return;
+    if (m_fileBytes >= static_cast<uint64_t>(m_maxMB) << 20) return stopFile();
     m_file << line << "\r\n"; // flushed once a second by the tick, and when the file closes
+    m_fileBytes += line.size() + 2;
+}
+
+// The day's file is as large as it may grow: one closing line, and no more until the date changes.
+// The file stays named by its date, so that the next day's first line opens a new one.
+void EventLog::stopFile()
+{
+    m_file << m_stamp << "Log file reached its size limit of " << m_maxMB
+           << " MB - logging to file stops until tomorrow.\r\n";
+    m_file.close();
+    m_fileFull = true;
 }
 
 void EventLog::flush()
@@ -90,6 +104,9 @@ bool EventLog::openFile(DateTime now)
     }
     if (!m_file.is_open()) return false;
     m_logFileDate = dateStamp(now);
+    std::error_code unknown; // taken as empty
+    const auto size = std::filesystem::file_size(path, unknown);
+    m_fileBytes = unknown ? 0 : size;
     return true;
 }
 
@@ -98,6 +115,7 @@ void EventLog::closeFile()
     if (m_file.is_open()) m_file.close();
     m_file.clear();
     m_logFileDate.clear();
+    m_fileFull = false;
 }
 
 } // namespace quorvane

@@ -4,6 +4,7 @@
 
 #include "net/clock.h"
 
+#include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -20,8 +21,9 @@ public:
     // onError receives failures inside AddLine itself, for the error report.
     EventLog(const Clock& clock, std::filesystem::path programFolder);
 
-    // The flags that decide which levels are kept and whether the daily file is written.
-    void configure(bool logDetail, bool logInOnly, bool writeLog);
+    // The flags that decide which levels are kept and whether the daily file is written, and the
+    // size in MB at which the day's file stops (LOGMAXSIZE).
+    void configure(bool logDetail, bool logInOnly, bool writeLog, int32_t maxMB = 100);
     void setActiveLogOpen(bool open);
     bool activeLogOpen() const { return m_activeOpen; }
     void setLineSink(std::function<void(const std::string& line)> sink) { m_sink = std::move(sink); }
@@ -44,6 +46,7 @@ private:
     bool levelPasses(int level) const;
     void writeToFile(DateTime now, const std::string& line);
     bool openFile(DateTime now);
+    void stopFile();
 
     const Clock& m_clock;
     std::filesystem::path m_folder;
@@ -55,6 +58,9 @@ private:
     std::function<void(const std::string&)> m_sink;
     std::ofstream m_file;
     std::string m_logFileDate; // "yyyymmdd" of the open file, empty when none is open
+    int32_t m_maxMB = 100;
+    uint64_t m_fileBytes = 0; // the size of the day's file
+    bool m_fileFull = false;  // the day's file reached m_maxMB: nothing more until the next day
     int64_t m_stampSecond = -1; // the second that m_stamp ("hh:mm:ss   ") was made for
     std::string m_stamp;
 };

@@ -142,7 +142,8 @@ void Engine::showStatus()
     std::string requests = "Requests:" + std::to_string(m_counters.RequestCount) + ' ';
     if (m_blockLists.current() != nullptr) requests += "Blocked:" + std::to_string(m_counters.BlockedCount) + ' ';
     m_events.onStatusText(2, requests);
-    m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ');
+    m_events.onStatusText(3, "Cache:" + std::to_string(m_store.recordCount()) + ' ' +
+                                 cacheSizeText(m_store.cacheBytes(), m_store.cacheCap()) + ' ');
 }
 
 } // namespace quorvane

@@ -192,7 +192,7 @@ Settings parseIni(std::string_view text)
         else if (key == "HOSTS") s.HOSTS = std::string(raw);
         else if (key == "HOSTSTTL") s.HOSTSTTL = leadingNumber<int32_t>(value);
         else if (key == "DNSBIND") s.DNSBIND = normalAddress(value);
-        else if (key == "DNSRECURSION") s.DNSRECURSION = lower(value);
+        else if (key == "DNSRECURSION" && !value.empty()) s.DNSRECURSION = lower(value); // none: the default
         else if (key == "AUTOCNAME") s.AUTOCNAME = flag;
         else if (key == "WRITELOG") s.WRITELOG = flag;
         else if (key == "LOGDETAIL") s.LOGDETAIL = flag;
@@ -232,6 +232,8 @@ Settings parseIni(std::string_view text)
         else if (key == "BLOCKLIST" && !raw.empty()) s.BLOCKLIST.emplace_back(raw);
         else if (key == "ALLOWLIST" && !raw.empty()) s.ALLOWLIST.push_back(lower(raw));
         else if (key == "BLOCKANSWER") s.BLOCKANSWER = value == "NXDOMAIN" || value == "REFUSED" ? value : "ZERO";
+        else if (key == "CACHESIZE") s.CACHESIZE = std::max(leadingNumber<int32_t>(value), 1);
+        else if (key == "LOGMAXSIZE") s.LOGMAXSIZE = std::max(leadingNumber<int32_t>(value), 1);
         else if (key == "BLOCKLISTUPDATE") s.BLOCKLISTUPDATE = std::max(leadingNumber<int32_t>(value), 1);
         else if (key == "NOFILTER") addUnique(s.NOFILTER, seenNoFilter, normalAddress(value));
         else if (key == "USER") s.USER = std::string(raw); // user names are case-sensitive
@@ -304,6 +306,8 @@ std::string formatIni(const Settings& s, uint16_t reloadPort)
     setText(out, "TLSCertFile", s.TLSCERTFILE);
     setText(out, "TLSKeyFile", s.TLSKEYFILE);
     setText(out, "User", s.USER);
+    if (s.CACHESIZE != defaults.CACHESIZE) setNumber(out, "CacheSize", s.CACHESIZE);
+    if (s.LOGMAXSIZE != defaults.LOGMAXSIZE) setNumber(out, "LogMaxSize", s.LOGMAXSIZE);
     return out;
 }
 

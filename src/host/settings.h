@@ -65,6 +65,10 @@ struct Settings {
     std::string TLSCERTFILE;
     std::string TLSKEYFILE;
 
+    // Bounds under a flood.
+    int32_t CACHESIZE = 32;               // MB of learned records; the closest to expiry go first
+    int32_t LOGMAXSIZE = 100;             // MB of the day's log file, after which it stops until the next day
+
     bool operator==(const Settings&) const = default;
 };
 

@@ -61,7 +61,7 @@ void statisticsSection(std::ostream& out, const SupportData& d)
     std::snprintf(uptime, sizeof uptime, "%.6f", d.uptimeDays);
     heading(out, "Statistics");
     out << "Requests:" << d.requestCount << '\n'
-        << "Cache   :" << d.cacheCount << '\n'
+        << "Cache   :" << d.cacheCount << ' ' << d.cacheSize << '\n'
         << "Uptime  : " << uptime << '\n';
     if (!d.blockLists.empty()) {
         out << "Blocked : " << d.blockedCount << '\n';

@@ -39,6 +39,7 @@ struct SupportData {
     std::string version; // "0.01.0001"
     uint64_t requestCount = 0;
     size_t cacheCount = 0;
+    std::string cacheSize; // "(3.1/32 MB)"
     double uptimeDays = 0;
     const std::deque<std::string>* activeLog = nullptr; // null while the log window is closed
     std::filesystem::path programFolder;

@@ -67,7 +67,7 @@ Answerer::Lookup Answerer::lookUp(clDNSRequest& request)
     Lookup found;
     for (;;) {
         if (++request.Steps > kMaxPasses) {
-            request.State = clDNSRequest::kFinished; // finished without a reply
+            m_resolver.markFinished(request); // finished without a reply
             found.tooLong = true;
             return found;
         }

@@ -91,7 +91,7 @@ void Answerer::ProcReq(const Endpoint& from, std::string_view message, SocketId 
         return;
     }
     Check(request); // one that has to wait for another server moves to the resolver's list
-    m_resolver.runSteps();
+    m_resolver.settle();
 }
 
 void Answerer::notImplemented(const Endpoint& from, SocketId tcp, std::string_view message,

@@ -80,6 +80,7 @@ void Resolver::clearPending()
     for (const auto& [id, request] : m_byOutID) m_outgoing.forget(id, *this);
     PendingRequests.clear();
     m_byOutID.clear();
+    m_finished = 0;
 }
 
 void Resolver::runSteps()
@@ -103,7 +104,7 @@ void Resolver::runSteps()
 clDNSRequest* Resolver::adopt(clDNSRequest& request)
 {
     if (!m_answerer.isIntake(request)) return &request;
-    if (PendingRequests.size() >= kMaxPending) {
+    if (waitingCount() >= kMaxPending) {
         refuse(request);
         return nullptr;
     }
@@ -243,7 +244,7 @@ void Resolver::askForAddress(clDNSRequest& request, const std::string& serverNam
     if (request.Depth > kMaxSubDepth) return giveUp(request);
     clDNSRequest& client = clientOf(request);
     if (client.SubRequests >= kMaxSubRequests) return outOfWork(request, client);
-    if (PendingRequests.size() >= kMaxPending) {
+    if (waitingCount() >= kMaxPending) {
         ++m_refused;
         return giveUp(request);
     }
@@ -323,6 +324,19 @@ void Resolver::removeFinished()
         forgetOutID(request);
         return true;
     });
+    m_finished = 0;
+}
+
+void Resolver::markFinished(clDNSRequest& request)
+{
+    if (request.State != clDNSRequest::kFinished && !m_answerer.isIntake(request)) ++m_finished;
+    request.State = clDNSRequest::kFinished;
+}
+
+void Resolver::settle()
+{
+    runSteps();
+    if (m_finished >= kMaxPending) removeFinished();
 }
 
 void Resolver::retryWaiting()
@@ -342,7 +356,7 @@ void Resolver::retryWaiting()
 // sub-request tells its parent.
 void Resolver::giveUp(clDNSRequest& request)
 {
-    request.State = clDNSRequest::kFinished;
+    markFinished(request);
     if (request.Depth > 0) return ReturnSub(request, false);
     WriteFailLog(request);
     ++m_counters.ReplyCount;

@@ -39,7 +39,7 @@ const char* sectionName(Section section)
 
 void Answerer::SendAnswer(clDNSRequest& request)
 {
-    request.State = clDNSRequest::kFinished;
+    m_resolver.markFinished(request);
     if (request.Depth > 0) return m_resolver.ReturnSub(request, true); // a sub-request's answer is for its parent
     if (m_settings.autoCName) CNAMERes(request);
     const bool recursive = request.RecursionDesired && request.RecursionAllowed;
@@ -66,7 +66,7 @@ void Answerer::SendAnswer(clDNSRequest& request)
 // and our OPT record, with that response code.
 void Answerer::sendError(clDNSRequest& request, int rcode)
 {
-    request.State = clDNSRequest::kFinished;
+    m_resolver.markFinished(request);
     request.RCode = rcode;
     ++m_counters.ReplyCount;
     if (m_host.wants(0)) {

@@ -44,6 +44,9 @@ public:
     void clearPending();
     // The timer's first duty: finished requests leave the list.
     void removeFinished();
+    // A request's work is over (answered, failed or dropped): from now on it no longer counts
+    // against the cap on waiting requests, though it stays in the list until a safe moment.
+    void markFinished(clDNSRequest& request);
     // The timer's second duty: requests whose wait for a server is over ask the next one. Also
     // logs how many requests were refused since the last tick because too many were waiting.
     void retryWaiting();
@@ -53,6 +56,10 @@ public:
     void ReturnSub(clDNSRequest& sub, bool found);
     // Runs the steps that the last entry point left (sub-requests to check, parents to resume).
     void runSteps();
+    // The end of an entry point (a question or an answer): runs its steps, then, when as many
+    // finished requests as the cap have gathered since the last tick, removes them at once, so
+    // that the list stays bounded under a flood. Nothing refers to a finished request here.
+    void settle();
 
     std::list<clDNSRequest> PendingRequests;
 
@@ -84,6 +91,7 @@ private:
     clDNSRequest* findWaiting(int32_t id, std::string_view name, int type);
     void forgetOutID(const clDNSRequest& request);
     void dropAsked(clDNSRequest& request);
+    size_t waitingCount() const { return PendingRequests.size() - m_finished; }
 
     QueryHost& m_host;
     const Clock& m_clock;
@@ -97,6 +105,7 @@ private:
     // The request that sent each outgoing identifier, so that an answer finds it without a walk of
     // the list; one entry per request, dropped when it asks again or leaves the list.
     std::unordered_map<int32_t, clDNSRequest*> m_byOutID;
+    size_t m_finished = 0; // finished requests still in the list
     uint64_t m_refused = 0; // requests refused since the last tick because the list was full
     // Servers that answered a query with OPT by a format error: asked without it from then on. At
     // most kMaxPlainServers; when full it starts again empty.

@@ -65,7 +65,7 @@ std::string referralZone(const std::vector<Received>& records, const clDNSReques
 void Resolver::ProcAns(const Endpoint& from, std::string_view message, bool viaTcp)
 {
     readAnswer(from, message, viaTcp);
-    runSteps();
+    settle();
 }
 
 void Resolver::readAnswer(const Endpoint& from, std::string_view message, bool viaTcp)

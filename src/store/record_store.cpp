@@ -22,6 +22,19 @@ RecordStore::RecordStore(const Clock& clock, std::filesystem::path programFolder
 {
 }
 
+void RecordStore::configure(const StoreSettings& settings)
+{
+    m_settings = settings;
+    m_budget.setCap(settings.cacheBytes);
+    makeRoom(0);
+}
+
+// Drops learned records, the closest to expiry first, until that many bytes more fit under the cap.
+void RecordStore::makeRoom(size_t bytes)
+{
+    while (m_budget.over(bytes)) eraseRecord(m_budget.nextToGo());
+}
+
 bool RecordStore::keepsType(int type) const
 {
     const RecordType* row = findRecordType(type);
@@ -144,12 +157,14 @@ RecordStore::Iterator RecordStore::insertRecord(clDNSRecord&& record)
     std::string owner = record.Name;
     const Iterator position = m_records.emplace(std::move(owner), std::move(record));
     if (position->second.Key != 0) m_byKey.emplace(position->second.Key, position);
+    if (!position->second.Permanent) m_budget.add(position);
     return position;
 }
 
 RecordStore::Iterator RecordStore::eraseRecord(Iterator position)
 {
     if (position->second.Key != 0) m_byKey.erase(position->second.Key);
+    if (!position->second.Permanent) m_budget.remove(position);
     const bool sweepsHere = m_sweep == position;
     const Iterator next = m_records.erase(position);
     if (sweepsHere) m_sweep = next; // the next record moves into the sweep's place
@@ -184,9 +199,12 @@ void RecordStore::CacheAdd(std::string_view name, int16_t type, int32_t ttl, Byt
             if (record.Permanent) return; // learned data never replaces permanent data
             // One CNAME and one SOA per name: a new one replaces the old.
             if (record.Data == data || type == rtype::CNAME || type == rtype::SOA) {
+                m_budget.remove(position); // its expiry and size change
                 record.setTTL(ttl, now);
                 record.Data = std::move(data);
                 record.Pref = pref;
+                m_budget.add(position);
+                makeRoom(0); // new data may be longer
                 return;
             }
             ++position;
@@ -197,6 +215,7 @@ void RecordStore::CacheAdd(std::string_view name, int16_t type, int32_t ttl, Byt
         record.Data = std::move(data);
         record.Pref = pref;
         record.setTTL(ttl, now);
+        makeRoom(CacheBudget::costOf(record.Name, record));
         insertRecord(std::move(record));
     });
 }

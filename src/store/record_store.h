@@ -7,6 +7,7 @@
 #include "net/bytes.h"
 #include "net/clock.h"
 #include "net/error_hook.h"
+#include "store/cache_budget.h"
 #include "store/dns_record.h"
 #include "store/zone.h"
 #include "store/zone_parser.h"
@@ -33,6 +34,7 @@ struct StoreSettings
     int32_t minCacheTTL = 0; // CACHETTL, seconds
     bool aaaa = false;       // AAAARECORDS: IPv6 address records are read from files and kept
     bool moreTypes = false;  // MORERECORDTYPES: SRV and CAA records are read from files and kept
+    size_t cacheBytes = CacheBudget::kDefaultBytes; // CACHESIZE: the cap on learned records
 };
 
 // How LoadFile keeps the records of a file.
@@ -44,9 +46,8 @@ enum class FileRecords {
 // Logged when the hosts file or a file of records is missing.
 inline constexpr std::string_view kFileNotFoundLine = "-> File not found!";
 
-// Owner name -> record. Equal names keep the order in which they were added; a lookup by
-// std::string_view allocates nothing.
-using CacheRecordMap = std::multimap<std::string, clDNSRecord, std::less<>>;
+// CacheRecordMap (store/cache_budget.h): owner name -> record. Equal names keep the order in
+// which they were added; a lookup by std::string_view allocates nothing.
 
 // The records of one name: a pair of positions in CacheRecords, usable in a range-for.
 template <typename Position> struct RecordRun
@@ -68,7 +69,8 @@ public:
 
     // log is the engine's AddLine.
     RecordStore(const Clock& clock, std::filesystem::path programFolder, Log log);
-    void configure(const StoreSettings& settings) { m_settings = settings; }
+    // A lower cache cap drops learned records at once, the closest to expiry first.
+    void configure(const StoreSettings& settings);
     // Whether a record of this type read from a file or a transfer is kept: a type of the record-type
     // table when its setting is on, and the store's own entries (DFCN).
     bool keepsType(int type) const;
@@ -78,6 +80,9 @@ public:
     // --- CacheRecords and Zones ---------------------------------------------------------------
     const CacheRecordMap& CacheRecords() const { return m_records; }
     size_t recordCount() const { return m_records.size(); }
+    // The estimated memory of the learned records, and its cap.
+    size_t cacheBytes() const { return m_budget.bytes(); }
+    size_t cacheCap() const { return m_budget.cap(); }
     // The run of records of one name (normal form: lower case, trailing "."), in store order.
     // O(log n), no allocation; empty when the name has none.
     RecordRun<Iterator> records(std::string_view name);
@@ -160,6 +165,7 @@ private:
     int32_t raisedTTL(int32_t ttl) const;
     clZone& addZone(std::string_view name, int16_t type);
     void loadZoneFile(const std::string& zone, const std::filesystem::path& file);
+    void makeRoom(size_t bytes);
 
     const Clock& m_clock;
     std::filesystem::path m_folder;
@@ -167,6 +173,7 @@ private:
     ZoneNotify m_notify;
     StoreSettings m_settings;
     CacheRecordMap m_records;
+    CacheBudget m_budget; // learned records only
     std::unordered_map<RecordKey, Iterator> m_byKey;
     RecordKey m_lastKey = 0;
     Iterator m_sweep; // where the next slice of the sweep starts; end() restarts at the front

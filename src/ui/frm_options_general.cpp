@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QUrl>
 
 #include <algorithm>
@@ -52,8 +53,12 @@ OptionsGeneralPage::OptionsGeneralPage(frmOptions& dialog)
       m_hosts(new QLineEdit(this)), m_hostsTtl(spanBox(this, "HOSTSTTL")), m_bind(new QComboBox(this)),
       m_recursion(new QComboBox(this)), m_autoCname(flagBox(this, "AUTOCNAME")),
       m_cacheTtl(spanBox(this, "CACHETTL")), m_cacheReload(flagBox(this, "CACHERELOAD")),
-      m_checkNew(spanBox(this, "CHECKNEW"))
+      m_checkNew(spanBox(this, "CHECKNEW")), m_cacheSize(new QSpinBox(this))
 {
+    m_cacheSize->setObjectName("CACHESIZE");
+    m_cacheSize->setRange(1, 65536);
+    m_cacheSize->setSuffix(tr(" MB"));
+    m_cacheSize->setMaximumWidth(120);
     m_name->setObjectName("NAME");
     m_hosts->setObjectName("HOSTS");
     m_bind->setObjectName("DNSBIND");
@@ -82,6 +87,7 @@ OptionsGeneralPage::OptionsGeneralPage(frmOptions& dialog)
     form->addRow(new ctlLine3D(this));
     form->addRow(tr("Minimum cache time:"), m_cacheTtl);
     form->addRow(tr("Reload DNS cache at startup:"), m_cacheReload);
+    form->addRow(tr("Largest DNS cache:"), m_cacheSize);
     form->addRow(tr("Check for new zone files every:"), m_checkNew);
 
     connect(browse, &QPushButton::clicked, this, &OptionsGeneralPage::browseHosts);
@@ -102,6 +108,7 @@ void OptionsGeneralPage::load(const OptionsData& shown)
     m_cacheTtl->setSeconds(s.CACHETTL);
     m_cacheReload->setChecked(s.CACHERELOAD);
     m_checkNew->setSeconds(s.CHECKNEW);
+    m_cacheSize->setValue(s.CACHESIZE);
 
     const QSignalBlocker quiet(m_bind); // the recursion list is filled once, below
     m_bind->clear();
@@ -127,6 +134,7 @@ void OptionsGeneralPage::store(OptionsData& proposal) const
     s.CACHETTL = m_cacheTtl->seconds();
     s.CACHERELOAD = m_cacheReload->isChecked();
     s.CHECKNEW = m_checkNew->seconds();
+    s.CACHESIZE = m_cacheSize->value();
 }
 
 // Rebuilds "Offer Recursion to:" for the binding chosen; keeps the choice when still offered.

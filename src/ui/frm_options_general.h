@@ -7,6 +7,7 @@
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
+class QSpinBox;
 
 namespace quorvane {
 
@@ -37,6 +38,7 @@ private:
     ctlTTL* m_cacheTtl;
     QCheckBox* m_cacheReload;
     ctlTTL* m_checkNew;
+    QSpinBox* m_cacheSize;
 };
 
 } // namespace quorvane

@@ -101,6 +101,27 @@ TEST(EventLog, DailyFileCreatesFolderAndSwitchesAtMidnight)
               "00:00:01   first of the next\r\n00:00:01   outgoing\r\n00:00:01   after restart\r\n");
 }
 
+TEST(EventLog, DayFileStopsAtItsSizeLimitWithOneLineAndStartsAgainNextDay)
+{
+    LogFixture f;
+    f.clock.set(fromCalendar({2026, 11, 22, 23, 0, 0}));
+    f.log.configure(true, false, true, 1);
+    const std::string filler(1000, 'x'); // 1 013 bytes a line with its time and line end
+    for (int i = 0; i < 1100; ++i) f.log.AddLine(0, filler);
+    f.log.flush();
+    const std::string day = f.folder.read("logs/20261122.log");
+    const std::string closing =
+        "23:00:00   Log file reached its size limit of 1 MB - logging to file stops until tomorrow.\r\n";
+    EXPECT_EQ(day.size(), 1036 * 1013 + closing.size()); // the first line at or past 1 MB is not written
+    EXPECT_TRUE(day.ends_with(closing));
+
+    f.clock.advance(3600s);
+    f.log.AddLine(0, "a new day");
+    f.log.closeFile();
+    EXPECT_EQ(f.folder.read("logs/20261122.log"), day);
+    EXPECT_EQ(f.folder.read("logs/20261123.log"), "00:00:00   a new day\r\n");
+}
+
 TEST(EventLog, UnwritableFolderTurnsWriteLogOffAndSaysSo)
 {
     LogFixture f;

@@ -18,6 +18,7 @@ SupportData sample(const TempFolder& folder)
     d.version = "0.01.0001";
     d.requestCount = 42;
     d.cacheCount = 7;
+    d.cacheSize = "(0.1/32 MB)";
     d.uptimeDays = 1.5;
     d.programFolder = folder.path();
     return d;
@@ -72,7 +73,7 @@ TEST(SupportReport, SectionsInOrderWithoutError)
                                            "Statistics",
                                            "----------",
                                            "Requests:42",
-                                           "Cache   :7",
+                                           "Cache   :7 (0.1/32 MB)",
                                            "Uptime  : 1.500000",
                                            "",
                                            "Recent Log Entries",

@@ -344,6 +344,23 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
     EXPECT_TRUE(refusalLines().empty());
 }
 
+TEST(Recursion, AnsweredRequestsStopCountingAgainstTheCapAtOnce)
+{
+    Resolver r(forwarding({"127.0.0.2"}));
+    r.host.maxLevel = -1;
+    for (size_t i = 0; i < kMaxPending; ++i) { // within one tick: every other one answered at once
+        const std::string name = "n" + std::to_string(i) + ".example.org.";
+        r.ask(name);
+        if (i % 2 == 0) r.answer("127.0.0.2", 0, false, {wireA(2, name, "192.0.2.1")});
+    }
+    ASSERT_EQ(r.dns.resolver().PendingRequests.size(), kMaxPending); // the answered ones wait for the tick
+    // Only half of them wait, so a new question is still asked and answered.
+    r.ask("late.example.org.");
+    r.answer("127.0.0.2", 0, false, {wireA(2, "late.example.org.", "192.0.2.1")});
+    EXPECT_EQ(r.reply().qname, "late.example.org.");
+    EXPECT_EQ(r.reply().rcode, 0);
+}
+
 TEST(Recursion, QueryIdentifiersWrapToOne)
 {
     QueryIdCounter ids;

@@ -1,0 +1,47 @@
+// Reads arbitrary bytes as "named.cache" (learned records under the cache rules) and as
+// "snapshot.dat" (records kept as from a file) into one store, under a small cache cap. Any crash,
+// sanitizer report or hang is a finding, and so is a cache whose counted size is not the sum of
+// its learned records' or lies over the cap.
+#include "fuzz_support.h"
+#include "store/cache_file.h"
+#include "store/record_store.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+std::filesystem::path folder()
+{
+    const std::filesystem::path shm = "/dev/shm";
+    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) /
+                      "quorvane-fuzz-cache-file";
+    std::filesystem::create_directories(path);
+    return path;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    using namespace quorvane;
+    static const std::filesystem::path dir = folder();
+    for (const char* name : {kCacheFileName, kSnapshotFileName})
+        std::ofstream(dir / name, std::ios::binary)
+            .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    fuzz::StillClock clock;
+    RecordStore store(clock, dir, nullptr);
+    StoreSettings settings;
+    settings.aaaa = settings.moreTypes = true;
+    settings.cacheBytes = 4096; // a few records, so that reading often runs over the cap
+    store.configure(settings);
+    store.LoadCache();
+    store.LoadFile(dir / kSnapshotFileName, FileRecords::Permanent, nullptr);
+    size_t counted = 0;
+    for (const auto& [owner, record] : store.CacheRecords())
+        if (!record.Permanent) counted += CacheBudget::costOf(owner, record);
+    if (counted != store.cacheBytes() || counted > settings.cacheBytes) __builtin_trap();
+    return 0;
+}

@@ -1,6 +1,7 @@
 // Reads arbitrary bytes as the flood block list "blocks.dat", writes the list and reads it again:
 // the second reading must give the same list. Any crash, sanitizer report, hang or difference is a
 // finding.
+#include "fuzz_support.h"
 #include "query/flood_guard.h"
 
 #include <cstddef>
@@ -9,23 +10,10 @@
 #include <fstream>
 #include <string>
 
-namespace {
-
-std::filesystem::path folder()
-{
-    const std::filesystem::path shm = "/dev/shm";
-    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) /
-                      "quorvane-fuzz-blocks-file";
-    std::filesystem::create_directories(path);
-    return path;
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     using namespace quorvane;
-    static const std::filesystem::path dir = folder();
+    static const std::filesystem::path dir = fuzz::scratchFolder("quorvane-fuzz-blocks-file");
     std::ofstream(dir / "in.dat", std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     FloodGuard first([](const std::string&) {}, [](const std::string&) {});
     first.LoadBlocks(dir / "in.dat");

@@ -11,23 +11,10 @@
 #include <filesystem>
 #include <fstream>
 
-namespace {
-
-std::filesystem::path folder()
-{
-    const std::filesystem::path shm = "/dev/shm";
-    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) /
-                      "quorvane-fuzz-cache-file";
-    std::filesystem::create_directories(path);
-    return path;
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     using namespace quorvane;
-    static const std::filesystem::path dir = folder();
+    static const std::filesystem::path dir = fuzz::scratchFolder("quorvane-fuzz-cache-file");
     for (const char* name : {kCacheFileName, kSnapshotFileName})
         std::ofstream(dir / name, std::ios::binary)
             .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));

@@ -15,9 +15,7 @@ using namespace quorvane;
 
 std::filesystem::path folder()
 {
-    const std::filesystem::path shm = "/dev/shm";
-    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) /
-                      "quorvane-fuzz-reload-port";
+    const auto path = fuzz::scratchFolder("quorvane-fuzz-reload-port");
     std::filesystem::create_directories(path / "data");
     std::ofstream(path / "data" / "fuzz.test.dns") << "@ 60 IN SOA ns.fuzz.test. a.fuzz.test. 1 60 60 600 60\n"
                                                      "@ 60 IN NS ns.other.test.\n";

@@ -6,10 +6,21 @@
 #include "net/network.h"
 #include "query/query_host.h"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace quorvane::fuzz {
+
+// A folder of the target's own for files the code under test reads or writes; in memory where the
+// system offers it, so that the file traffic of millions of runs does not reach a disk.
+inline std::filesystem::path scratchFolder(const std::string& name)
+{
+    const std::filesystem::path shm = "/dev/shm";
+    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) / name;
+    std::filesystem::create_directories(path);
+    return path;
+}
 
 class StillClock : public Clock
 {

@@ -33,12 +33,10 @@ public:
     Bytes query;
 };
 
-// In memory where the system has it: every completed transfer writes the zone file.
+// Every completed transfer writes the zone file.
 std::filesystem::path makeFolder()
 {
-    const std::filesystem::path shm = "/dev/shm";
-    const auto folder = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) /
-                        "quorvane-fuzz-transfer-in";
+    const auto folder = fuzz::scratchFolder("quorvane-fuzz-transfer-in");
     std::filesystem::create_directories(folder / "data");
     std::ofstream(folder / "data" / "fuzz.test.dns")
         << "; PrimaryIP 10.0.0.1\n"

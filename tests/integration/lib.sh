@@ -27,6 +27,17 @@ started() {
     STARTED_PIDS="$STARTED_PIDS $1"
 }
 
+# Ends every process the case started, by its PID. A coverage build counts lines only in processes
+# that exit, so for scripts/coverage.sh they get SIGTERM and a moment to close first.
+end_started() {
+    local pid
+    if [ -n "${QUORVANE_COVERAGE:-}" ]; then
+        for pid in $STARTED_PIDS; do kill -TERM "$pid" 2>/dev/null || true; done
+        for pid in $STARTED_PIDS; do timeout 5 tail --pid="$pid" -f /dev/null 2>/dev/null || true; done
+    fi
+    for pid in $STARTED_PIDS; do kill -KILL "$pid" 2>/dev/null || true; done
+}
+
 # Waits up to 10 s for a line matching the extended regular expression $1 in file $2 (default stdout).
 wait_for() {
     local pattern=$1 file=${2:-$WORK/stdout}

@@ -14,7 +14,7 @@ unshare --net bash -c '
     [ -n "${TRACE:-}" ] && set -x
     ip link set lo up
     source "$0/lib.sh"
-    trap "for pid in \${STARTED_PIDS:-}; do kill -KILL \$pid 2>/dev/null || true; done" EXIT
+    trap end_started EXIT
     source "$CASE_DIR/test.sh"
     echo "PASS: $(basename "$CASE_DIR")"
 ' "$here"

@@ -4,7 +4,8 @@
 #
 #   sudo bench/soak.sh [-d SECONDS] [-b BINARY] [-o FILE]
 #
-#   -d  how long the load runs (default 300; the campaign's long run is 3600)
+#   -d  how long the load runs (default 300; at least 40 for a minute's checks to run; the
+#       campaign's long run is 3600)
 #   -b  the Quorvane binary (default build/release/apps/quorvane/quorvane); quorvane-ctl beside it
 #   -o  also write the final table and verdict to FILE
 #
@@ -181,10 +182,9 @@ start_quorvane() {
 
 # One line of figures, "time rss_kb fds pending cache", appended to samples.
 sample() {
-    local rss fds pending=- cache=- report=$WORK/quorvane/support.txt before
+    local rss fds pending=- cache=- report=$WORK/quorvane/support.txt
     rss=$(awk '/^VmRSS:/ { print $2 }' "/proc/$SERVER_PID/status")
     fds=$(find "/proc/$SERVER_PID/fd" -mindepth 1 | wc -l)
-    before=$(stat -c %Y.%s "$report" 2>/dev/null || echo none)
     rm -f "$report"
     kill -USR2 "$SERVER_PID"
     for _ in $(seq 50); do [ -s "$report" ] && grep -q '^Uptime' "$report" && break; sleep 0.1; done

@@ -285,6 +285,7 @@ inside() {
     dnsperf_load flood flood.txt 1000
     local tick=0 version=1 now
     while [ $((SECONDS - T0)) -lt "$DURATION" ]; do
+        kill -0 "$SERVER_PID" 2>/dev/null || break # judged below, with the table
         sample
         now=$((SECONDS - T0))
         dhcp_batch "$tick" "$now" &
@@ -303,9 +304,13 @@ inside() {
         tick=$((tick + 1))
         sleep $((T0 + tick * 10 - SECONDS > 0 ? T0 + tick * 10 - SECONDS : 0))
     done
-    sample
+    if kill -0 "$SERVER_PID" 2>/dev/null; then sample; else kill -INT $LOADS 2>/dev/null || true; fi
     for pid in $LOADS $BATCHES; do wait "$pid" || true; done
-    kill -0 "$SERVER_PID" 2>/dev/null || bad "Quorvane is no longer running"
+    if ! kill -0 "$SERVER_PID" 2>/dev/null; then
+        local status=0
+        wait "$SERVER_PID" 2>/dev/null || status=$?
+        bad "Quorvane ended during the run (exit status $status)"
+    fi
     kill -TERM "$SERVER_PID" 2>/dev/null || true
     timeout 10 tail --pid="$SERVER_PID" -f /dev/null || bad "Quorvane did not stop on SIGTERM"
     kill -KILL "$NSD_PID" "$CLIENT_NS" 2>/dev/null || true

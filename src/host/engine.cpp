@@ -272,6 +272,7 @@ SupportData Engine::supportData() const
     d.requestCount = m_counters.RequestCount;
     d.cacheCount = m_store.recordCount();
     d.cacheSize = cacheSizeText(m_store.cacheBytes(), m_store.cacheCap());
+    d.pendingCount = m_dns.resolver().waitingCount();
     d.executable = m_options.executable;
     d.version = versionText();
     d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;

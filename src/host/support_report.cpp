@@ -62,6 +62,7 @@ void statisticsSection(std::ostream& out, const SupportData& d)
     heading(out, "Statistics");
     out << "Requests:" << d.requestCount << '\n'
         << "Cache   :" << d.cacheCount << ' ' << d.cacheSize << '\n'
+        << "Pending :" << d.pendingCount << '\n'
         << "Uptime  : " << uptime << '\n';
     if (!d.blockLists.empty()) {
         out << "Blocked : " << d.blockedCount << '\n';

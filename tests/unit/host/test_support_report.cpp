@@ -19,6 +19,7 @@ SupportData sample(const TempFolder& folder)
     d.requestCount = 42;
     d.cacheCount = 7;
     d.cacheSize = "(0.1/32 MB)";
+    d.pendingCount = 3;
     d.uptimeDays = 1.5;
     d.programFolder = folder.path();
     return d;
@@ -74,6 +75,7 @@ TEST(SupportReport, SectionsInOrderWithoutError)
                                            "----------",
                                            "Requests:42",
                                            "Cache   :7 (0.1/32 MB)",
+                                           "Pending :3",
                                            "Uptime  : 1.500000",
                                            "",
                                            "Recent Log Entries",

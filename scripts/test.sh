@@ -17,3 +17,5 @@ for preset in dev asan fuzz; do
     echo "== $preset: test"
     ctest --preset "$preset"
 done
+echo "== kill -9 during saves: a short run of the campaign, so that it cannot rot"
+bench/kill9.sh -n 20 -b build/dev/apps/quorvane/quorvane

@@ -9,7 +9,7 @@
 #   - named.cache at close, after answers from the forwarder;
 #   - dhcp.dat on the tick after a DHCP client took a lease.
 # A round ends in one of three ways: a kill 0-300 ms after the launch (during the start), a kill
-# 0-20 ms after SIGTERM (during the saves of the close), or a kill 0.7-1.5 s after a lease (during
+# 0-20 ms after SIGTERM (during the saves of the close), or a kill 0.5-1.2 s after a lease (during
 # the tick's lease save). After every kill each file must be whole: quorvane.ini as the first start
 # wrote it but for its reload port, the zone as the old or the new transfer wrote it, the other
 # three well-formed from their header line to their last line break, none empty. The next round's
@@ -189,7 +189,7 @@ for ((ROUND = 1; ROUND <= ROUNDS; ROUND++)); do
     *)
         await 'DNS service started'
         provoke
-        pause_long 700 1500
+        pause_long 500 1200
         during_tick=$((during_tick + 1))
         ;;
     esac

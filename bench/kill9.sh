@@ -9,7 +9,7 @@
 #   - named.cache at close, after answers from the forwarder;
 #   - dhcp.dat on the tick after a DHCP client took a lease.
 # A round ends in one of three ways: a kill 0-300 ms after the launch (during the start), a kill
-# 0-20 ms after SIGTERM (during the saves of the close), or a kill 0.5-1.2 s after a lease (during
+# 0-6 ms after SIGTERM (during the saves of the close), or a kill 0.5-1.2 s after a lease (during
 # the tick's lease save). After every kill each file must be whole: quorvane.ini as the first start
 # wrote it but for its reload port, the zone as the old or the new transfer wrote it, the other
 # three well-formed from their header line to their last line break, none empty. The next round's
@@ -183,7 +183,7 @@ for ((ROUND = 1; ROUND <= ROUNDS; ROUND++)); do
         grep -qiE -- "$COMPLAINTS" "$WORK/stdout" "$WORK/stderr" && fault "the start complained"
         provoke
         kill -TERM "$SERVER_PID"
-        pause 0 20
+        pause 0 6
         during_close=$((during_close + 1))
         ;;
     *)

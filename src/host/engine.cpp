@@ -257,6 +257,7 @@ void Engine::close(CloseReason reason)
         m_outgoing.closeAll();
         m_reloadNet.close(m_WSReload);
         m_WSReload = kNoSocket;
+        m_log.flush(); // a last failure to write is reported like the others
         m_log.closeFile();
     });
     m_events.onClosed();

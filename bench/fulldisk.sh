@@ -6,7 +6,8 @@
 #   data/local.test.dns (quorvane-ctl add-record), blocks.dat and named.cache (the close),
 #   dhcp.dat (a lease), support.txt (SIGUSR2), the daily log (the lines of all that) and the
 #   day's block log (a flood).
-# Each write must fail cleanly: a line in the server's output or a non-zero exit of quorvane-ctl,
+# Each write must fail cleanly: a line in the server's output or a non-zero exit of quorvane-ctl
+# (a day log may instead take a short append into the slack of its last page, and say nothing),
 # the server still answering (dig during the full phase), no crash (exit code 0 after SIGTERM),
 # no temporary file left, and every file byte for byte its good copy (the daily log may only have
 # grown). Then the filler goes, and each file must be written anew. Prints a table file by file
@@ -119,8 +120,8 @@ rig_lease 1 || problem "no lease"
 rig_flood "${FLOODERS[0]}"
 rig_queries 3
 add_record first 51 || problem "add-record on a disk with room: $(cat "$WORK/ctl")"
-within grep -q '^dhcp-' "$FOLDER/dhcp.dat" || problem "dhcp.dat not written"
-within grep -q only1 "$FOLDER/data/sec.test.dns" || problem "sec.test not transferred"
+within grep -qs "^dhcp-" "$FOLDER/dhcp.dat" || problem "dhcp.dat not written"
+within grep -qs only1 "$FOLDER/data/sec.test.dns" || problem "sec.test not transferred"
 kill -USR2 "$SERVER_PID"
 within test -s "$FOLDER/support.txt" || problem "no support.txt"
 stop "good copies"
@@ -166,8 +167,13 @@ for file in "${FILES[@]}"; do
     fi
     name=$(basename "$file")
     [ "$file" = log ] && name='logs/[0-9]{8}\.log'
-    grep -qiE "(cannot|error|fail|not).*$name|$name.*(cannot|error|fail|no space)" "$WORK/full.log" &&
-        full_reported[$file]=yes || full_reported[$file]=NO
+    if grep -qiE "(cannot|error|fail|not).*$name|$name.*(cannot|error|fail|no space)" "$WORK/full.log"; then
+        full_reported[$file]=yes
+    elif [[ $file == *log ]] && [ "$(stat -c %s "$path")" -gt "$(stat -c %s "$good")" ]; then
+        full_reported[$file]=appended # a short append fits in the slack of the file's last page
+    else
+        full_reported[$file]=NO
+    fi
 done
 leftovers=$(find "$FOLDER" -name '*.tmp' | wc -l)
 [ "$leftovers" = 0 ] || problem "$leftovers temporary files left on the full disk"
@@ -205,7 +211,7 @@ printf '%-22s %-22s %-20s %-18s\n' file "full: file unchanged" "full: failure to
 for file in "${FILES[@]}"; do
     printf '%-22s %-22s %-20s %-18s\n' "$file" "${full_kept[$file]}" "${full_reported[$file]}" "${after_saved[$file]}"
     for column in "${full_kept[$file]}" "${full_reported[$file]}" "${after_saved[$file]}"; do
-        [ "$column" = yes ] || problem "$file"
+        [ "$column" = yes ] || [ "$column" = appended ] || problem "$file"
     done
 done
 [ "$failures" = 0 ] || {

@@ -44,7 +44,7 @@ mkdir -p "$DISK" "$GOOD"
 mount -t tmpfs -o "size=$SIZE" tmpfs "$DISK"
 source "$(dirname "$0")/save_rig.sh"
 SERVER_PID=""
-trap 'rig_stop; [ -z "$SERVER_PID" ] || kill -KILL "$SERVER_PID" 2>/dev/null; umount "$DISK"; rm -rf "$WORK"' EXIT
+trap 'set +e; rig_stop; [ -z "$SERVER_PID" ] || kill -KILL "$SERVER_PID" 2>/dev/null; umount "$DISK"; rm -rf "$WORK"' EXIT
 
 FILES=(quorvane.ini data/sec.test.dns data/local.test.dns blocks.dat named.cache dhcp.dat support.txt log block.log)
 declare -A full_kept full_reported after_saved

@@ -41,7 +41,7 @@ fi
 WORK=$(mktemp -d /tmp/quorvane-kill9.XXXXXX)
 source "$(dirname "$0")/save_rig.sh"
 SERVER_PID=""
-trap 'rig_stop; [ -z "$SERVER_PID" ] || kill -KILL "$SERVER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
+trap 'set +e; rig_stop; [ -z "$SERVER_PID" ] || kill -KILL "$SERVER_PID" 2>/dev/null; rm -rf "$WORK"' EXIT
 FOLDER="$WORK/folder"
 GOOD="$WORK/good"
 mkdir -p "$GOOD"

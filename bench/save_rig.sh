@@ -14,7 +14,10 @@ CLIENTS_PY="$RIG_DIR/../tests/integration/dhcp_fifty_clients_and_crash/clients.p
 
 rig_stop() {
     local pid
-    for pid in $STARTED; do kill -KILL "$pid" 2>/dev/null || true; done
+    for pid in $STARTED; do
+        kill -KILL "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
+    done
+    return 0
 }
 
 rig_network() {

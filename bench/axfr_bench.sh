@@ -51,8 +51,6 @@ LOCK=${QUORVANE_LOCK:-/tmp/quorvane-build.lock}
 ZONE=bench.test
 CLIENT_SECONDS=60
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace. Results go to $WORK/results/SERVER, one line per transfer.
 # ---------------------------------------------------------------------------------------------

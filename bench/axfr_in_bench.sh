@@ -61,8 +61,6 @@ PRIMARY=127.0.0.2
 LIMIT_SECONDS=120
 SAMPLE_PER_TYPE=200
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace. Results go to $WORK/results/SERVER: key=value lines and one line
 # per run.

@@ -1,5 +1,8 @@
 # Shell helpers the benchmarks share (query_bench.sh, cache_bench.sh, axfr_bench.sh,
-# axfr_in_bench.sh); sourced, not run.
+# axfr_in_bench.sh, flood_bench.sh, dhcp_bench.sh, gui_bench.sh); sourced, not run.
+
+# Prints the script's header comment (its options) and exits with code $1 (default 0).
+usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
 
 # Ends every process named in $STARTED (ids, blank-separated).
 stop_started() {

@@ -71,8 +71,6 @@ PRIME_QPS=5000
 # 5 000 000, and warns above 10 000 that a large cache may be slow.
 DNSMASQ_CACHE=150000
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace: NSD, then each resolver in turn. Results go to $WORK/results.
 # ---------------------------------------------------------------------------------------------

@@ -76,8 +76,6 @@ SCOPE_SIZE=51200
 DOMAIN=bench.lan
 LEASE_SECONDS=600
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace. Results go to $WORK/results/SERVER: key=value lines and one line
 # per measured phase.

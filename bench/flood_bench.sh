@@ -70,8 +70,6 @@ LIST_RATE=50000
 SAMPLE_SECONDS=10
 CACHE_MB=32 # Quorvane's default CacheSize
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace: NSD, then each resolver in turn. Results go to $WORK/results.
 # ---------------------------------------------------------------------------------------------

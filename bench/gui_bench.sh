@@ -39,8 +39,6 @@ LOCK=${QUORVANE_LOCK:-/tmp/quorvane-build.lock}
 ZONE=bench.test
 STARTED=""
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # user+system clock ticks of one thread.
 thread_ticks() {
     local stat rest fields

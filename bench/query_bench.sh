@@ -62,8 +62,6 @@ QTYPE=A
 LOCK=${QUORVANE_LOCK:-/tmp/quorvane-build.lock}
 ZONE=bench.test
 
-usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
-
 # ---------------------------------------------------------------------------------------------
 # Inside the private namespace: start, load and stop each server. Results go to $WORK/results.
 # ---------------------------------------------------------------------------------------------

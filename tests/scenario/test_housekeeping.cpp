@@ -1,10 +1,5 @@
 // The one-second tick and the DNS socket's flood check, driven through the engine.
-#include "host/engine.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/recording_events.h"
-#include "support/temp_folder.h"
+#include "support/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,22 +9,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct Running {
-    FakeClock clock{fromCalendar({2026, 11, 22, 23, 59, 58})};
-    FakeNetwork network;
-    RecordingEvents events;
-    TempFolder folder;
-    std::unique_ptr<Engine> engine;
-
-    explicit Running(const std::string& ini = "")
+// A running engine whose clock starts two seconds before midnight.
+struct Running : EngineFixture {
+    explicit Running(const std::string& ini = "") : EngineFixture(ini, fromCalendar({2026, 11, 22, 23, 59, 58}))
     {
-        folder.write("quorvane.ini", ini);
         start();
-    }
-    void start()
-    {
-        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
-        engine->Main();
     }
     void query(uint32_t from)
     {
@@ -90,9 +74,8 @@ TEST(Housekeeping, FloodBlocksAndTheBlockSurvivesARestart)
     r.engine->close(CloseReason::User);
     EXPECT_EQ(r.folder.read("blocks.dat"), "; Quorvane - IP address blocks\r\n10.0.0.9\r\n");
     r.engine.reset();
-    r.network = FakeNetwork();
     r.events.lines.clear();
-    r.start();
+    r.restart();
     r.query(0x0A000009);
     EXPECT_EQ(r.events.lines.back(), "Request from 10.0.0.9 on Block list. Ignored!");
     // Paused: datagrams are dropped before the check, silently.

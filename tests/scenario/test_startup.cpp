@@ -2,7 +2,6 @@
 // and the error guard.
 #include "net/error_hook.h"
 #include "support/engine_fixture.h"
-#include "wire/tcp_frame.h"
 
 #include <gtest/gtest.h>
 
@@ -209,13 +208,10 @@ TEST(Startup, DnsOverTlsListensOnlyWithACertificateAndReloadsIt)
 
     // Its questions are answered although TCPQUERIES is off, which keeps TCP 53 for transfers.
     const SocketId client = f.network.connect(listener, {0xC0A80105, 50000});
-    Bytes framed;
-    appendFramed(framed, makeQuery(7, "localhost", 1, true));
-    f.network.deliverTcp(client, framed);
-    size_t at = 0;
-    const auto reply = nextFramed(f.network.tcpSent[client], at);
-    ASSERT_TRUE(reply.has_value());
-    EXPECT_EQ(decodeReply(Bytes(*reply)).id, 7);
+    f.network.deliverTcp(client, framed(makeQuery(7, "localhost", 1, true)));
+    const auto replies = decodeFramed(f.network.tcpSent[client]);
+    ASSERT_EQ(replies.size(), 1u);
+    EXPECT_EQ(replies[0].id, 7);
 }
 
 

@@ -2,8 +2,6 @@
 // up by the tick, the cache kept across a restart when asked to, and expired records swept; and the
 // zone replication around it: transfers over TCP, the reload port and NOTIFY both ways.
 #include "support/engine_fixture.h"
-#include "wire/names.h"
-#include "wire/numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -91,7 +89,7 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
 
     const SocketId connection = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4000});
     const Bytes axfr = makeQuery(3, "lan.", 252, false);
-    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(axfr.size())) + axfr);
+    p.network.deliverTcp(connection, framed(axfr));
     EXPECT_TRUE(p.logged("Sending Zone Transfer to 10.0.0.7 for lan."));
     EXPECT_FALSE(p.network.tcpSent[connection].empty());
 
@@ -135,11 +133,9 @@ TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
     EXPECT_EQ(primary, (Endpoint{0x0A000001, 53}));
     p.network.accept(connection);
     const Bytes request = p.network.tcpSent[connection].substr(2);
-    Bytes soa = ZipName("ns.copy.", "") + ZipName("admin.copy.", "");
-    for (const int32_t value : {7, 3600, 600, 86400, 60}) soa += MakeLong(value);
-    const Bytes answer = makeAnswer(request, 0, true,
-                                    {{2, "copy.", 6, 3600, soa}, wireA(2, "www.copy.", "10.0.0.80"), {2, "copy.", 6, 3600, soa}});
-    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(answer.size())) + answer);
+    const WireRecord soa = wireSoa("copy.", 3600, 60, 7, 2);
+    const Bytes answer = makeAnswer(request, 0, true, {soa, wireA(2, "www.copy.", "10.0.0.80"), soa});
+    p.network.deliverTcp(connection, framed(answer));
     EXPECT_TRUE(p.logged("Receiving Zone Transfer from 10.0.0.1 for copy."));
     EXPECT_EQ(p.answer("www.copy."), Lines{"www.copy. A 10.0.0.80"});
     EXPECT_TRUE(p.folder.read("data/copy.dns").starts_with("; PrimaryIP 10.0.0.1\n@ 3600 SOA ns.copy."));
@@ -154,7 +150,7 @@ TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
     EXPECT_EQ(query.to, (Endpoint{0x0A000001, 53}));
     EXPECT_EQ(decodeReply(query.data).qtype, 6);
     // The same serial: nothing to transfer.
-    p.network.deliver(query.socket, {0x0A000001, 53}, makeAnswer(query.data, 0, true, {{2, "copy.", 6, 3600, soa}}));
+    p.network.deliver(query.socket, {0x0A000001, 53}, makeAnswer(query.data, 0, true, {soa}));
     EXPECT_EQ(p.network.connects.size(), 1u);
     EXPECT_FALSE(p.logged("Reply from 10.0.0.1: Ignored - No matching requests."));
 }

@@ -1,17 +1,11 @@
 // Answers built from zone files and the cache, checked on the decoded reply.
-#include "query/dns_service.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
-#include "support/temp_folder.h"
+#include "support/dns_fixture.h"
 
 #include <gtest/gtest.h>
 
 namespace quorvane::test {
 
 using namespace std::chrono_literals;
-using Lines = std::vector<std::string>;
 
 namespace {
 
@@ -27,29 +21,12 @@ const std::string kZone = "@ IN SOA ns.zone. admin.zone. 7 3600 600 86400 300\n"
                           "pool IN A 10.0.1.3\n"
                           "text IN TXT \"hello world\"\n";
 
-struct Server {
-    FakeClock clock;
-    TempFolder folder;
-    RecordingQueryHost host;
-    OutgoingRig rig;
-    RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
-
+struct Server : DnsFixture {
     explicit Server(const std::string& zone = kZone, QuerySettings settings = {})
     {
-        std::filesystem::create_directory(folder.path() / "data");
         folder.write("data/zone.dns", zone);
         store.LoadBoot();
         dns.configure(std::move(settings));
-    }
-    DecodedReply ask(const std::string& name, uint16_t type, bool rd = true, uint32_t client = 0x0A000005)
-    {
-        host.replies.clear();
-        dns.ProcReq({client, 1234}, makeQuery(42, name, type, rd));
-        if (host.replies.size() != 1) return {};
-        DecodedReply reply = decodeReply(host.replies[0].message);
-        EXPECT_TRUE(reply.ok) << name;
-        return reply;
     }
 };
 
@@ -162,7 +139,7 @@ TEST(Answers, RecursionOfferedByPattern)
     };
     for (const auto& c : cases) {
         Server s(kZone, {c.rule, false, {"192.168.1.10"}, false, {}, false});
-        const auto r = s.ask("outside.example.", 1, true, c.client);
+        const auto r = s.ask("outside.example.", 1, true, {c.client, 1234});
         EXPECT_EQ(r.ra, c.ra) << c.rule << ' ' << c.client;
         EXPECT_EQ(r.rcode, c.ra ? 2 : 0) << c.rule; // no server is known to ask: a server failure
     }
@@ -193,10 +170,6 @@ TEST(Answers, AutoCnameAddsTheTargetToAnAliasQuestion)
     EXPECT_EQ(automatic.ask("www.zone.", 5).section(2), (Lines{"www.zone. CNAME host.zone.", "host.zone. A 10.0.0.80"}));
     EXPECT_EQ(automatic.ask("text.zone.", 16).section(2), Lines{"text.zone. TXT \x0bhello world"});
 }
-
-} // namespace quorvane::test
-
-namespace quorvane::test {
 
 TEST(Answers, LocalNamesAnswerPrivateAndOneLabelNamesAtHome)
 {

@@ -1,18 +1,11 @@
 // Block lists through the engine: loaded by the list loader and swapped in between two questions,
 // answered in each mode without asking anyone, local data and the allow list winning, aliases of
 // forwarded answers followed, and clients on NOFILTER left alone.
-#include "host/engine.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/recording_events.h"
-#include "support/temp_folder.h"
+#include "support/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
 namespace quorvane::test {
-
-using Lines = std::vector<std::string>;
 
 namespace {
 
@@ -27,37 +20,24 @@ struct HeldLoader : ListLoader {
 
 const Endpoint kForwarder{0x0A090909, 53};
 
-struct Program {
-    FakeClock clock;
-    FakeNetwork network;
-    RecordingEvents events;
-    TempFolder folder;
-    HeldLoader loader;
-    std::unique_ptr<Engine> engine;
-
+struct Program : EngineFixture {
     Program()
+        : EngineFixture("AAAARecords: yes\nRecursionOut: yes\nNS: 10.9.9.9\nBlockList: lists/ads.txt\n"
+                        "AllowList: ok.ads.example\nNoFilter: 10.0.0.9\n")
     {
-        std::filesystem::create_directories(folder.path() / "data");
         std::filesystem::create_directories(folder.path() / "lists");
-        folder.write("quorvane.ini", "AAAARecords: yes\nRecursionOut: yes\nNS: 10.9.9.9\nBlockList: lists/ads.txt\n"
-                                     "AllowList: ok.ads.example\nNoFilter: 10.0.0.9\n");
         folder.write("lists/ads.txt", "0.0.0.0 ads.example\n||tracker.example^\nhost.lan\n/ads/*.js\n");
         folder.write("data/lan.dns", "@ IN SOA ns.lan. admin.lan. 1 1 1 1 1\nhost IN A 10.0.0.1\n");
-        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
-        engine->setListLoader(loader);
+        make().setListLoader(loader);
         engine->Main();
     }
+    ~Program() { engine.reset(); } // before the loader it holds
     // The reply to one question; forwarded tells whether a query went to the forwarder instead.
     DecodedReply ask(const std::string& name, uint16_t type = 1, uint32_t client = 0x0A000005)
     {
-        network.sent.clear();
-        network.deliver(network.findOpen(false, 53), {client, 999}, makeQuery(7, name, type, true));
+        const DecodedReply reply = EngineFixture::ask(makeQuery(7, name, type, true), {client, 999});
         forwarded = std::any_of(network.sent.begin(), network.sent.end(), [](const auto& s) { return s.to == kForwarder; });
-        return network.sent.size() == 1 && !forwarded ? decodeReply(network.sent[0].data) : DecodedReply{};
-    }
-    bool logged(const std::string& line) const
-    {
-        return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
+        return forwarded ? DecodedReply{} : reply;
     }
     void answerMode(const std::string& mode)
     {
@@ -65,6 +45,7 @@ struct Program {
         s.BLOCKANSWER = mode;
         engine->applyOptions(s, {});
     }
+    HeldLoader loader;
     bool forwarded = false;
 };
 

@@ -1,11 +1,6 @@
 // The DHCP server through the engine: bound with the services, its leases answered in DNS, written
 // on the tick after a change, shown to the leases window, deleted by the operator and kept at exit.
-#include "host/engine.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/recording_events.h"
-#include "support/temp_folder.h"
+#include "support/engine_fixture.h"
 #include "unit/dhcp/dhcp_test_support.h"
 
 #include <gtest/gtest.h>
@@ -14,19 +9,13 @@ namespace quorvane::test {
 namespace {
 
 using namespace std::chrono_literals;
-using Lines = std::vector<std::string>;
 
 TEST(DhcpWiring, LeasesAnswerInDnsAreSavedOnTheTickAndDeletedByTheOperator)
 {
-    FakeClock clock;
-    FakeNetwork network;
-    RecordingEvents events;
-    TempFolder folder;
+    EngineFixture f("DHCP: 10.0.0.1 home.lan 10.0.0.100 10.0.0.102 255.255.255.0 10.0.0.254 600\n");
+    auto& [clock, network, events, folder, engine] = f;
     network.addresses = {"10.0.0.1"};
-    folder.write("quorvane.ini",
-                 "DHCP: 10.0.0.1 home.lan 10.0.0.100 10.0.0.102 255.255.255.0 10.0.0.254 600\n");
-    Engine engine(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
-    engine.Main();
+    f.start();
     const SocketId dhcp = network.findOpen(false, 67);
     ASSERT_NE(dhcp, kNoSocket);
 
@@ -35,10 +24,7 @@ TEST(DhcpWiring, LeasesAnswerInDnsAreSavedOnTheTickAndDeletedByTheOperator)
             dhcp, {0, 68},
             dhcpRequest(7, "0.0.0.0",
                         {{53, typeOption(type)}, {12, "pc1"}, {50, IPToData("10.0.0.100")}, {255, {}}}));
-    network.sent.clear();
-    network.deliver(network.findOpen(false, 53), {0x0A000005, 999}, makeQuery(1, "pc1.home.lan.", 1, false));
-    ASSERT_EQ(network.sent.size(), 1u);
-    const DecodedReply reply = decodeReply(network.sent[0].data);
+    const DecodedReply reply = f.ask(makeQuery(1, "pc1.home.lan.", 1, false));
     EXPECT_EQ(reply.section(2), Lines{"pc1.home.lan. A 10.0.0.100"});
     EXPECT_TRUE(reply.aa);
 
@@ -47,9 +33,9 @@ TEST(DhcpWiring, LeasesAnswerInDnsAreSavedOnTheTickAndDeletedByTheOperator)
     EXPECT_NE(folder.read("dhcp.dat").find("pc1.home.lan.  10.0.0.100  01020000000007  "), std::string::npos);
     ASSERT_EQ(events.leases.size(), 1u);
 
-    engine.deleteLease("10.0.0.100");
+    engine->deleteLease("10.0.0.100");
     EXPECT_TRUE(events.leases.empty());
-    engine.close(CloseReason::User);
+    engine->close(CloseReason::User);
     EXPECT_EQ(folder.read("dhcp.dat"), "; Quorvane - DHCP Leases\n");
 }
 

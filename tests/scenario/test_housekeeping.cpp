@@ -1,10 +1,5 @@
 // The one-second tick and the DNS socket's flood check, driven through the engine.
-#include "host/engine.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/recording_events.h"
-#include "support/temp_folder.h"
+#include "support/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,22 +9,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct Running {
-    FakeClock clock{fromCalendar({2026, 11, 22, 23, 59, 58})};
-    FakeNetwork network;
-    RecordingEvents events;
-    TempFolder folder;
-    std::unique_ptr<Engine> engine;
-
-    explicit Running(const std::string& ini = "")
+// A running engine whose clock starts two seconds before midnight.
+struct Running : EngineFixture {
+    explicit Running(const std::string& ini = "") : EngineFixture(ini, fromCalendar({2026, 11, 22, 23, 59, 58}))
     {
-        folder.write("quorvane.ini", ini);
         start();
-    }
-    void start()
-    {
-        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
-        engine->Main();
     }
     void query(uint32_t from)
     {
@@ -41,15 +25,7 @@ struct Running {
 
 } // namespace
 
-TEST(Housekeeping, UptimeText)
-{
-    const DateTime start = fromCalendar({2026, 1, 1, 0, 0, 0});
-    EXPECT_EQ(uptimeText(start, start), "Uptime: 0 Days, 0 Hours, 0 Minutes");
-    EXPECT_EQ(uptimeText(start, start + 1 + 1 / 24.0 + 1 / 1440.0), "Uptime: 1 Day, 1 Hour, 1 Minute");
-    EXPECT_EQ(uptimeText(start, start + 2 + 2 / 24.0 + 59.9 / 1440.0), "Uptime: 2 Days, 2 Hours, 59 Minutes");
-}
-
-TEST(Housekeeping, TickShowsStatusAndCalmsTheTray)
+TEST(Housekeeping, TickShowsUptimeAndCalmsTheTray)
 {
     Running r("Name: ns.home\n");
     r.query(0x0A000001);
@@ -59,6 +35,8 @@ TEST(Housekeeping, TickShowsStatusAndCalmsTheTray)
     EXPECT_EQ(r.events.tray, 0);
     r.clock.advance(std::chrono::minutes(61));
     EXPECT_EQ(r.events.status, "Uptime: 0 Days, 1 Hour, 1 Minute");
+    const DateTime start = fromCalendar({2026, 1, 1, 0, 0, 0}); // minutes are cut, not rounded
+    EXPECT_EQ(uptimeText(start, start + 2 + 2 / 24.0 + 59.9 / 1440.0), "Uptime: 2 Days, 2 Hours, 59 Minutes");
 }
 
 TEST(Housekeeping, LateTickZeroesSkippedSecondsAcrossTheWrap)
@@ -90,9 +68,8 @@ TEST(Housekeeping, FloodBlocksAndTheBlockSurvivesARestart)
     r.engine->close(CloseReason::User);
     EXPECT_EQ(r.folder.read("blocks.dat"), "; Quorvane - IP address blocks\r\n10.0.0.9\r\n");
     r.engine.reset();
-    r.network = FakeNetwork();
     r.events.lines.clear();
-    r.start();
+    r.restart();
     r.query(0x0A000009);
     EXPECT_EQ(r.events.lines.back(), "Request from 10.0.0.9 on Block list. Ignored!");
     // Paused: datagrams are dropped before the check, silently.

@@ -1,12 +1,7 @@
 // The five additions for today's clients, each checked with its setting on and off: AAAA records,
 // EDNS with truncation, questions over TCP, hardened outgoing queries, and SRV and CAA records.
-#include "query/dns_service.h"
 #include "query/edns.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
-#include "support/temp_folder.h"
+#include "support/dns_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +10,6 @@
 
 namespace quorvane::test {
 
-using Lines = std::vector<std::string>;
 
 namespace {
 
@@ -35,17 +29,9 @@ std::string bigZone()
     return zone;
 }
 
-struct Server {
-    FakeClock clock;
-    TempFolder folder;
-    RecordingQueryHost host;
-    OutgoingRig rig;
-    RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
-
+struct Server : DnsFixture {
     explicit Server(QuerySettings settings)
     {
-        std::filesystem::create_directory(folder.path() / "data");
         folder.write("data/zone.dns", bigZone());
         folder.write("hosts", "2001:db8::7 laptop\n10.0.0.7 printer\n");
         StoreSettings stored;
@@ -58,16 +44,6 @@ struct Server {
         rig.outgoing.open(settings.hardening);
         dns.configure(std::move(settings));
     }
-    // The reply to one query, sent as a datagram or on TCP connection tcp.
-    DecodedReply ask(const Bytes& query, SocketId tcp = kNoSocket)
-    {
-        host.replies.clear();
-        dns.ProcReq({0x0A000005, 1234}, query, tcp);
-        if (host.replies.size() != 1) return {};
-        last = host.replies[0].message;
-        return decodeReply(last);
-    }
-    Bytes last;
 };
 
 QuerySettings flags(bool aaaa, bool edns, bool tcp, bool hardening, bool moreTypes = false)
@@ -189,11 +165,11 @@ TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
 
     // Over TCP nothing is cut, OPT or not.
     Server tcp(flags(false, true, true, false));
-    r = tcp.ask(makeQuery(8, "many.zone.", 1, true), 7);
+    r = tcp.ask(makeQuery(8, "many.zone.", 1, true), kClient, 7);
     EXPECT_FALSE(r.tc);
     EXPECT_EQ(r.section(2).size(), 40u);
     EXPECT_EQ(tcp.host.replies[0].to.port, 7) << "the reply went back on connection 7";
-    EXPECT_EQ(tcp.ask(makeQuery(10, "lots.zone.", 1, true), 7).section(2).size(), 120u) << "no record cap";
+    EXPECT_EQ(tcp.ask(makeQuery(10, "lots.zone.", 1, true), kClient, 7).section(2).size(), 120u) << "no record cap";
 }
 
 TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)

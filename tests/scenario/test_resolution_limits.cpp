@@ -1,11 +1,6 @@
 // Broken and hostile delegation graphs against a scripted root server: each question ends in a
 // server failure within its work limit, and local names are answered meanwhile.
-#include "query/dns_service.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
-#include "support/temp_folder.h"
+#include "support/dns_fixture.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +14,6 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr uint32_t kRoot = 0x7F000002; // 127.0.0.2: serves every delegation below; others never answer
-constexpr Endpoint kClient{0x0A000005, 40000};
 constexpr Endpoint kOtherClient{0x0A000006, 40000};
 
 struct Delegation {
@@ -90,18 +84,12 @@ TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 0})};
-        TempFolder folder;
+        DnsFixture f(fromCalendar({2026, 11, 22, 10, 0, 0}));
+        auto& [clock, folder, host, rig, store, dns, last] = f;
         folder.write("named.root", ". 3600000 IN NS a.root.\na.root. 3600000 IN A 127.0.0.2\n");
-        std::filesystem::create_directories(folder.path() / "data");
-        folder.write("data/home.lan.dns", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\n"
-                                          "nas IN A 192.168.1.20\n");
-        RecordingQueryHost host;
-        OutgoingRig rig;
+        f.load("data/home.lan.dns", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\n"
+                                    "nas IN A 192.168.1.20\n");
         host.maxLevel = 0;
-        RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-        store.LoadPerm();
-        DnsService dns{host, clock, store, rig.counters, rig.outgoing};
         dns.configure({});
 
         size_t answered = 0; // queries seen by the scripted servers

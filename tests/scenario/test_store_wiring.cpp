@@ -1,56 +1,23 @@
 // The record store through the engine: loaded at start, reloaded on command, new zone files picked
 // up by the tick, the cache kept across a restart when asked to, and expired records swept; and the
 // zone replication around it: transfers over TCP, the reload port and NOTIFY both ways.
-#include "host/engine.h"
-#include "support/dns_message.h"
-#include "wire/numbers.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/recording_events.h"
-#include "support/temp_folder.h"
-#include "wire/names.h"
+#include "support/engine_fixture.h"
 
 #include <gtest/gtest.h>
 
 namespace quorvane::test {
 
 using namespace std::chrono_literals;
-using Lines = std::vector<std::string>;
 
 namespace {
 
-struct Program {
-    FakeClock clock;
-    FakeNetwork network;
-    RecordingEvents events;
-    TempFolder folder;
-    std::unique_ptr<Engine> engine;
-
-    explicit Program(const std::string& ini)
+// The engine with one zone, lan., holding host.lan. A 10.0.0.1.
+struct Program : EngineFixture {
+    explicit Program(const std::string& ini) : EngineFixture(ini)
     {
-        std::filesystem::create_directory(folder.path() / "data");
-        folder.write("quorvane.ini", ini);
         folder.write("data/lan.dns", "@ IN SOA ns.lan. admin.lan. 1 1 1 1 1\nhost IN A 10.0.0.1\n");
     }
-    void start()
-    {
-        engine.reset(); // the old engine lets go of the network before the next one takes it
-        network = FakeNetwork();
-        engine = std::make_unique<Engine>(network, clock, events, EngineOptions{folder.path(), "quorvane", true});
-        engine->Main();
-    }
-    // The answer section of the reply to an A query, as "name A address" lines.
-    Lines ask(const std::string& name)
-    {
-        network.sent.clear();
-        network.deliver(network.findOpen(false, 53), {0x0A000005, 999}, makeQuery(1, name, 1, false));
-        if (network.sent.size() != 1) return {"no reply"};
-        return decodeReply(network.sent[0].data).section(2);
-    }
-    bool logged(const std::string& line) const
-    {
-        return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
-    }
+    void start() { restart(); }
 };
 
 } // namespace
@@ -60,20 +27,20 @@ TEST(StoreWiring, ReloadCommandAndNewZoneFilesReplaceZoneData)
     Program p("CheckNew: 5\n");
     p.start();
     EXPECT_TRUE(p.logged("Loading Zone: lan."));
-    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.1"});
+    EXPECT_EQ(p.answer("host.lan."), Lines{"host.lan. A 10.0.0.1"});
 
     p.folder.write("data/lan.dns", "@ IN SOA ns.lan. admin.lan. 2 1 1 1 1\nhost IN A 10.0.0.2\n");
     p.engine->execute(Command::ReloadRecords); // SIGHUP
-    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.2"});
+    EXPECT_EQ(p.answer("host.lan."), Lines{"host.lan. A 10.0.0.2"});
 
     p.clock.advance(1s); // the first tick scans at once and finds nothing new
     EXPECT_FALSE(p.logged("New zone file discovered: lan."));
     p.folder.write("data/lan.new", "@ IN SOA ns.lan. admin.lan. 3 1 1 1 1\nhost IN A 10.0.0.3\n");
     p.clock.advance(4s); // not yet more than CheckNew seconds since that scan
-    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.2"});
+    EXPECT_EQ(p.answer("host.lan."), Lines{"host.lan. A 10.0.0.2"});
     p.clock.advance(2s);
     EXPECT_TRUE(p.logged("New zone file discovered: lan."));
-    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.3"});
+    EXPECT_EQ(p.answer("host.lan."), Lines{"host.lan. A 10.0.0.3"});
     EXPECT_FALSE(std::filesystem::exists(p.folder.path() / "data/lan.new"));
 }
 
@@ -91,7 +58,7 @@ TEST(StoreWiring, CacheKeptAcrossARestartWhenAskedTo)
     ASSERT_NE(at, p.events.lines.end());
     EXPECT_EQ(*(at - 1), "-> File not found!");       // no named.root, reported by the reload before it
     EXPECT_EQ(*(at + 2), "Loading IP address blocks..."); // after the cache's own count line
-    EXPECT_EQ(p.ask("learned.example."), Lines{"learned.example. A 10.9.9.9"});
+    EXPECT_EQ(p.answer("learned.example."), Lines{"learned.example. A 10.9.9.9"});
 }
 
 TEST(StoreWiring, TickSweepsExpiredLearnedRecords)
@@ -104,7 +71,7 @@ TEST(StoreWiring, TickSweepsExpiredLearnedRecords)
     EXPECT_EQ(p.engine->store().recordCount(), loaded + 1);
     p.clock.advance(8s); // expired more than 5 seconds ago; the tiny cache is visited each tick
     EXPECT_EQ(p.engine->store().recordCount(), loaded);
-    EXPECT_EQ(p.ask("short.example."), Lines{});
+    EXPECT_EQ(p.answer("short.example."), Lines{});
 }
 
 TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
@@ -122,14 +89,14 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
 
     const SocketId connection = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4000});
     const Bytes axfr = makeQuery(3, "lan.", 252, false);
-    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(axfr.size())) + axfr);
+    p.network.deliverTcp(connection, framed(axfr));
     EXPECT_TRUE(p.logged("Sending Zone Transfer to 10.0.0.7 for lan."));
     EXPECT_FALSE(p.network.tcpSent[connection].empty());
 
     // The reload port takes commands from this machine only; a reloaded zone notifies its secondary.
     const SocketId reload = p.network.findOpen(false, p.engine->reloadPort());
     p.network.deliver(reload, {0x0A000005, 999}, "UNLOAD lan");
-    EXPECT_EQ(p.ask("host.lan."), Lines{"host.lan. A 10.0.0.1"});
+    EXPECT_EQ(p.answer("host.lan."), Lines{"host.lan. A 10.0.0.1"});
     p.network.deliver(reload, {0x7F000001, 999}, "RELOAD P lan");
     EXPECT_EQ(notifications(), 1u);
     p.folder.write("data/lan.new", "; Notify 10.0.0.7\n@ IN SOA ns.lan. admin.lan. 2 1 1 1 1\n");
@@ -137,7 +104,7 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
     EXPECT_EQ(notifications(), 2u);
     p.network.deliver(reload, {0x7F000001, 999}, "unload lan");
     EXPECT_TRUE(p.logged("Removing Zone: lan."));
-    EXPECT_EQ(p.ask("host.lan."), Lines{});
+    EXPECT_EQ(p.answer("host.lan."), Lines{});
 
     // A NOTIFY from the primary of a secondary zone is acknowledged and asks for a poll.
     Bytes notify = makeQuery(9, "copy.", 6, false);
@@ -166,13 +133,11 @@ TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
     EXPECT_EQ(primary, (Endpoint{0x0A000001, 53}));
     p.network.accept(connection);
     const Bytes request = p.network.tcpSent[connection].substr(2);
-    Bytes soa = ZipName("ns.copy.", "") + ZipName("admin.copy.", "");
-    for (const int32_t value : {7, 3600, 600, 86400, 60}) soa += MakeLong(value);
-    const Bytes answer = makeAnswer(request, 0, true,
-                                    {{2, "copy.", 6, 3600, soa}, wireA(2, "www.copy.", "10.0.0.80"), {2, "copy.", 6, 3600, soa}});
-    p.network.deliverTcp(connection, MakeShort(static_cast<int32_t>(answer.size())) + answer);
+    const WireRecord soa = wireSoa("copy.", 3600, 60, 7, 2);
+    const Bytes answer = makeAnswer(request, 0, true, {soa, wireA(2, "www.copy.", "10.0.0.80"), soa});
+    p.network.deliverTcp(connection, framed(answer));
     EXPECT_TRUE(p.logged("Receiving Zone Transfer from 10.0.0.1 for copy."));
-    EXPECT_EQ(p.ask("www.copy."), Lines{"www.copy. A 10.0.0.80"});
+    EXPECT_EQ(p.answer("www.copy."), Lines{"www.copy. A 10.0.0.80"});
     EXPECT_TRUE(p.folder.read("data/copy.dns").starts_with("; PrimaryIP 10.0.0.1\n@ 3600 SOA ns.copy."));
 
     // A NOTIFY from the primary: acknowledged, then the SOA is asked for from the outgoing socket.
@@ -185,7 +150,7 @@ TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)
     EXPECT_EQ(query.to, (Endpoint{0x0A000001, 53}));
     EXPECT_EQ(decodeReply(query.data).qtype, 6);
     // The same serial: nothing to transfer.
-    p.network.deliver(query.socket, {0x0A000001, 53}, makeAnswer(query.data, 0, true, {{2, "copy.", 6, 3600, soa}}));
+    p.network.deliver(query.socket, {0x0A000001, 53}, makeAnswer(query.data, 0, true, {soa}));
     EXPECT_EQ(p.network.connects.size(), 1u);
     EXPECT_FALSE(p.logged("Reply from 10.0.0.1: Ignored - No matching requests."));
 }

@@ -4,6 +4,7 @@
 #include "wire/addresses6.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
+#include "wire/tcp_frame.h"
 #include "wire/type_names.h"
 
 namespace quorvane::test {
@@ -104,11 +105,11 @@ WireRecord wireName(int section, const std::string& name, uint16_t type, const s
     return {section, name, type, ttl, ZipName(target, "")};
 }
 
-WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum)
+WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum, uint32_t serial, int section)
 {
     Bytes data = ZipName("ns." + zone, "") + ZipName("admin." + zone, "");
-    for (const uint32_t value : {1u, 3600u, 600u, 86400u, minimum}) data += MakeLong(value);
-    return {3, zone, 6, ttl, data};
+    for (const uint32_t value : {serial, 3600u, 600u, 86400u, minimum}) data += MakeLong(value);
+    return {section, zone, 6, ttl, data};
 }
 
 Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<WireRecord>& records)
@@ -129,6 +130,21 @@ Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<W
                 m += ZipName(r.name, "") + MakeShort(r.type) + MakeShort(1) + MakeLong(r.ttl) +
                      MakeShort(static_cast<int32_t>(r.rdata.size())) + r.rdata;
     return m;
+}
+
+Bytes framed(std::string_view message)
+{
+    Bytes out;
+    appendFramed(out, message);
+    return out;
+}
+
+std::vector<DecodedReply> decodeFramed(std::string_view stream)
+{
+    std::vector<DecodedReply> out;
+    size_t at = 0;
+    while (const auto message = nextFramed(stream, at)) out.push_back(decodeReply(Bytes(*message)));
+    return out;
 }
 
 std::vector<std::string> DecodedReply::section(int s) const

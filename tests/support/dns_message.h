@@ -4,6 +4,7 @@
 #include "net/bytes.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quorvane::test {
@@ -48,10 +49,16 @@ struct WireRecord {
 WireRecord wireA(int section, const std::string& name, const std::string& address, uint32_t ttl = 3600);
 // NS, CNAME or PTR: a record whose data is one name.
 WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target, uint32_t ttl = 3600);
-WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum);
+// A SOA record: ns.<zone> admin.<zone> serial 3600 600 86400 minimum.
+WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum, uint32_t serial = 1, int section = 3);
 
 // Another server's answer to a query: its identifier and question, QR and RA set, AA as given,
 // the response code, then the records by section.
 Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<WireRecord>& records);
+
+// A message with its length in front, as sent over TCP; and every whole message of such a stream,
+// decoded.
+Bytes framed(std::string_view message);
+std::vector<DecodedReply> decodeFramed(std::string_view stream);
 
 } // namespace quorvane::test

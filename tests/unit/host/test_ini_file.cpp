@@ -104,48 +104,8 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     s.TLSKEYFILE = "/etc/dot.key";
 
     const std::string text = formatIni(s, 40123);
-    EXPECT_EQ(text, "Name: ns.home.lan\n"
-                    "Hosts: /etc/hosts\n"
-                    "HostsTTL: 3600 \n"
-                    "DNSBind: 192.168.1.1\n"
-                    "StartMini: YES\n"
-                    "DNSRecursion: <all>\n"
-                    "WriteLog: YES\n"
-                    "LogDetail: NO\n"
-                    "LogBlock: NO\n"
-                    "CacheTTL: 60 \n"
-                    "CheckNew: 30 \n"
-                    "RecursionOut: YES\n"
-                    "NS: 10.0.0.1\n"
-                    "NS: 10.0.0.2\n"
-                    "ReloadPort: 40123 \n"
-                    "BombLevel: 50 \n"
-                    "NoBlock: 192.168.1.5\n"
-                    "DHCP: 192.168.1.1 .home.lan 192.168.1.100 192.168.1.200 255.255.255.0 0.0.0.0 86400\n"
-                    "AAAARecords: YES\n"
-                    "EDNS: YES\n"
-                    "TCPQueries: YES\n"
-                    "QueryHardening: YES\n"
-                    "MoreRecordTypes: YES\n"
-                    "LocalNames: YES\n"
-                    "DHCPFixedNames: YES\n"
-                    "BlockList: lists/Ads.txt\n"
-                    "BlockList: https://lists.example/hosts\n"
-                    "AllowList: good.example\n"
-                    "BlockAnswer: NXDOMAIN\n"
-                    "BlockListUpdate: 6 \n"
-                    "NoFilter: 192.168.1.9\n"
-                    "DHCPFixed: aa:bb:cc:dd:ee:01 192.168.1.50 nas\n"
-                    "DHCPFixed: id:01aabb 192.168.1.51 printer\n"
-                    "DHCPOption: 192.168.1.1 119 \"Home.lan corp.test\"\n"
-                    "DHCPOption: 192.168.1.1 42 192.168.1.5\n"
-                    "Forward: corp.test 10.0.0.5 10.0.0.6\n"
-                    "Forward: 10.in-addr.arpa 10.0.0.5\n"
-                    "NS: 10.0.0.3 tls dns.example\n"
-                    "TLSCAFile: /etc/Test CA.pem\n"
-                    "TLSCertFile: /etc/dot.pem\n"
-                    "TLSKeyFile: /etc/dot.key\n"
-                    "User: DnsUser\n");
+    std::ifstream golden(QUORVANE_HOST_DATA "/all_settings.ini", std::ios::binary);
+    EXPECT_EQ(text, std::string(std::istreambuf_iterator<char>(golden), {}));
     EXPECT_EQ(parseIni(text), s);
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});

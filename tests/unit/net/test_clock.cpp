@@ -1,5 +1,4 @@
 #include "net/clock.h"
-#include "net/network.h"
 
 #include <gtest/gtest.h>
 
@@ -36,14 +35,6 @@ TEST(Clock, SecondsAddedAsDayFractionsLandOnWholeSeconds)
     for (int i = 0; i < 60; ++i) when += 1.0 / kSecondsPerDay;
     EXPECT_EQ(dateTimeText(when), "2026-11-23 00:00:00");
     EXPECT_EQ(timeOfDayText(when - 1.0 / kSecondsPerDay), "23:59:59");
-}
-
-TEST(Network, AddressText)
-{
-    EXPECT_EQ(addressText(0), "0.0.0.0");
-    EXPECT_EQ(addressText(0x7F000001), "127.0.0.1");
-    EXPECT_EQ(addressText(0xFFFFFFFF), "255.255.255.255");
-    EXPECT_EQ(addressText(0xC0A80A01), "192.168.10.1");
 }
 
 } // namespace quorvane

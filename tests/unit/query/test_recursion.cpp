@@ -1,12 +1,7 @@
 // Resolution through other servers: forwarders that fail or answer, referrals from the root down,
 // sub-requests for name servers without glue, SPOOFSECURE, the outgoing identifiers and the cap on
 // waiting requests.
-#include "query/dns_service.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
-#include "support/temp_folder.h"
+#include "support/dns_fixture.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>
@@ -16,11 +11,8 @@
 namespace quorvane::test {
 
 using namespace std::chrono_literals;
-using Lines = std::vector<std::string>;
 
 namespace {
-
-constexpr Endpoint kClient{0x0A000005, 40000}; // 10.0.0.5
 
 uint32_t ip(const std::string& text)
 {
@@ -29,27 +21,17 @@ uint32_t ip(const std::string& text)
     return value;
 }
 
-struct Resolver {
-    FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 0})};
-    TempFolder folder;
-    RecordingQueryHost host;
-    OutgoingRig rig;
-    RecordStore store{clock, folder.path(), [](int, const std::string&) {}};
-    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
-
+struct Resolver : DnsFixture {
     explicit Resolver(QuerySettings settings, const std::string& rootHints = "")
+        : DnsFixture(fromCalendar({2026, 11, 22, 10, 0, 0}))
     {
         folder.write("named.root", rootHints);
         store.LoadPerm();
         settings.localAddresses = {"192.168.1.10"};
         dns.configure(std::move(settings));
+        host.lines.clear();
     }
-    void addZone(const std::string& name, const std::string& text)
-    {
-        std::filesystem::create_directories(folder.path() / "data");
-        folder.write("data/" + name + "dns", text);
-        store.LoadPerm();
-    }
+    void addZone(const std::string& name, const std::string& text) { load("data/" + name + "dns", text); }
     void ask(const std::string& name, uint16_t type = 1) { dns.ProcReq(kClient, makeQuery(7, name, type, true)); }
     // The timer's work on the tick at the given whole second after the start.
     void tickAt(int second)

@@ -2,24 +2,15 @@
 // counters, a fake network and a recording host, and a queue that records the zones put on it.
 #pragma once
 
-#include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "replication/zone_queue.h"
-#include "store/record_store.h"
-#include "support/dns_message.h"
-#include "support/fake_clock.h"
-#include "support/fake_network.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
-#include "support/temp_folder.h"
+#include "support/dns_fixture.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace quorvane::test {
-
-using Lines = std::vector<std::string>;
 
 struct RecordingQueue : ZoneQueue
 {
@@ -35,22 +26,14 @@ inline const char* const kExampleZone =
     "@ 3600 IN NS ns.example.test.\n"
     "ns 300 IN A 10.0.0.2\n";
 
-struct ReplicationFixture
+struct ReplicationFixture : DnsFixture
 {
-    FakeClock clock;
-    TempFolder folder;
-    RecordingQueryHost host;
     FakeNetwork network;
-    OutgoingRig rig;
-    RecordStore store{clock, folder.path(),
-                      [this](int, const std::string& text) { host.lines.push_back(text); }};
-    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
     FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
     RecordingQueue queue;
 
     ReplicationFixture()
     {
-        std::filesystem::create_directories(folder.path() / "data");
         folder.write("data/example.test.dns", kExampleZone);
         folder.write("data/open.test.dns",
                      "; NotSecure\n@ 60 IN SOA ns.open.test. a.open.test. 1 60 60 600 60\n");

@@ -16,15 +16,7 @@ constexpr Endpoint kPrimary{0x0A000001, 53}; // copy.test.'s primary, 10.0.0.1
 
 WireRecord soa(const std::string& zone, uint32_t serial)
 {
-    Bytes data = ZipName("ns." + zone, "") + ZipName("admin." + zone, "");
-    for (const uint32_t value : {serial, 3600u, 600u, 86400u, 60u})
-        data += MakeLong(value);
-    return {2, zone, 6, 3600, data};
-}
-
-Bytes framed(const Bytes& message)
-{
-    return MakeShort(static_cast<int32_t>(message.size())) + message;
+    return wireSoa(zone, 3600, 60, serial, 2);
 }
 
 struct SecondaryFixture : ReplicationFixture

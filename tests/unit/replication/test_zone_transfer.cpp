@@ -24,25 +24,7 @@ struct TransferFixture : ReplicationFixture
         tcp.connectionRequest(id, {address, 40000}, running);
         return id;
     }
-    // The framed messages a connection was sent, decoded.
-    std::vector<DecodedReply> received(SocketId id)
-    {
-        std::vector<DecodedReply> out;
-        const Bytes& stream = network.tcpSent[id];
-        for (size_t at = 0; at + 2 <= stream.size();) {
-            const size_t length =
-                static_cast<unsigned char>(stream[at]) * 256u + static_cast<unsigned char>(stream[at + 1]);
-            out.push_back(decodeReply(stream.substr(at + 2, length)));
-            at += length + 2;
-        }
-        return out;
-    }
 };
-
-Bytes framed(const Bytes& message)
-{
-    return MakeShort(static_cast<int32_t>(message.size())) + message;
-}
 
 constexpr uint32_t kListed = 0x0A000007;   // 10.0.0.7
 constexpr uint32_t kUnlisted = 0x0A000008; // 10.0.0.8
@@ -110,7 +92,7 @@ TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
         const SocketId id = f.connect(c.from);
         f.tcp.DataArrival(id, framed(c.message));
         EXPECT_EQ(f.host.lines, c.lines);
-        const auto replies = f.received(id);
+        const auto replies = decodeFramed(f.network.tcpSent[id]);
         if (c.rcode < 0) {
             EXPECT_TRUE(replies.empty());
             continue;
@@ -136,7 +118,7 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
     EXPECT_TRUE(f.network.tcpSent[id].empty());
     f.tcp.DataArrival(id, request.substr(5) + framed(makeQuery(10, "example.test.", 6, false)));
 
-    const auto replies = f.received(id);
+    const auto replies = decodeFramed(f.network.tcpSent[id]);
     ASSERT_EQ(replies.size(), 5u);
     const Lines expected[] = {{"example.test. SOA ns.example.test. admin.example.test. 7"},
                               {"example.test. NS ns.example.test."},
@@ -158,7 +140,7 @@ TEST(ZoneTransfer, ATransferIsOneRecordPerMessageBetweenTwoSOAs)
     // An incremental transfer gets the whole zone, under its own question type.
     f.network.tcpSent[id].clear();
     f.tcp.DataArrival(id, framed(makeQuery(11, "example.test.", 251, false)));
-    const auto whole = f.received(id);
+    const auto whole = decodeFramed(f.network.tcpSent[id]);
     ASSERT_EQ(whole.size(), 4u);
     for (size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(whole[i].qtype, 251);
@@ -187,7 +169,7 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
         f.tcp.drained(id);
     }
     EXPECT_GT(slices, 4u);
-    const auto replies = f.received(id);
+    const auto replies = decodeFramed(f.network.tcpSent[id]);
     ASSERT_EQ(replies.size(), 5002u);
     EXPECT_EQ(replies.front().section(2), replies.back().section(2));
     EXPECT_EQ(replies[5000].records.at(0).name, "host4999.big.test.");

@@ -1,0 +1,79 @@
+// The engine-level fixture: the whole engine in a temporary program folder, on a fake network and
+// clock, telling a recording front end what it does.
+#pragma once
+
+#include "host/engine.h"
+#include "support/dns_message.h"
+#include "support/fake_clock.h"
+#include "support/fake_network.h"
+#include "support/recording_events.h"
+#include "support/temp_folder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quorvane::test {
+
+using Lines = std::vector<std::string>;
+
+struct EngineFixture
+{
+    // The settings file as given; none at all when ini is not given.
+    explicit EngineFixture(std::optional<std::string> ini = std::nullopt,
+                           DateTime start = fromCalendar({2026, 11, 22, 12, 0, 0}))
+        : clock(start)
+    {
+        std::filesystem::create_directories(folder.path() / "data");
+        if (ini) folder.write("quorvane.ini", *ini);
+    }
+
+    // A new engine on the same network, not yet started.
+    Engine& make()
+    {
+        engine = std::make_unique<Engine>(network, clock, events,
+                                          EngineOptions{folder.path(), "/opt/quorvane/quorvane", true});
+        return *engine;
+    }
+    void start() { make().Main(); }
+    // The program closed and started again on a fresh network, as after a restart.
+    void restart()
+    {
+        engine.reset(); // the old engine lets go of the network before the next one takes it
+        network = FakeNetwork();
+        start();
+    }
+    bool dnsBound() const
+    {
+        return network.findOpen(false, 53) != kNoSocket && network.findOpen(true, 53) != kNoSocket;
+    }
+    // What the server sends back to a datagram on UDP 53, decoded; ok is false unless exactly one
+    // datagram went out.
+    DecodedReply ask(const Bytes& query, Endpoint from = {0x0A000005, 999})
+    {
+        network.sent.clear();
+        network.deliver(network.findOpen(false, 53), from, query);
+        return network.sent.size() == 1 ? decodeReply(network.sent[0].data) : DecodedReply{};
+    }
+    // The answer section of the reply to an A query without recursion, or "no reply".
+    Lines answer(const std::string& name)
+    {
+        const DecodedReply reply = ask(makeQuery(1, name, 1, false));
+        return reply.ok ? reply.section(2) : Lines{"no reply"};
+    }
+    bool logged(const std::string& line) const
+    {
+        return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
+    }
+
+    FakeClock clock;
+    FakeNetwork network;
+    RecordingEvents events;
+    TempFolder folder;
+    std::unique_ptr<Engine> engine;
+};
+
+} // namespace quorvane::test

@@ -14,18 +14,17 @@ cat >"$folder/data/office.test.dns" <<'ZONE'
 ns1 IN A 127.0.0.1   ; this server
 ZONE
 
-dir="$WORK/nsd"
-mkdir -p "$dir"
-{
-    nsd_server_conf 127.0.0.11 "$dir"
-    printf 'zone:\n    name: "office.test"\n    zonefile: "%s/office.test.zone"\n' "$dir"
-    printf '    request-xfr: 127.0.0.1 NOKEY\n    allow-notify: 127.0.0.1 NOKEY\n'
-    printf '    outgoing-interface: 127.0.0.11\n'
-} >"$dir/nsd.conf"
 start_server "$folder"
 wait_for 'DNS service started on 127\.0\.0\.1$'
-nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
-started $!
+dir="$WORK/nsd-127.0.0.11"
+start_peer nsd 127.0.0.11 <<CONF
+zone:
+    name: "office.test"
+    zonefile: "$dir/office.test.zone"
+    request-xfr: 127.0.0.1 NOKEY
+    allow-notify: 127.0.0.1 NOKEY
+    outgoing-interface: 127.0.0.11
+CONF
 
 serial() { dig @"$1" +tries=1 +time=1 +norec +short office.test SOA 2>/dev/null | awk '{ print $3 }'; }
 serial_is() { [ "$(serial "$1")" = "$2" ]; }

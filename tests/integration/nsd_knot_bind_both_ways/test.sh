@@ -1,8 +1,8 @@
 # Three real peers, each on its own loopback address: NSD on 127.0.0.21, Knot on 127.0.0.22, BIND
 # on 127.0.0.23. Each is the primary of two zones that Quorvane takes in: it NOTIFYs Quorvane about
 # n-PEER.test and not about r-PEER.test. And each is a secondary of example.test, Quorvane's own
-# zone, whose "; Notify" line names all three; the Secure default lets exactly these addresses
-# transfer it.
+# zone, whose "; Notify" line names all three. The zone is NotSecure, since the second Quorvane
+# below asks from 127.0.0.1 (ZoneTransfer's unit tests check who may transfer a Secure zone).
 # As secondary, Quorvane transfers every zone at start, answers it with AA and writes it back to its
 # file; when all six change on the primaries, the notified zones are served anew within 6 s, the
 # others at the next 60-s poll. Knot answers the request marker after the question with FORMERR,
@@ -10,13 +10,20 @@
 # sends its NOTIFY over TCP only.
 # As primary, Quorvane announces three versions of example.test with NOTIFY (the reload command, a
 # new file picked up by the CheckNew scan, an edit of the file followed by the reload command) and
-# each secondary serves each version within 10 s. All of that runs while the polled zones wait.
+# each secondary serves each version within 10 s; a second Quorvane on 127.0.0.25 is one of
+# them. Its SOA refresh is an hour, so only the NOTIFY can do that.
+# A secondary zone outlives its primary only until the SOA expire time: exp.test. comes from an
+# NSD on 127.0.0.24 (expire 20 s), which is stopped after the first transfer; the first poll
+# after the expire time drops the zone: its file keeps only the header line and its names are
+# answered without records and without AA. Once NSD is back, the reload command brings the zone
+# back at once. All of that runs while the polled zones wait.
 folder="$WORK/folder"
 mkdir -p "$folder/data"
 printf 'Name: ns1.example.test\nDNSBind: 127.0.0.1\nLogDetail: YES\nCheckNew: 1\n' >"$folder/quorvane.ini"
 
 ZONES="n-nsd.test r-nsd.test n-knot.test r-knot.test n-bind.test r-bind.test"
 PEERS="127.0.0.21:nsd 127.0.0.22:knot 127.0.0.23:bind"
+SECONDARIES="$PEERS 127.0.0.25:quorvane"
 peer_of() { local peer=${1#*-} && echo "${peer%.test}"; }
 primary_of() { case $1 in *nsd.test) echo 127.0.0.21 ;; *knot.test) echo 127.0.0.22 ;; *bind.test) echo 127.0.0.23 ;; esac; }
 dir_of() { echo "$WORK/$(peer_of "$1")-$(primary_of "$1")"; }
@@ -49,7 +56,8 @@ write_zones() { # version $1, into each primary's folder
 # follow it, and onlyN exists only in version N.
 own_zone() {
     cat >"$2.part" <<ZONE
-; Notify 127.0.0.21 127.0.0.22 127.0.0.23
+; Notify 127.0.0.21 127.0.0.22 127.0.0.23 127.0.0.25
+; NotSecure
 @       IN SOA ns1.example.test. admin.example.test. ( 202611230$1 ; serial
                 3600 600 86400 300 )
         IN NS   ns1
@@ -90,7 +98,7 @@ view() {
 serial_at() { dig @"$1" +tries=1 +time=1 +norec +short "${2:-example.test}" SOA 2>/dev/null | awk '{ print $3 }'; }
 secondaries_serve() {
     local peer
-    for peer in $PEERS; do [ "$(serial_at "${peer%%:*}")" = "202611230$1" ] || return 1; done
+    for peer in $SECONDARIES; do [ "$(serial_at "${peer%%:*}")" = "202611230$1" ] || return 1; done
 }
 # Waits up to 10 s until every secondary serves version $1 of example.test, then compares their
 # answers with it. $2 names the step for the messages.
@@ -98,7 +106,7 @@ all_serve() {
     local start=$SECONDS peer
     within 10 secondaries_serve "$1" || fail "$2: not every secondary serves serial 202611230$1 after 10 s$(peer_logs)"
     echo "$2: every secondary serves serial 202611230$1 after $((SECONDS - start)) s"
-    for peer in $PEERS; do
+    for peer in $SECONDARIES; do
         [ "$(view "${peer%%:*}")" = "$(expected "$1")" ] ||
             fail "$2: ${peer#*:} answers
 $(view "${peer%%:*}")
@@ -143,7 +151,7 @@ zone:
     allow-notify: 127.0.0.1 NOKEY
     outgoing-interface: 127.0.0.21
 CONF
-NSD_PID=$PEER_PID
+nsd_pid=$PEER_PID
 knot="$WORK/knot-127.0.0.22"
 start_peer knot 127.0.0.22 <<CONF
 remote:
@@ -201,6 +209,15 @@ for zone in $ZONES; do
     printf '; PrimaryIP %s\n' "$(primary_of "$zone")" >"$folder/data/$zone.dns"
 done
 
+# exp.test.: a short expire time, and a primary stopped once the zone is in.
+printf '%s\n' '$TTL 5' '@ IN SOA ns.exp.test. admin.exp.test. ( 2026120101 5 5 20 5 )' '@ IN NS ns' \
+    'ns IN A 127.0.0.24' 'www IN A 192.0.2.1' >"$WORK/exp.test.zone"
+start_exp() { NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.24 exp.test. "$WORK/exp.test.zone"; }
+start_exp
+printf '; PrimaryIP 127.0.0.24\n' >"$folder/data/exp.test.dns"
+exp_transfers() { count_lines 'Receiving Zone Transfer from 127.0.0.24 for exp\.test\.'; }
+exp_served() { [ "$(aa_answer 127.0.0.1 www.exp.test A)" = 192.0.2.1 ]; }
+
 # --- Secondary: each zone transferred at start -------------------------------------------------
 own_zone 1 "$folder/data/example.test.dns"
 start_server "$folder"
@@ -216,10 +233,14 @@ for zone in $ZONES; do
 $(cat "$file")"
 done
 echo "every zone transferred and served"
+within 10 exp_served || fail "exp.test not served after 10 s"
+kill -TERM "$NSD_PID"
+timeout 10 tail --pid="$NSD_PID" -f /dev/null || fail "nsd did not stop"
+exp_stopped=$SECONDS
 
 # --- Secondary: a change on every primary ------------------------------------------------------
 write_zones 2
-kill -HUP "$NSD_PID"
+kill -HUP "$nsd_pid"
 knotc -s "$knot/knot.sock" zone-reload >/dev/null || fail "knotc zone-reload"
 kill -HUP "$BIND_PID"
 for zone in $ZONES; do
@@ -241,6 +262,14 @@ notified_served() {
 within 6 notified_served && echo "notified zones served anew after $((SECONDS - start)) s"
 
 # --- Primary: the reload command, a new file, an edit and the reload command ---------------------
+# The second Quorvane runs beside the one lib.sh watches, with its own output.
+mkdir -p "$WORK/second/data"
+printf 'Name: ns2.example.test\nDNSBind: 127.0.0.25\nLogDetail: YES\n' >"$WORK/second/quorvane.ini"
+printf '; PrimaryIP 127.0.0.1\n' >"$WORK/second/data/example.test.dns"
+"$QUORVANE" --headless --dir "$WORK/second" >"$WORK/second.stdout" 2>&1 &
+second_pid=$!
+started "$second_pid"
+within 10 grep -q 'DNS service started on 127\.0\.0\.25$' "$WORK/second.stdout" || fail "the second Quorvane did not start"
 "$QUORVANE_CTL" --dir "$folder" reload-zone example.test || fail "quorvane-ctl reload-zone failed"
 all_serve 1 "first transfer"
 own_zone 2 "$folder/data/example.test.new"
@@ -258,6 +287,9 @@ for peer in $PEERS; do
     [ "$(sent Transfer "$address")" -ge 3 ] || fail "${peer#*:}: $(sent Transfer "$address") transfers, expected 3 or more"
     echo "${peer#*:}: $(sent Transfer "$address") transfers, $(ixfr_from "$address") of them asked as IXFR"
 done
+grep -qE 'Zone Update Notification from 127\.0\.0\.1 about example\.test\.' "$WORK/second.stdout" ||
+    fail "no notification in the second Quorvane's log: $(cat "$WORK/second.stdout")"
+SERVER_PID=$second_pid stop_server
 
 # --- Secondary: the zones without NOTIFY at the next poll ----------------------------------------
 for zone in r-nsd.test r-knot.test r-bind.test; do
@@ -269,6 +301,22 @@ echo "polled zones served anew after $((SECONDS - start)) s"
 for zone in $ZONES; do
     [ "$(transfers "$zone")" -eq 2 ] || fail "$zone: $(transfers "$zone") transfer lines, expected 2"
 done
+
+# --- exp.test. expired, and back with the reload command --------------------------------------------
+within $((exp_stopped + 85 - SECONDS)) grep -qE '^[0-9:]{8}   Zone has expired: exp\.test\.$' "$WORK/stdout" ||
+    fail "no expiry 85 s after the primary stopped"
+[ "$(head -1 "$folder/data/exp.test.dns")" = "; PrimaryIP 127.0.0.24" ] || fail "exp.test.dns lost its header"
+grep -qv '^;' "$folder/data/exp.test.dns" && fail "records left in exp.test.dns: $(cat "$folder/data/exp.test.dns")"
+for name in www.exp.test exp.test; do
+    dig @127.0.0.1 +tries=1 +time=2 +norec "$name" A >"$WORK/dig.out" || fail "no reply for $name"
+    grep -qE 'flags:[a-z ]* aa[ ;]' "$WORK/dig.out" && fail "$name answered with AA after expiry: $(cat "$WORK/dig.out")"
+    grep -q 'ANSWER: 0,' "$WORK/dig.out" || fail "$name answered after expiry: $(cat "$WORK/dig.out")"
+done
+start_exp
+"$QUORVANE_CTL" --dir "$folder" reload-zone exp.test || fail "quorvane-ctl reload-zone failed"
+within 5 exp_served || fail "exp.test not served again 5 s after the reload command"
+[ "$(exp_transfers)" -eq 2 ] || fail "$(exp_transfers) transfer lines for exp.test, expected 2"
+grep -q '192\.0\.2\.1' "$folder/data/exp.test.dns" || fail "exp.test.dns not written again: $(cat "$folder/data/exp.test.dns")"
 
 # --- The request marker: only Knot refuses it, and Quorvane asks it without it from then on --------
 fallback() { count_lines "Primary $1 answered the transfer request with response code $2 - asking it again without the MS marker"; }

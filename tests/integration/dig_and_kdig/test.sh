@@ -1,5 +1,5 @@
 # dig and kdig, which parse replies strictly, ask the real binary for its own zone and hosts file:
-# a CNAME chain, MX and SRV with their targets' addresses, CAA, NXDOMAIN with the SOA, PTR and an
+# a CNAME chain, SRV with its target's address, CAA, NXDOMAIN with the SOA, PTR and an
 # alias from the hosts file (under a path with capitals and a blank, kept as written), the AA and
 # RA bits. And they take zone transfers over TCP. open.test carries "; NotSecure",
 # so anyone may take it: the SOA first and last, and in between every other record of the file
@@ -86,15 +86,13 @@ answer() { q +noall +answer "$@"; }
 k() { kdig @127.0.0.1 +retry=0 +timeout=2 "$@" >"$WORK/kdig" 2>&1 || fail "kdig $*: $(cat "$WORK/kdig")"; }
 
 # --- Answers ------------------------------------------------------------------------------------
-chain=$(answer www.office.test A | awk '{print $1, $4, $5}' | paste -sd'|')
-[ "$chain" = "www.office.test. CNAME web.office.test.|web.office.test. CNAME files.office.test.|files.office.test. A 10.0.0.30" ] || fail "CNAME chain: $chain"
+# The rules behind these answers are in Answers.AuthoritativeDataAliasesAndAdditionalRecords and
+# Answers.MissingNamesAndTypesInOwnZone; here real clients read the real binary's replies.
 k www.office.test A
-grep -q 'status: NOERROR' "$WORK/kdig" && grep -qE 'files\.office\.test\.\s+86400\s+IN\s+A\s+10\.0\.0\.30' "$WORK/kdig" ||
-    fail "kdig: $(cat "$WORK/kdig")"
-q office.test MX >"$WORK/mx"
-grep -qE 'flags: qr aa rd ra;' "$WORK/mx" || fail "MX flags: $(grep flags "$WORK/mx")"
-grep -qE '^office\.test\.\s+86400\s+IN\s+MX\s+10 mail\.office\.test\.$' "$WORK/mx" || fail "MX answer"
-grep -A1 'ADDITIONAL SECTION' "$WORK/mx" | grep -qE '^mail\.office\.test\.\s.*A\s+10\.0\.0\.25$' || fail "MX additional"
+chain=$(awk '/ANSWER SECTION/ { on = 1; next } on && NF >= 5 { print $1, $4, $5 } on && !NF { exit }' "$WORK/kdig" | paste -sd'|')
+[ "$chain" = "www.office.test. CNAME web.office.test.|web.office.test. CNAME files.office.test.|files.office.test. A 10.0.0.30" ] ||
+    fail "kdig CNAME chain: $(cat "$WORK/kdig")"
+grep -qE ';; Flags: qr aa rd ra;' "$WORK/kdig" || fail "kdig flags: $(cat "$WORK/kdig")"
 srv='_sip\._tcp\.office\.test\.\s+86400\s+IN\s+SRV\s+10 60 5060 mail\.office\.test\.$'
 caa='^office\.test\.\s+86400\s+IN\s+CAA\s+0 issue "ca\.example\.net" ?$' # kdig adds a blank
 k _sip._tcp.office.test SRV
@@ -108,10 +106,6 @@ grep -q 'status: NXDOMAIN' "$WORK/nx" || fail "NXDOMAIN"
 grep -A1 'AUTHORITY SECTION' "$WORK/nx" | grep -qE 'SOA\s+ns\.office\.test\. admin\.office\.test\. 2026112201 3600 600 604800 300' || fail "SOA with NXDOMAIN"
 [ "$(answer -x 10.0.0.40 | awk '{print $4, $5}')" = "PTR laptop." ] || fail "PTR: $(answer -x 10.0.0.40)"
 [ "$(answer laptop-wifi A | awk '{print $4, $5}' | paste -sd'|')" = "CNAME laptop.|A 10.0.0.40" ] || fail "hosts alias"
-# Without recursion asked for, the zone's name servers come in the authority section.
-q +norec ns.office.test A >"$WORK/norec"
-grep -qE 'flags: qr aa ra;' "$WORK/norec" || fail "norec flags: $(grep flags "$WORK/norec")"
-grep -A1 'AUTHORITY SECTION' "$WORK/norec" | grep -qE 'NS\s+ns\.office\.test\.$' || fail "authority NS"
 
 # --- Transfers ----------------------------------------------------------------------------------
 

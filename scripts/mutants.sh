@@ -90,7 +90,7 @@ while IFS=$sep read -r -u 3 id file old new what extra; do
     echo "== $id $file: $what" >&2
     if ! build; then
         restore
-        rows+=("$id|$file|not compiled|$((SECONDS - start))|$(grep -m1 'error' "$work/build.log" || true)")
+        rows+=("$id|$file|not compiled|$((SECONDS - start))|$(grep -m1 'error:' "$work/build.log" || true)")
         continue
     fi
     case $file in
@@ -116,5 +116,5 @@ echo "== rebuilding the clean tree" >&2
 build || cat "$work/build.log"
 flock -u 9
 printf '%s\n' "${rows[@]}" | column -t -s '|' -o ' | ' | tee ${table:+"$table"}
-killed=$(printf '%s\n' "${rows[@]}" | awk -F'|' '$3 == "yes"' | wc -l)
-echo "$killed of $((${#rows[@]} - 1)) mutants killed" | tee ${table:+-a "$table"}
+count() { printf '%s\n' "${rows[@]}" | awk -F'|' -v k="$1" '$3 == k' | wc -l; }
+echo "$(count yes) killed, $(count NO) not killed, $(count 'not compiled') not compiled" | tee ${table:+-a "$table"}

@@ -32,6 +32,7 @@ if [ "${1:-build}" = test ]; then
         xvfb x11-utils x11-apps xdotool fonts-dejavu-core # the desktop program on a virtual display
     )
     packages+=(openssl)                                 # the TLS cases' own certificate authority
+    packages+=(dnsperf)                                 # the soak smoke's load (bench/soak.sh)
     servers=(nsd knot bind9)                            # peers: authoritative servers, primaries and secondaries
     servers+=(unbound)                                  # a resolver serving DNS over TLS
 fi

@@ -4,6 +4,7 @@
 #include "host/version.h"
 
 #include <cerrno>
+#include <cstring>
 
 namespace quorvane {
 
@@ -257,6 +258,7 @@ void Engine::close(CloseReason reason)
         m_outgoing.closeAll();
         m_reloadNet.close(m_WSReload);
         m_WSReload = kNoSocket;
+        m_log.flush(); // a last failure to write is reported like the others
         m_log.closeFile();
     });
     m_events.onClosed();
@@ -272,6 +274,7 @@ SupportData Engine::supportData() const
     d.requestCount = m_counters.RequestCount;
     d.cacheCount = m_store.recordCount();
     d.cacheSize = cacheSizeText(m_store.cacheBytes(), m_store.cacheCap());
+    d.pendingCount = m_dns.resolver().waitingCount();
     d.executable = m_options.executable;
     d.version = versionText();
     d.uptimeDays = m_startTime > 0 ? d.now - m_startTime : 0;
@@ -293,11 +296,12 @@ void Engine::ErrorReport(const std::string& label, const std::string& additional
         d.label = label;
         d.additional = additional;
         const auto file = (m_options.programFolder / kSupportFileName).string();
-        writeSupportFile(d);
+        const bool written = writeSupportFile(d);
         if (!error) return;
         std::string text = "An error has occured in Quorvane!\n\n";
         text += "Error:" + std::to_string(error->number) + ' ' + error->description + '\n';
         if (!label.empty()) text += "Module: " + label + '\n';
+        if (!written) return m_events.onErrorReport(text + '\n' + supportFileUnwritten(file), "");
         text += "\nA support file containing information about your\nsystem and configuration was created "
                 "as\n\"" +
                 file + "\"\n\n";
@@ -309,10 +313,16 @@ void Engine::ErrorReport(const std::string& label, const std::string& additional
     }
 }
 
+// Said instead of where to find the support file when it could not be written (a full disk).
+std::string Engine::supportFileUnwritten(const std::string& file)
+{
+    return "The support file \"" + file + "\" could not be written: " + std::strerror(errno);
+}
+
 void Engine::writeSupportFileCommand()
 {
-    ErrorReport("", "", std::nullopt);
     const auto file = (m_options.programFolder / kSupportFileName).string();
+    if (!writeSupportFile(supportData())) return m_events.onErrorReport(supportFileUnwritten(file), "");
     std::string text = "A support file was created as\n\"" + file + "\"\n\n";
     text += std::string("Please e-mail this file to ") + kSupportAddress + " and\n";
     text += "state your question, suggestion or problem.\n\n";

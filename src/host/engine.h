@@ -140,6 +140,7 @@ private:
     void reloadDotCertificate();
     void mnuStartStop();
     void writeSupportFileCommand();
+    static std::string supportFileUnwritten(const std::string& file);
     void configureFromSettings();
     void receiveDns(const Endpoint& from, std::string_view data);
     void receiveDns2(const Endpoint& from, std::string_view data);

@@ -2,7 +2,9 @@
 
 #include "net/error_hook.h"
 
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <system_error>
 
 namespace quorvane {
@@ -89,7 +91,17 @@ void EventLog::stopFile()
 
 void EventLog::flush()
 {
-    if (m_file.is_open()) m_file.flush();
+    if (!m_file.is_open()) return;
+    if (m_file.flush()) {
+        m_writeFailed = false;
+        return;
+    }
+    // A full disk: the buffered lines are lost. The next line opens the file again, so that writing
+    // goes on once there is room; the failure is reported once until a write succeeds.
+    const std::string name = "logs/" + m_logFileDate + ".log";
+    closeFile();
+    if (!m_writeFailed) reportError("modMain AddLine", "Cannot write " + name + ": " + std::strerror(errno));
+    m_writeFailed = true;
 }
 
 bool EventLog::openFile(DateTime now)

@@ -39,7 +39,8 @@ public:
     // Closes the daily file (at shut-down).
     void closeFile();
     // Writes out what the daily file holds in its buffer; the housekeeping tick calls it each second,
-    // so that logging every query costs no write per line.
+    // so that logging every query costs no write per line. A failed write is reported (once until
+    // one succeeds) and the file is opened anew with the next line.
     void flush();
 
 private:
@@ -61,6 +62,7 @@ private:
     int32_t m_maxMB = 100;
     uint64_t m_fileBytes = 0; // the size of the day's file
     bool m_fileFull = false;  // the day's file reached m_maxMB: nothing more until the next day
+    bool m_writeFailed = false; // the last flush failed (and was reported)
     int64_t m_stampSecond = -1; // the second that m_stamp ("hh:mm:ss   ") was made for
     std::string m_stamp;
 };

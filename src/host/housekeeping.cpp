@@ -56,7 +56,7 @@ void Engine::writeDailyLog(const char* label, const std::string& suffix, const s
     guarded(label, [&] {
         std::ofstream out(m_options.programFolder / "logs" / (dateStamp(m_clock.now()) + suffix),
                           std::ios::app | std::ios::binary);
-        out << lines;
+        out << lines << std::flush; // a full disk shows when the buffer goes out, not at the close
         if (!out) throw std::system_error(errno, std::generic_category(), "Cannot write logs/" + suffix);
     });
 }

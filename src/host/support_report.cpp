@@ -62,7 +62,8 @@ void statisticsSection(std::ostream& out, const SupportData& d)
     heading(out, "Statistics");
     out << "Requests:" << d.requestCount << '\n'
         << "Cache   :" << d.cacheCount << ' ' << d.cacheSize << '\n'
-        << "Uptime  : " << uptime << '\n';
+        << "Uptime  : " << uptime << '\n'
+        << "Pending :" << d.pendingCount << '\n'; // after the classic three lines, which readers expect together
     if (!d.blockLists.empty()) {
         out << "Blocked : " << d.blockedCount << '\n';
         for (const std::string& list : d.blockLists) out << "Block list " << list << '\n';

@@ -38,6 +38,7 @@ struct SupportData {
     std::filesystem::path executable;
     std::string version; // "0.01.0001"
     uint64_t requestCount = 0;
+    size_t pendingCount = 0; // requests waiting for an answer
     size_t cacheCount = 0;
     std::string cacheSize; // "(3.1/32 MB)"
     double uptimeDays = 0;

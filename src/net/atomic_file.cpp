@@ -1,5 +1,6 @@
 #include "net/atomic_file.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,10 +18,14 @@ bool writeFileAtomically(const std::filesystem::path& path, std::string_view con
         ok = n > 0;
         if (ok) done += static_cast<size_t>(n);
     }
-    ok = ::fsync(fd) == 0 && ok; // the data must be on disk before the rename makes it current
+    ok = ok && ::fsync(fd) == 0; // the data must be on disk before the rename makes it current
     ok = ::close(fd) == 0 && ok;
     if (ok) ok = std::rename(temp.c_str(), path.c_str()) == 0;
-    if (!ok) ::unlink(temp.c_str());
+    if (!ok) {
+        const int failure = errno; // the caller reports why: ENOSPC on a full disk
+        ::unlink(temp.c_str());
+        errno = failure;
+    }
     return ok;
 }
 

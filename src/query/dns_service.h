@@ -27,6 +27,7 @@ public:
     }
     Answerer& answerer() { return m_answerer; }
     Resolver& resolver() { return m_resolver; }
+    const Resolver& resolver() const { return m_resolver; }
 
     // Shortcuts to the entry points of the two.
     void ProcReq(const Endpoint& from, std::string_view message, SocketId tcp = kNoSocket)

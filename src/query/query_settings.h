@@ -49,6 +49,8 @@ inline constexpr int kServedPastExpiry = 5;
 // That is ample for a small network (a silent forwarder holds each request for 12 s, so this
 // carries over 800 new names a second) and small beside the cache.
 inline constexpr size_t kMaxPending = 10000;
+// Finished requests are swept from the list between ticks once there are at least this many.
+inline constexpr size_t kSweepFinished = 256;
 inline constexpr size_t kMaxPlainServers = 1024;
 // The log line written on the tick after requests were refused for a full list.
 inline constexpr const char* kPendingFullText =

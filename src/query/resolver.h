@@ -56,10 +56,12 @@ public:
     void ReturnSub(clDNSRequest& sub, bool found);
     // Runs the steps that the last entry point left (sub-requests to check, parents to resume).
     void runSteps();
-    // The end of an entry point (a question or an answer): runs its steps, then, when as many
-    // finished requests as the cap have gathered since the last tick, removes them at once, so
-    // that the list stays bounded under a flood. Nothing refers to a finished request here.
+    // The end of an entry point (a question or an answer): runs its steps, then, when finished
+    // requests make up half the list, removes them at once, so that the list stays small under a
+    // flood. Nothing refers to a finished request here.
     void settle();
+    // Requests still waiting for their answer: the ones that count against the cap.
+    size_t waitingCount() const { return PendingRequests.size() - m_finished; }
 
     std::list<clDNSRequest> PendingRequests;
 
@@ -91,7 +93,6 @@ private:
     clDNSRequest* findWaiting(int32_t id, std::string_view name, int type);
     void forgetOutID(const clDNSRequest& request);
     void dropAsked(clDNSRequest& request);
-    size_t waitingCount() const { return PendingRequests.size() - m_finished; }
 
     QueryHost& m_host;
     const Clock& m_clock;

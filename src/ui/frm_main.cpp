@@ -253,6 +253,7 @@ void frmMain::showErrorReport(const QString& question, const QString& supportFil
     // The same question follows an unexpected error and the Help menu's support file; only the
     // first is an error.
     const bool error = question.startsWith(QStringLiteral("An error"));
+    if (supportFile.isEmpty()) return m_hooks.tell(question, QMessageBox::Warning); // it could not be written
     if (m_hooks.ask(question, error ? QMessageBox::Critical : QMessageBox::Question)) openFile(supportFile);
 }
 

@@ -252,6 +252,14 @@ TEST(Startup, SupportFileCommandWritesReportWithoutErrorSection)
     EXPECT_NE(support.find("Status    : Running\n"), std::string::npos);
     ASSERT_EQ(f.events.reports.size(), 1u);
     EXPECT_NE(f.events.reports[0].find("state your question, suggestion or problem."), std::string::npos);
+
+    // On a full disk the report says that the file could not be written, not where to find it.
+    std::filesystem::create_symlink("/dev/full", f.folder.path() / "support.txt.tmp");
+    f.engine.execute(Command::WriteSupportFile);
+    ASSERT_EQ(f.events.reports.size(), 2u);
+    EXPECT_EQ(f.events.reports[1], "The support file \"" + (f.folder.path() / "support.txt").string() +
+                                       "\" could not be written: No space left on device");
+    EXPECT_EQ(f.folder.read("support.txt"), support);
 }
 
 } // namespace quorvane::test

@@ -136,6 +136,27 @@ TEST(EventLog, UnwritableFolderTurnsWriteLogOffAndSaysSo)
     EXPECT_EQ(f.shown, expected);
 }
 
+TEST(EventLog, FullDiskIsReportedOnceAndWritingGoesOnWithRoom)
+{
+    LogFixture f;
+    std::vector<std::string> reports;
+    const auto previous = setErrorHandler([&](const std::string&, const std::string& what) { reports.push_back(what); });
+    f.log.configure(true, false, true);
+    const auto file = f.folder.path() / "logs" / "20261122.log";
+    std::filesystem::create_directory(f.folder.path() / "logs");
+    std::filesystem::create_symlink("/dev/full", file); // every write fails with ENOSPC
+    for (const char* line : {"lost", "lost too"}) {
+        f.log.AddLine(0, line);
+        f.log.flush();
+    }
+    std::filesystem::remove(file); // room again
+    f.log.AddLine(0, "kept");
+    f.log.flush();
+    setErrorHandler(previous);
+    EXPECT_EQ(reports, std::vector<std::string>{"Cannot write logs/20261122.log: No space left on device"});
+    EXPECT_EQ(f.folder.read("logs/20261122.log"), "14:03:59   kept\r\n");
+}
+
 TEST(EventLog, FailureInsideAddLineIsReportedNotThrown)
 {
     LogFixture f;

@@ -19,6 +19,7 @@ SupportData sample(const TempFolder& folder)
     d.requestCount = 42;
     d.cacheCount = 7;
     d.cacheSize = "(0.1/32 MB)";
+    d.pendingCount = 3;
     d.uptimeDays = 1.5;
     d.programFolder = folder.path();
     return d;
@@ -75,6 +76,7 @@ TEST(SupportReport, SectionsInOrderWithoutError)
                                            "Requests:42",
                                            "Cache   :7 (0.1/32 MB)",
                                            "Uptime  : 1.500000",
+                                           "Pending :3",
                                            "",
                                            "Recent Log Entries",
                                            "------------------",

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace quorvane::test {
 
 using namespace std::chrono_literals;
@@ -346,19 +348,29 @@ TEST(Recursion, WaitingRequestsAreCappedAndTheRestRefusedAtOnce)
 
 TEST(Recursion, AnsweredRequestsStopCountingAgainstTheCapAtOnce)
 {
+    const auto askAndAnswer = [](Resolver& r, const std::string& name) {
+        r.ask(name);
+        r.answer("127.0.0.2", 0, false, {wireA(2, name, "192.0.2.1")});
+    };
     Resolver r(forwarding({"127.0.0.2"}));
     r.host.maxLevel = -1;
-    for (size_t i = 0; i < kMaxPending; ++i) { // within one tick: every other one answered at once
-        const std::string name = "n" + std::to_string(i) + ".example.org.";
-        r.ask(name);
-        if (i % 2 == 0) r.answer("127.0.0.2", 0, false, {wireA(2, name, "192.0.2.1")});
-    }
-    ASSERT_EQ(r.dns.resolver().PendingRequests.size(), kMaxPending); // the answered ones wait for the tick
-    // Only half of them wait, so a new question is still asked and answered.
-    r.ask("late.example.org.");
-    r.answer("127.0.0.2", 0, false, {wireA(2, "late.example.org.", "192.0.2.1")});
+    for (size_t i = 1; i < kMaxPending; ++i) r.ask("w" + std::to_string(i) + ".example.org."); // all wait
+    askAndAnswer(r, "answered.example.org.");
+    ASSERT_EQ(r.dns.resolver().PendingRequests.size(), kMaxPending); // the answered one waits for the tick
+    // Only the others wait, so a new question is still asked and answered.
+    askAndAnswer(r, "late.example.org.");
     EXPECT_EQ(r.reply().qname, "late.example.org.");
     EXPECT_EQ(r.reply().rcode, 0);
+
+    // A flood of answered questions within one tick leaves the list small.
+    Resolver flood(forwarding({"127.0.0.2"}));
+    flood.host.maxLevel = -1;
+    size_t longest = 0;
+    for (int i = 0; i < 3000; ++i) {
+        askAndAnswer(flood, "n" + std::to_string(i) + ".example.org.");
+        longest = std::max(longest, flood.dns.resolver().PendingRequests.size());
+    }
+    EXPECT_LE(longest, kSweepFinished);
 }
 
 TEST(Recursion, QueryIdentifiersWrapToOne)

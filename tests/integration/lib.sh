@@ -110,55 +110,140 @@ root_zone() {
     echo "ns.test. IN A 127.0.0.3"
 }
 
-# The server part of an NSD configuration: address $1, port 53, every file in folder $2.
-nsd_server_conf() {
-    cat <<CONF
+# Starts a peer: $1 is nsd, knot, bind or unbound, listening on address $2 (port 53; unbound on 853
+# with the certificate $PEER_KEY/$PEER_PEM), in folder $WORK/$1-$2 (PEER_DIR). Standard input
+# holds the rest of its configuration: NSD's zone: sections, Knot's remote/acl/template/zone,
+# BIND's zones, Unbound's stub zones. BIND listens only on addresses that an interface has and
+# sends every transfer, query and NOTIFY from $2; named runs as a copy, since Debian's AppArmor
+# profile for /usr/sbin/named keeps it out of $WORK. Sets PEER_PID.
+start_peer() {
+    local kind=$1 address=$2
+    PEER_DIR="$WORK/$1-$2"
+    local dir=$PEER_DIR
+    mkdir -p "$dir"
+    case $kind in
+    nsd) cat <<CONF ;;
 server:
-    ip-address: $1
+    ip-address: $address
     port: 53
     server-count: 1
     do-ip6: no
     username: ""
     chroot: ""
-    zonesdir: "$2"
+    zonesdir: "$dir"
     database: ""
-    pidfile: "$2/nsd.pid"
-    zonelistfile: "$2/zone.list"
-    xfrdfile: "$2/xfrd.state"
-    xfrdir: "$2"
-    logfile: "$2/nsd.log"
+    pidfile: "$dir/nsd.pid"
+    zonelistfile: "$dir/zone.list"
+    xfrdfile: "$dir/xfrd.state"
+    xfrdir: "$dir"
+    logfile: "$dir/nsd.log"
     rrl-ratelimit: 0
 remote-control:
     control-enable: no
 CONF
+    knot) cat <<CONF ;;
+server:
+    listen: $address@53
+    rundir: "$dir"
+    pidfile: "$dir/knot.pid"
+    udp-workers: 1
+    tcp-workers: 1
+    background-workers: 1
+control:
+    listen: "$dir/knot.sock"
+log:
+  - target: stdout
+    any: info
+database:
+    storage: "$dir"
+CONF
+    bind) cat <<CONF ;;
+options {
+    directory "$dir";
+    pid-file "$dir/named.pid";
+    session-keyfile "$dir/session.key";
+    managed-keys-directory "$dir";
+    listen-on { $address; };
+    listen-on-v6 { none; };
+    query-source address $address;
+    transfer-source $address;
+    notify-source $address;
+    notify-delay 0;
+    notify no;
+    allow-transfer { 127.0.0.1; };
+    recursion no;
+    dnssec-validation no;
+};
+controls { };
+CONF
+    unbound) cat <<CONF ;;
+server:
+    interface: $address@853
+    tls-service-key: "$PEER_KEY"
+    tls-service-pem: "$PEER_PEM"
+    do-ip6: no
+    username: ""
+    chroot: ""
+    directory: "$dir"
+    pidfile: "$dir/unbound.pid"
+    use-syslog: no
+    logfile: "$dir/unbound.log"
+    do-not-query-localhost: no
+    module-config: "iterator"
+remote-control:
+    control-enable: no
+CONF
+    esac >"$dir/$kind.conf"
+    cat >>"$dir/$kind.conf"
+    case $kind in
+    nsd)
+        nsd-checkconf "$dir/nsd.conf" || fail "nsd configuration for $address"
+        nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
+        ;;
+    knot)
+        knotc -c "$dir/knot.conf" conf-check >/dev/null || fail "knot configuration for $address"
+        knotd -c "$dir/knot.conf" >"$dir/stdout" 2>&1 &
+        ;;
+    bind)
+        ip addr add "$address/8" dev lo 2>/dev/null || true
+        named-checkconf "$dir/bind.conf" || fail "named configuration for $address"
+        cp "$(command -v named)" "$dir/named"
+        "$dir/named" -g -4 -n 1 -c "$dir/bind.conf" >"$dir/stdout" 2>&1 &
+        ;;
+    unbound)
+        unbound-checkconf "$dir/unbound.conf" >/dev/null || fail "unbound configuration for $address"
+        unbound -d -c "$dir/unbound.conf" >"$dir/stdout" 2>&1 &
+        ;;
+    esac
+    PEER_PID=$!
+    started $PEER_PID
 }
 
-# Starts an NSD on address $1, port 53, serving zone $2 from file $3 (more zone/file pairs may
-# follow); waits until it answers the first zone's SOA. Each zone gets the lines of
-# $NSD_ZONE_OPTIONS too (e.g. "provide-xfr: 127.0.0.1 NOKEY"). Sets NSD_PID.
+# Starts an NSD on address $1 serving zone $2 from file $3 (more zone/file pairs may follow);
+# waits until it answers the first zone's SOA. Each zone gets the lines of $NSD_ZONE_OPTIONS too
+# (e.g. "provide-xfr: 127.0.0.1 NOKEY"). Sets NSD_PID.
 start_nsd() {
-    local address=$1 dir="$WORK/nsd-$1"
+    local address=$1 first=$2 zones=""
     shift
-    mkdir -p "$dir"
-    {
-        nsd_server_conf "$address" "$dir"
-        while [ $# -ge 2 ]; do
-            printf 'zone:\n    name: "%s"\n    zonefile: "%s"\n' "$1" "$2"
-            [ -z "${NSD_ZONE_OPTIONS:-}" ] || printf '    %s\n' "$NSD_ZONE_OPTIONS"
-            shift 2
-        done
-    } >"$dir/nsd.conf"
-    nsd-checkconf "$dir/nsd.conf" || fail "nsd configuration for $address"
-    nsd -d -c "$dir/nsd.conf" >"$dir/stdout" 2>&1 &
-    NSD_PID=$!
-    started $NSD_PID
-    local zone
-    zone=$(sed -n 's/^    name: "\(.*\)"$/\1/p' "$dir/nsd.conf" | head -1)
+    while [ $# -ge 2 ]; do
+        zones+=$(printf 'zone:\n    name: "%s"\n    zonefile: "%s"\n    %s' "$1" "$2" "${NSD_ZONE_OPTIONS:-}")$'\n'
+        shift 2
+    done
+    start_peer nsd "$address" <<<"$zones"
+    NSD_PID=$PEER_PID
     for _ in $(seq 100); do
-        dig @"$address" +tries=1 +time=1 +norec "$zone" SOA 2>/dev/null | grep -q 'status: NOERROR' && return 0
+        dig @"$address" +tries=1 +time=1 +norec "$first" SOA 2>/dev/null | grep -q 'status: NOERROR' && return 0
         sleep 0.1
     done
-    fail "nsd on $address did not answer: $(cat "$dir/nsd.log" "$dir/stdout" 2>/dev/null)"
+    fail "nsd on $address did not answer: $(cat "$PEER_DIR/nsd.log" "$PEER_DIR/stdout" 2>/dev/null)"
+}
+
+# The last lines of every peer's log, for a failure message.
+peer_logs() {
+    local file
+    for file in "$WORK"/*-127.*/{nsd.log,stdout,unbound.log}; do
+        [ -f "$file" ] && printf '\n--- %s (end):\n%s' "$file" "$(tail -n 15 "$file")"
+    done
 }
 
 # UDP datagrams delivered to sockets in this namespace so far: every one that the server, its

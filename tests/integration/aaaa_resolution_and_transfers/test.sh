@@ -6,9 +6,11 @@
 #                  only over TCP, logging each question with the transport it came by
 #   127.0.0.21     NSD, primary of prim.test. (with AAAA, SRV, CAA), of which Quorvane is the secondary
 #   127.0.0.11     NSD, secondary of own.test. (with AAAA, SRV, CAA), of which Quorvane is the primary
-# Quorvane resolves AAAA and SRV from the root, asks a truncating server again over TCP, keeps the
-# AAAA, SRV and CAA of the zone it takes in (and writes them to its file), and gives them away in
-# its own transfers.
+# Quorvane resolves AAAA and SRV from the root (for dig, kdig and the C library's resolver, which
+# asks for both families at once), asks a truncating server again over TCP, keeps the AAAA, SRV
+# and CAA of the zone it takes in (and writes them to its file), and gives them away in its own
+# transfers. A learned AAAA is saved in named.cache and answered from it after a restart, once
+# example.test.'s server is gone.
 zones="$WORK/zones"
 mkdir -p "$zones"
 root_zone >"$zones/root.zone"
@@ -46,6 +48,7 @@ root_zone >"$zones/root.zone"
 start_nsd 127.0.0.2 . "$zones/root.zone"
 start_nsd 127.0.0.3 test. "$zones/test.zone"
 start_nsd 127.0.0.4 example.test. "$zones/example.zone"
+example_nsd=$NSD_PID
 NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.21 prim.test. "$zones/prim.zone"
 
 python3 - "$WORK/tc.log" <<'PY' &
@@ -109,7 +112,7 @@ within 5 tc_listening || fail "the truncating server does not listen"
 folder="$WORK/folder"
 mkdir -p "$folder/data"
 printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
-printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\nMoreRecordTypes: YES\n' \
+printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\nMoreRecordTypes: YES\nCacheReload: YES\n' \
     >"$folder/quorvane.ini"
 cat >"$folder/data/own.test.dns" <<'ZONE'
 ; NotSecure
@@ -125,6 +128,14 @@ start_server "$folder"
 wait_for "DNS service started on 127.0.0.1"
 q() { dig @127.0.0.1 +tries=1 +time=5 +nocookie "$@"; }
 answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) out = out " " $i; print out }' | paste -sd'|'; }
+# The addresses the C library finds for $1 through a resolv.conf that names only Quorvane, bound
+# over /etc/resolv.conf in a mount namespace of its own.
+printf 'nameserver 127.0.0.1\noptions timeout:2 attempts:1\n' >"$WORK/resolv.conf"
+ahosts() {
+    # shellcheck disable=SC2016 # expanded by the inner shell
+    unshare --mount sh -c 'mount --bind "$0" /etc/resolv.conf && getent ahosts "$1"' "$WORK/resolv.conf" "$1" |
+        awk '{ print $1 }' | sort -u | paste -sd' '
+}
 
 # --- From the root -------------------------------------------------------------------------------
 [ "$(answer www.example.test AAAA)" = "www.example.test. CNAME dual.example.test.|dual.example.test. AAAA 2001:db8::80" ] ||
@@ -132,6 +143,10 @@ answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) ou
 for line in "127.0.0.2 (.)" "127.0.0.3 (test.)" "127.0.0.4 (example.test.)"; do
     grep -qF "Sending request to $line for AAAA-record for www.example.test." "$WORK/stdout" || fail "not asked: $line"
 done
+kdig @127.0.0.1 +retry=0 +timeout=2 dual.example.test AAAA >"$WORK/kdig" || fail "kdig dual.example.test"
+grep -q 'status: NOERROR' "$WORK/kdig" && grep -qE '^dual\.example\.test\.\s+[0-9]+\s+IN\s+AAAA\s+2001:db8::80$' "$WORK/kdig" ||
+    fail "kdig dual.example.test AAAA: $(cat "$WORK/kdig")"
+[ "$(ahosts dual.example.test)" = "192.0.2.80 2001:db8::80" ] || fail "getent ahosts dual: '$(ahosts dual.example.test)'"
 [ "$(answer _sip._tcp.example.test SRV)" = "_sip._tcp.example.test. SRV 0 5 5060 dual.example.test." ] ||
     fail "SRV from the root: $(q _sip._tcp.example.test SRV)"
 # Asked over TCP, the answer waits for example.test.'s server like one asked over UDP.
@@ -162,4 +177,13 @@ NSD_ZONE_OPTIONS="request-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.11 own.test. "
 [ "$(aa_answer 127.0.0.11 own.test CAA)" = '128 iodef "mailto:admin@own.test"' ] || fail "NSD secondary: CAA"
 grep -qE "Sending Zone Transfer to 127\.0\.0\.[0-9]+ for own\.test\.?$" "$WORK/stdout" || fail "no transfer line"
 kill -0 "$SERVER_PID" || fail "server ended"
+stop_server
+
+# --- The learned AAAA kept in named.cache across a restart ------------------------------------------
+awk 'substr($0, 1, 1) != " " { owner = $1; sub(/^[^ ]+/, "") } { print owner $0 }' "$folder/named.cache" |
+    grep -qE '^dual\.example\.test\.? [0-9]+ AAAA 2001:db8::80$' || fail "named.cache: $(cat "$folder/named.cache")"
+kill -KILL "$example_nsd"
+start_server "$folder"
+wait_for "DNS service started on 127.0.0.1"
+[ "$(q +short dual.example.test AAAA)" = 2001:db8::80 ] || fail "AAAA from named.cache: $(q dual.example.test AAAA)"
 stop_server

@@ -31,31 +31,12 @@ mkdir -p "$zones"
 } >"$zones/tlszone.zone"
 start_nsd 127.0.0.3 tlszone. "$zones/tlszone.zone"
 
-ub="$WORK/unbound"
-mkdir -p "$ub"
-cat >"$ub/unbound.conf" <<CONF
-server:
-    interface: 127.0.0.2@853
-    tls-service-key: "$pki/dot.key"
-    tls-service-pem: "$pki/dot.pem"
-    do-ip6: no
-    username: ""
-    chroot: ""
-    directory: "$ub"
-    pidfile: "$ub/unbound.pid"
-    use-syslog: no
-    logfile: "$ub/unbound.log"
-    do-not-query-localhost: no
-    module-config: "iterator"
+ub="$WORK/unbound-127.0.0.2"
+PEER_KEY="$pki/dot.key" PEER_PEM="$pki/dot.pem" start_peer unbound 127.0.0.2 <<CONF
 stub-zone:
     name: "tlszone."
     stub-addr: 127.0.0.3
-remote-control:
-    control-enable: no
 CONF
-unbound-checkconf "$ub/unbound.conf" >/dev/null || fail "unbound configuration"
-unbound -d -c "$ub/unbound.conf" >"$ub/stdout" 2>&1 &
-started $!
 within 10 kdig @127.0.0.2 +tls-ca="$pki/test-ca.pem" +tls-hostname=dot.example +time=1 +retry=0 www.tlszone A |
     grep -q '192.0.2.7' || fail "unbound over TLS: $(cat "$ub/unbound.log" "$ub/stdout")"
 

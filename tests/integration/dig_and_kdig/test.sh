@@ -1,11 +1,29 @@
-# dig and kdig take zone transfers from the real binary over TCP. open.test carries "; NotSecure",
+# dig and kdig, which parse replies strictly, ask the real binary for its own zone and hosts file:
+# a CNAME chain, SRV with its target's address, CAA, NXDOMAIN with the SOA, PTR and an
+# alias from the hosts file (under a path with capitals and a blank, kept as written), the AA and
+# RA bits. And they take zone transfers over TCP. open.test carries "; NotSecure",
 # so anyone may take it: the SOA first and last, and in between every other record of the file
 # once, as BIND's zone compiler reads the file, one record per message. closed.test keeps the
 # Secure default and names only 127.0.0.9 on its Notify line, so 127.0.0.1 is refused. Over TCP a
 # zone's SOA is answered and other questions are refused.
 folder="$WORK/folder"
-mkdir -p "$folder/data"
-printf 'Name: ns1.open.test\nDNSBind: 127.0.0.1\n' >"$folder/quorvane.ini"
+hosts="$WORK/Office Files/Hosts"
+mkdir -p "$folder/data" "$(dirname "$hosts")"
+printf 'Name: ns1.open.test\nDNSBind: 127.0.0.1\nMoreRecordTypes: YES\nHosts: %s\n' "$hosts" >"$folder/quorvane.ini"
+printf '10.0.0.40  laptop  laptop-wifi   # the boss\n' >"$hosts"
+cat >"$folder/data/office.test.dns" <<'ZONE'
+@        IN SOA ns.office.test. admin.office.test. ( 2026112201 ; serial
+                3600 600 604800 300 )
+         IN NS  ns
+         IN MX  10 mail
+ns       3600 IN A 10.0.0.1
+mail     IN A   10.0.0.25
+www      IN CNAME web
+web      IN CNAME files.office.test.
+files    IN A   10.0.0.30
+_sip._tcp IN SRV 10 60 5060 mail
+@        IN CAA 0 issue "ca.example.net"
+ZONE
 long=$(printf 'x%.0s' $(seq 250))
 {
     cat <<ZONE
@@ -64,6 +82,32 @@ $(head -40 "$records.diff")"
 }
 
 q() { dig @127.0.0.1 +tries=1 +time=5 +nocookie "$@"; }
+answer() { q +noall +answer "$@"; }
+k() { kdig @127.0.0.1 +retry=0 +timeout=2 "$@" >"$WORK/kdig" 2>&1 || fail "kdig $*: $(cat "$WORK/kdig")"; }
+
+# --- Answers ------------------------------------------------------------------------------------
+# The rules behind these answers are in Answers.AuthoritativeDataAliasesAndAdditionalRecords and
+# Answers.MissingNamesAndTypesInOwnZone; here real clients read the real binary's replies.
+k www.office.test A
+chain=$(awk '/ANSWER SECTION/ { on = 1; next } on && NF >= 5 { print $1, $4, $5 } on && !NF { exit }' "$WORK/kdig" | paste -sd'|')
+[ "$chain" = "www.office.test. CNAME web.office.test.|web.office.test. CNAME files.office.test.|files.office.test. A 10.0.0.30" ] ||
+    fail "kdig CNAME chain: $(cat "$WORK/kdig")"
+grep -qE ';; Flags: qr aa rd ra;' "$WORK/kdig" || fail "kdig flags: $(cat "$WORK/kdig")"
+srv='_sip\._tcp\.office\.test\.\s+86400\s+IN\s+SRV\s+10 60 5060 mail\.office\.test\.$'
+caa='^office\.test\.\s+86400\s+IN\s+CAA\s+0 issue "ca\.example\.net" ?$' # kdig adds a blank
+k _sip._tcp.office.test SRV
+grep -qE "^$srv" "$WORK/kdig" || fail "kdig SRV: $(cat "$WORK/kdig")"
+grep -A1 'ADDITIONAL SECTION' "$WORK/kdig" | grep -qE '^mail\.office\.test\.\s.*A\s+10\.0\.0\.25$' || fail "SRV additional"
+q office.test CAA | grep -qE "$caa" || fail "CAA: $(q office.test CAA)"
+k office.test CAA
+grep -qE "$caa" "$WORK/kdig" || fail "kdig CAA: $(cat "$WORK/kdig")"
+q nothing.office.test A >"$WORK/nx"
+grep -q 'status: NXDOMAIN' "$WORK/nx" || fail "NXDOMAIN"
+grep -A1 'AUTHORITY SECTION' "$WORK/nx" | grep -qE 'SOA\s+ns\.office\.test\. admin\.office\.test\. 2026112201 3600 600 604800 300' || fail "SOA with NXDOMAIN"
+[ "$(answer -x 10.0.0.40 | awk '{print $4, $5}')" = "PTR laptop." ] || fail "PTR: $(answer -x 10.0.0.40)"
+[ "$(answer laptop-wifi A | awk '{print $4, $5}' | paste -sd'|')" = "CNAME laptop.|A 10.0.0.40" ] || fail "hosts alias"
+
+# --- Transfers ----------------------------------------------------------------------------------
 
 q open.test AXFR >"$WORK/dig-axfr"
 fields <"$WORK/dig-axfr" >"$WORK/dig-records"

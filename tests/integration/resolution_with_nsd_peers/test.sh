@@ -1,16 +1,27 @@
 # Quorvane resolves names through a small hierarchy of real NSD servers on loopback addresses:
-#   127.0.0.2  the root zone, delegating test.
+#   127.0.0.2  the root zone, delegating test., and hostile delegations that can never be
+#              resolved: zones whose name servers lie inside the zone without glue (3, 5 and 13
+#              of them), and two zones whose servers lie in each other
 #   127.0.0.3  test., delegating example.test. (with glue) and glueless.test. (without)
 #   127.0.0.4  example.test.: an alias, a mail exchanger, sub.example.test. delegated with glue
 #   127.0.0.5  glueless.test., whose server's address only example.test. knows
 #   127.0.0.6  sub.example.test.
 #   127.0.0.9  corp.test. and 10.in-addr.arpa., a company's own server reached by Forward rules
-# First from the root (with SPOOFSECURE on), then forwarding to one of them, then per-domain
-# forwarding beside it, then private names kept at home, then forwarding to two addresses where
-# nothing answers.
+# First from the root (with SPOOFSECURE on): the hostile delegations each get a server failure at
+# once, the server stays up, and other clients are answered meanwhile. Then forwarding to one of
+# them, then per-domain forwarding beside it, then private names kept at home, then forwarding to
+# two addresses where nothing answers; and to them a flood of distinct names that fills the list
+# of waiting requests to its cap: the rest are refused at once and memory stays put.
 zones="$WORK/zones"
 mkdir -p "$zones"
-root_zone >"$zones/root.zone"
+{
+    root_zone
+    for n in 3 5 13; do
+        for i in $(seq "$n"); do echo "evil$n.hostile. IN NS ns$i.evil$n.hostile."; done
+    done
+    echo "a.hostile. IN NS ns.b.hostile."
+    echo "b.hostile. IN NS ns.a.hostile."
+} >"$zones/root.zone"
 {
     echo '$ORIGIN test.'
     soa test.
@@ -60,6 +71,7 @@ start_nsd 127.0.0.9 corp.test. "$zones/corp.zone" 10.in-addr.arpa. "$zones/rever
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"
 printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
+printf '@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\nnas IN A 192.168.1.20\n' >"$folder/data/home.lan.dns"
 run_quorvane() {
     printf 'Name: resolver.test\nDNSBind: 127.0.0.1\nWriteLog: YES\n%s' "$1" >"$folder/quorvane.ini"
     start_server "$folder"
@@ -68,6 +80,10 @@ run_quorvane() {
 q() { dig @127.0.0.1 +tries=1 +time=3 +nocookie "$@"; }
 answer() { q +noall +answer "$@" | awk '{ out = $1; for (i = 4; i <= NF; ++i) out = out " " $i; print out }' | paste -sd'|'; }
 sent_to() { grep -c "Sending request to $1 " "$WORK/stdout" || true; }
+status() { q "$@" | sed -n 's/.*status: \([A-Z]*\).*/\1/p'; }
+local_answered() {
+    [ "$(q +short nas.home.lan A)" = 192.168.1.20 ] || fail "local name not answered ($1)"
+}
 
 # --- From the root --------------------------------------------------------------------------
 run_quorvane "SpoofSecure: YES
@@ -103,6 +119,21 @@ requests=$(sent_to 127.0.0.4)
 q nothing.example.test A | grep -q 'status: NXDOMAIN' || fail "cached NXDOMAIN"
 [ $(($(udp_in) - before)) -eq 4 ] || fail "cached answers caused $(($(udp_in) - before)) datagrams, not 4"
 [ "$(sent_to 127.0.0.4)" = "$requests" ] || fail "a cached name was asked again"
+
+# The hostile delegations.
+for name in www.evil3.hostile www.evil5.hostile www.evil13.hostile www.a.hostile; do
+    before=$(sent_to 127.0.0.2)
+    start=$SECONDS
+    [ "$(status "$name" A)" = SERVFAIL ] || fail "$name: no server failure"
+    [ $((SECONDS - start)) -le 2 ] || fail "$name took $((SECONDS - start)) s"
+    kill -0 "$SERVER_PID" || fail "server ended on $name"
+    sent=$(($(sent_to 127.0.0.2) - before))
+    [ "$sent" -ge 1 ] && [ "$sent" -le 64 ] || fail "$name: $sent queries sent"
+    echo "$name: SERVFAIL after $sent queries"
+    local_answered "$name"
+done
+grep -qF "Work limit reached for A-record for www.evil13.hostile. (32 sub-requests" "$WORK/stdout" ||
+    fail "no work limit line for 13 servers"
 stop_server
 
 # --- Forwarding to the example.test. server ------------------------------------------------------
@@ -166,4 +197,44 @@ order=$(grep -oE "Sending request to 127\.0\.0\.[78] " "$WORK/stdout" | awk '{pr
 failLog="$folder/logs/$(date +%Y%m%d)fail.log"
 grep -q "DNS Request from 127.0.0.1 about A-record for lost.example.test.:" "$failLog" || fail "fail.log: $(cat "$failLog" 2>/dev/null)"
 grep -q -- "-> Authoritative DNS servers did not respond - or did not return any records." "$failLog" || fail "fail.log line 2"
+
+# --- A flood of distinct names toward them ------------------------------------------------------
+rss() { awk '/^VmRSS/ { print $2 }' "/proc/$SERVER_PID/status"; }
+idle=$(rss)
+python3 - <<'PY' >"$WORK/flood" || fail "flood sender"
+import socket, struct, time
+s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+s.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
+s.settimeout(0)
+def query(i):
+    labels = ["n%d" % i, "flood", "test"]
+    name = b"".join(bytes([len(l)]) + l.encode() for l in labels) + b"\0"
+    return struct.pack(">HHHHHH", i & 0xFFFF, 0x0100, 1, 0, 0, 0) + name + struct.pack(">HH", 1, 1)
+refused = 0
+def drain():
+    global refused
+    while True:
+        try:
+            reply = s.recv(512)
+        except BlockingIOError:
+            return
+        if reply[3] & 15 == 2:
+            refused += 1
+for i in range(14000):  # bounded: 14 000 queries in small bursts, then stop
+    s.sendto(query(i), ("127.0.0.1", 53))
+    if i % 200 == 199:
+        time.sleep(0.02)
+        drain()
+time.sleep(0.5)
+drain()
+print(refused)
+PY
+refused=$(cat "$WORK/flood")
+echo "flood: $refused refused at once, resident size $idle kB idle, $(rss) kB full"
+[ "$refused" -ge 1000 ] || fail "only $refused queries refused beyond the cap"
+wait_for "Too many requests waiting for other servers - refused with a server failure: [0-9]+"
+# The cap shows in the refusals; the size is a coarse guard, loose enough for the sanitizer build
+# (about 6 MB of growth in the release build, 30 MB with the address sanitizer's redzones).
+[ $(($(rss) - idle)) -lt 100000 ] || fail "resident size grew from $idle to $(rss) kB"
+local_answered "flood"
 stop_server

@@ -1,0 +1,330 @@
+# Three real peers, each on its own loopback address: NSD on 127.0.0.21, Knot on 127.0.0.22, BIND
+# on 127.0.0.23. Each is the primary of two zones that Quorvane takes in: it NOTIFYs Quorvane about
+# n-PEER.test and not about r-PEER.test. And each is a secondary of example.test, Quorvane's own
+# zone, whose "; Notify" line names all three. The zone is NotSecure, since the second Quorvane
+# below asks from 127.0.0.1 (ZoneTransfer's unit tests check who may transfer a Secure zone).
+# As secondary, Quorvane transfers every zone at start, answers it with AA and writes it back to its
+# file; when all six change on the primaries, the notified zones are served anew within 6 s, the
+# others at the next 60-s poll. Knot answers the request marker after the question with FORMERR,
+# so Quorvane asks it once more without the marker, once for the life of the process; and Knot
+# sends its NOTIFY over TCP only.
+# As primary, Quorvane announces three versions of example.test with NOTIFY (the reload command, a
+# new file picked up by the CheckNew scan, an edit of the file followed by the reload command) and
+# each secondary serves each version within 10 s; a second Quorvane on 127.0.0.25 is one of
+# them. Its SOA refresh is an hour, so only the NOTIFY can do that.
+# A secondary zone outlives its primary only until the SOA expire time: exp.test. comes from an
+# NSD on 127.0.0.24 (expire 20 s), which is stopped after the first transfer; the first poll
+# after the expire time drops the zone: its file keeps only the header line and its names are
+# answered without records and without AA. Once NSD is back, the reload command brings the zone
+# back at once. All of that runs while the polled zones wait.
+folder="$WORK/folder"
+mkdir -p "$folder/data"
+printf 'Name: ns1.example.test\nDNSBind: 127.0.0.1\nLogDetail: YES\nCheckNew: 1\n' >"$folder/quorvane.ini"
+
+ZONES="n-nsd.test r-nsd.test n-knot.test r-knot.test n-bind.test r-bind.test"
+PEERS="127.0.0.21:nsd 127.0.0.22:knot 127.0.0.23:bind"
+SECONDARIES="$PEERS 127.0.0.25:quorvane"
+peer_of() { local peer=${1#*-} && echo "${peer%.test}"; }
+primary_of() { case $1 in *nsd.test) echo 127.0.0.21 ;; *knot.test) echo 127.0.0.22 ;; *bind.test) echo 127.0.0.23 ;; esac; }
+dir_of() { echo "$WORK/$(peer_of "$1")-$(primary_of "$1")"; }
+
+# Version $2 of zone $1 on its primary: the serial and www follow it, and onlyN exists only in
+# version N, so that a record kept from an older version is caught. Short timers: refresh and
+# retry 5 s, expire 20 s.
+zone_text() {
+    cat <<ZONE
+\$ORIGIN $1.
+\$TTL 5
+@       IN SOA ns.$1. admin.$1. ( 202612010$2 5 5 20 5 )
+        IN NS  ns
+ns      IN A   $(primary_of "$1")
+www     IN A   192.0.2.$2
+only$2   IN TXT "version $2"
+ZONE
+}
+write_zones() { # version $1, into each primary's folder
+    local zone file
+    for zone in $ZONES; do
+        file="$(dir_of "$zone")/$zone.zone"
+        mkdir -p "$(dirname "$file")"
+        zone_text "$zone" "$1" >"$file.part"
+        mv "$file.part" "$file"
+    done
+}
+
+# Version $1 of Quorvane's own zone, written to file $2: the serial, web's address and the TXT
+# follow it, and onlyN exists only in version N.
+own_zone() {
+    cat >"$2.part" <<ZONE
+; Notify 127.0.0.21 127.0.0.22 127.0.0.23 127.0.0.25
+; NotSecure
+@       IN SOA ns1.example.test. admin.example.test. ( 202611230$1 ; serial
+                3600 600 86400 300 )
+        IN NS   ns1
+        IN NS   ns2
+        IN MX   10 mail
+ns1     IN A    127.0.0.1
+ns2     IN A    127.0.0.21
+mail    IN A    192.0.2.25
+www     IN CNAME web
+web     IN A    192.0.2.8$1
+txt     IN TXT  "version $1"
+only$1   IN A    192.0.2.$1
+ZONE
+    mv "$2.part" "$2"
+}
+# What every secondary must answer for version $1, in the form view prints.
+expected() {
+    sort <<ANSWERS
+example.test. SOA ns1.example.test. admin.example.test. 202611230$1 3600 600 86400 300
+example.test. NS ns1.example.test.
+example.test. NS ns2.example.test.
+example.test. MX 10 mail.example.test.
+www.example.test. CNAME web.example.test.
+web.example.test. A 192.0.2.8$1
+txt.example.test. TXT "version $1"
+only$1.example.test. A 192.0.2.$1
+ANSWERS
+}
+# The answers of server $1 to a fixed set of questions, without TTL and class, sorted.
+view() {
+    local question
+    for question in "example.test SOA" "example.test NS" "example.test MX" "www.example.test A" \
+        "txt.example.test TXT" "only1.example.test A" "only2.example.test A" "only3.example.test A"; do
+        # shellcheck disable=SC2086 # name and type
+        dig @"$1" +tries=1 +time=1 +norec +noall +answer $question
+    done | awk '{ out = $1; for (i = 4; i <= NF; ++i) out = out " " $i; print out }' | sort
+}
+serial_at() { dig @"$1" +tries=1 +time=1 +norec +short "${2:-example.test}" SOA 2>/dev/null | awk '{ print $3 }'; }
+secondaries_serve() {
+    local peer
+    for peer in $SECONDARIES; do [ "$(serial_at "${peer%%:*}")" = "202611230$1" ] || return 1; done
+}
+# Waits up to 10 s until every secondary serves version $1 of example.test, then compares their
+# answers with it. $2 names the step for the messages.
+all_serve() {
+    local start=$SECONDS peer
+    within 10 secondaries_serve "$1" || fail "$2: not every secondary serves serial 202611230$1 after 10 s$(peer_logs)"
+    echo "$2: every secondary serves serial 202611230$1 after $((SECONDS - start)) s"
+    for peer in $SECONDARIES; do
+        [ "$(view "${peer%%:*}")" = "$(expected "$1")" ] ||
+            fail "$2: ${peer#*:} answers
+$(view "${peer%%:*}")
+instead of
+$(expected "$1")"
+    done
+}
+
+# True when the primary of zone $1 serves version $2.
+primary_has() { [ "$(serial_at "$(primary_of "$1")" "$1")" = "202612010$2" ]; }
+# True when Quorvane answers version $2 of zone $1 with AA, and nothing of the other version.
+serves() {
+    local other=$(($2 == 1 ? 2 : 1))
+    [ "$(aa_answer 127.0.0.1 "www.$1" A)" = "192.0.2.$2" ] &&
+        [ "$(aa_answer 127.0.0.1 "$1" SOA | awk '{ print $3 }')" = "202612010$2" ] &&
+        [ "$(aa_answer 127.0.0.1 "only$2.$1" TXT)" = "\"version $2\"" ] &&
+        [ -z "$(aa_answer 127.0.0.1 "only$other.$1" TXT)" ]
+}
+transfers() { count_lines "Receiving Zone Transfer from $(primary_of "$1") for ${1//./\\.}\\."; }
+sent() { count_lines "Sending Zone $1 to ${2//./\\.} (for|about) example\\.test\\.?"; }
+ixfr_from() { count_lines "Zone Transfer Request from ${1//./\\.} for example\\.test\\. \\(IXFR\\)"; }
+
+# Each peer runs as it comes: as a secondary, each asks for IXFR once it holds the zone (NSD would
+# not fall back to AXFR if that were refused), and gets the whole zone.
+write_zones 1
+nsd="$WORK/nsd-127.0.0.21"
+start_peer nsd 127.0.0.21 <<CONF
+zone:
+    name: "n-nsd.test"
+    zonefile: "$nsd/n-nsd.test.zone"
+    provide-xfr: 127.0.0.1 NOKEY
+    notify: 127.0.0.1 NOKEY
+    outgoing-interface: 127.0.0.21
+zone:
+    name: "r-nsd.test"
+    zonefile: "$nsd/r-nsd.test.zone"
+    provide-xfr: 127.0.0.1 NOKEY
+zone:
+    name: "example.test"
+    zonefile: "$nsd/example.test.zone"
+    request-xfr: 127.0.0.1 NOKEY
+    allow-notify: 127.0.0.1 NOKEY
+    outgoing-interface: 127.0.0.21
+CONF
+nsd_pid=$PEER_PID
+knot="$WORK/knot-127.0.0.22"
+start_peer knot 127.0.0.22 <<CONF
+remote:
+  - id: quorvane
+    address: 127.0.0.1@53
+    via: 127.0.0.22
+acl:
+  - id: transfer-to-quorvane
+    address: 127.0.0.1
+    action: transfer
+  - id: notify-from-quorvane
+    address: 127.0.0.1
+    action: notify
+template:
+  - id: default
+    storage: "$knot"
+    zonefile-sync: -1
+    acl: transfer-to-quorvane
+zone:
+  - domain: n-knot.test
+    file: "$knot/n-knot.test.zone"
+    notify: quorvane
+  - domain: r-knot.test
+    file: "$knot/r-knot.test.zone"
+  - domain: example.test
+    master: quorvane
+    acl: notify-from-quorvane
+    file: "$knot/example.test.zone"
+CONF
+# SIGHUP makes named reload changed zone files.
+start_peer bind 127.0.0.23 <<CONF
+zone "n-bind.test" {
+    type primary;
+    file "n-bind.test.zone";
+    notify explicit;
+    also-notify { 127.0.0.1; };
+};
+zone "r-bind.test" {
+    type primary;
+    file "r-bind.test.zone";
+};
+zone "example.test" {
+    type secondary;
+    primaries { 127.0.0.1; };
+    allow-notify { 127.0.0.1; };
+    file "example.test.zone";
+    masterfile-format text;
+};
+CONF
+BIND_PID=$PEER_PID
+for zone in $ZONES; do
+    within 10 primary_has "$zone" 1 || fail "the primary of $zone does not serve it$(peer_logs)"
+    dig @"$(primary_of "$zone")" +tries=1 +time=2 "$zone" AXFR | grep -q "^www\.$zone\..*192\.0\.2\.1$" ||
+        fail "the primary of $zone does not give 127.0.0.1 the zone$(peer_logs)"
+    printf '; PrimaryIP %s\n' "$(primary_of "$zone")" >"$folder/data/$zone.dns"
+done
+
+# exp.test.: a short expire time, and a primary stopped once the zone is in.
+printf '%s\n' '$TTL 5' '@ IN SOA ns.exp.test. admin.exp.test. ( 2026120101 5 5 20 5 )' '@ IN NS ns' \
+    'ns IN A 127.0.0.24' 'www IN A 192.0.2.1' >"$WORK/exp.test.zone"
+start_exp() { NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.24 exp.test. "$WORK/exp.test.zone"; }
+start_exp
+printf '; PrimaryIP 127.0.0.24\n' >"$folder/data/exp.test.dns"
+exp_transfers() { count_lines 'Receiving Zone Transfer from 127.0.0.24 for exp\.test\.'; }
+exp_served() { [ "$(aa_answer 127.0.0.1 www.exp.test A)" = 192.0.2.1 ]; }
+
+# --- Secondary: each zone transferred at start -------------------------------------------------
+own_zone 1 "$folder/data/example.test.dns"
+start_server "$folder"
+wait_for "DNS service started on 127.0.0.1"
+[ "$(serial_at 127.0.0.1)" = 2026112301 ] || fail "Quorvane does not serve its zone: $(serial_at 127.0.0.1)"
+for zone in $ZONES; do
+    within 20 serves "$zone" 1 || fail "$zone is not served after 20 s$(peer_logs)"
+    [ "$(transfers "$zone")" -eq 1 ] || fail "$zone: $(transfers "$zone") transfer lines, expected 1"
+    file="$folder/data/$zone.dns"
+    [ "$(head -1 "$file")" = "; PrimaryIP $(primary_of "$zone")" ] || fail "$zone.dns starts: $(head -1 "$file")"
+    named-checkzone -D -o - "$zone" "$file" 2>/dev/null | grep -qE "^www\.$zone\.[[:space:]]+[0-9]+[[:space:]]+IN[[:space:]]+A[[:space:]]+192\.0\.2\.1$" ||
+        fail "$zone.dns does not read back with www:
+$(cat "$file")"
+done
+echo "every zone transferred and served"
+within 10 exp_served || fail "exp.test not served after 10 s"
+kill -TERM "$NSD_PID"
+timeout 10 tail --pid="$NSD_PID" -f /dev/null || fail "nsd did not stop"
+exp_stopped=$SECONDS
+
+# --- Secondary: a change on every primary ------------------------------------------------------
+write_zones 2
+kill -HUP "$nsd_pid"
+knotc -s "$knot/knot.sock" zone-reload >/dev/null || fail "knotc zone-reload"
+kill -HUP "$BIND_PID"
+for zone in $ZONES; do
+    within 10 primary_has "$zone" 2 || fail "the primary of $zone did not load version 2$(peer_logs)"
+done
+start=$SECONDS
+# True when every notified zone is served anew and its notification logged; the others are in
+# $late, which is reported after the checks that follow.
+notified_served() {
+    local zone
+    late=""
+    for zone in n-nsd.test n-knot.test n-bind.test; do
+        serves "$zone" 2 &&
+            [ "$(count_lines "Zone Update Notification from $(primary_of "$zone") about ${zone//./\\.}\\.( \\(TCP\\))?")" -ge 1 ] ||
+            late="$late $zone"
+    done
+    [ -z "$late" ]
+}
+within 6 notified_served && echo "notified zones served anew after $((SECONDS - start)) s"
+
+# --- Primary: the reload command, a new file, an edit and the reload command ---------------------
+# The second Quorvane runs beside the one lib.sh watches, with its own output.
+mkdir -p "$WORK/second/data"
+printf 'Name: ns2.example.test\nDNSBind: 127.0.0.25\nLogDetail: YES\n' >"$WORK/second/quorvane.ini"
+printf '; PrimaryIP 127.0.0.1\n' >"$WORK/second/data/example.test.dns"
+"$QUORVANE" --headless --dir "$WORK/second" >"$WORK/second.stdout" 2>&1 &
+second_pid=$!
+started "$second_pid"
+within 10 grep -q 'DNS service started on 127\.0\.0\.25$' "$WORK/second.stdout" || fail "the second Quorvane did not start"
+"$QUORVANE_CTL" --dir "$folder" reload-zone example.test || fail "quorvane-ctl reload-zone failed"
+all_serve 1 "first transfer"
+own_zone 2 "$folder/data/example.test.new"
+all_serve 2 "new file"
+[ ! -e "$folder/data/example.test.new" ] || fail "example.test.new still there"
+grep -q "202611230[2] ;" "$folder/data/example.test.dns" || fail "example.test.dns not replaced by the new file"
+own_zone 3 "$folder/data/example.test.dns"
+sleep 2 # two CheckNew scans: an edited .dns file alone is not reloaded
+[ "$(serial_at 127.0.0.1)" = 2026112302 ] || fail "the edited file was loaded without a reload"
+"$QUORVANE_CTL" --dir "$folder" reload-zone example.test || fail "quorvane-ctl reload-zone failed"
+all_serve 3 "reload command"
+for peer in $PEERS; do
+    address=${peer%%:*}
+    [ "$(sent "Update Notification" "$address")" -ge 3 ] || fail "${peer#*:}: $(sent "Update Notification" "$address") notifications, expected 3 or more"
+    [ "$(sent Transfer "$address")" -ge 3 ] || fail "${peer#*:}: $(sent Transfer "$address") transfers, expected 3 or more"
+    echo "${peer#*:}: $(sent Transfer "$address") transfers, $(ixfr_from "$address") of them asked as IXFR"
+done
+grep -qE 'Zone Update Notification from 127\.0\.0\.1 about example\.test\.' "$WORK/second.stdout" ||
+    fail "no notification in the second Quorvane's log: $(cat "$WORK/second.stdout")"
+SERVER_PID=$second_pid stop_server
+
+# --- Secondary: the zones without NOTIFY at the next poll ----------------------------------------
+for zone in r-nsd.test r-knot.test r-bind.test; do
+    within $((start + 70 - SECONDS)) serves "$zone" 2 || fail "$zone: version 2 not served 70 s after the change$(peer_logs)"
+    [ "$(count_lines "Zone Update Notification from .* about ${zone//./\\.}\\.( \\(TCP\\))?")" -eq 0 ] ||
+        fail "a notification about $zone, which no primary announces"
+done
+echo "polled zones served anew after $((SECONDS - start)) s"
+for zone in $ZONES; do
+    [ "$(transfers "$zone")" -eq 2 ] || fail "$zone: $(transfers "$zone") transfer lines, expected 2"
+done
+
+# --- exp.test. expired, and back with the reload command --------------------------------------------
+within $((exp_stopped + 85 - SECONDS)) grep -qE '^[0-9:]{8}   Zone has expired: exp\.test\.$' "$WORK/stdout" ||
+    fail "no expiry 85 s after the primary stopped"
+[ "$(head -1 "$folder/data/exp.test.dns")" = "; PrimaryIP 127.0.0.24" ] || fail "exp.test.dns lost its header"
+grep -qv '^;' "$folder/data/exp.test.dns" && fail "records left in exp.test.dns: $(cat "$folder/data/exp.test.dns")"
+for name in www.exp.test exp.test; do
+    dig @127.0.0.1 +tries=1 +time=2 +norec "$name" A >"$WORK/dig.out" || fail "no reply for $name"
+    grep -qE 'flags:[a-z ]* aa[ ;]' "$WORK/dig.out" && fail "$name answered with AA after expiry: $(cat "$WORK/dig.out")"
+    grep -q 'ANSWER: 0,' "$WORK/dig.out" || fail "$name answered after expiry: $(cat "$WORK/dig.out")"
+done
+start_exp
+"$QUORVANE_CTL" --dir "$folder" reload-zone exp.test || fail "quorvane-ctl reload-zone failed"
+within 5 exp_served || fail "exp.test not served again 5 s after the reload command"
+[ "$(exp_transfers)" -eq 2 ] || fail "$(exp_transfers) transfer lines for exp.test, expected 2"
+grep -q '192\.0\.2\.1' "$folder/data/exp.test.dns" || fail "exp.test.dns not written again: $(cat "$folder/data/exp.test.dns")"
+
+# --- The request marker: only Knot refuses it, and Quorvane asks it without it from then on --------
+fallback() { count_lines "Primary $1 answered the transfer request with response code $2 - asking it again without the MS marker"; }
+[ "$(fallback 127.0.0.22 1)" -eq 1 ] || fail "$(fallback 127.0.0.22 1) fallback lines for Knot, expected 1"
+for address in 127.0.0.21 127.0.0.23; do
+    [ "$(fallback "$address" '[0-9]+')" -eq 0 ] || fail "a fallback line for $address"
+done
+[ -z "$late" ] || fail "not served anew 6 s after the NOTIFY, or no notification line:$late
+$(grep -E 'Notification|Zone Transfer' "$WORK/stdout")$(peer_logs)"
+kill -0 "$SERVER_PID" || fail "server ended"
+stop_server

@@ -281,10 +281,12 @@ sleep 2 # two CheckNew scans: an edited .dns file alone is not reloaded
 [ "$(serial_at 127.0.0.1)" = 2026112302 ] || fail "the edited file was loaded without a reload"
 "$QUORVANE_CTL" --dir "$folder" reload-zone example.test || fail "quorvane-ctl reload-zone failed"
 all_serve 3 "reload command"
+# Each version reached every secondary (all_serve), and only Quorvane has the zone, so the transfers
+# are shown, not counted: a peer's first refresh at times comes from 127.0.0.1 instead of its own
+# address. The NOTIFYs are Quorvane's own doing and are counted.
 for peer in $PEERS; do
     address=${peer%%:*}
     [ "$(sent "Update Notification" "$address")" -ge 3 ] || fail "${peer#*:}: $(sent "Update Notification" "$address") notifications, expected 3 or more"
-    [ "$(sent Transfer "$address")" -ge 3 ] || fail "${peer#*:}: $(sent Transfer "$address") transfers, expected 3 or more"
     echo "${peer#*:}: $(sent Transfer "$address") transfers, $(ixfr_from "$address") of them asked as IXFR"
 done
 grep -qE 'Zone Update Notification from 127\.0\.0\.1 about example\.test\.' "$WORK/second.stdout" ||

@@ -29,7 +29,7 @@ if [ "${1:-build}" = test ]; then
         bind9-dnsutils knot-dnsutils                    # real DNS clients
         busybox isc-dhcp-client dhcpcd-base             # real DHCP clients (dhcpcd without its service)
         dns-root-data bind9-utils                       # root hints, and a zone compiler to compare with
-        xvfb x11-utils x11-apps xdotool fonts-dejavu-core # the desktop program on a virtual display
+        xvfb x11-utils x11-apps xdotool netpbm fonts-dejavu-core # the desktop program on a virtual display
     )
     packages+=(openssl)                                 # the TLS cases' own certificate authority
     packages+=(dnsperf)                                 # the soak smoke's load (bench/soak.sh)

@@ -22,6 +22,8 @@ Xvfb -displayfd 3 -nolisten tcp -screen 0 1280x800x24 3>"$WORK/display" >"$WORK/
 XVFB_PID=$!
 started "$XVFB_PID"
 within 10 test -s "$WORK/display" || fail "Xvfb did not start: $(cat "$WORK/xvfb.log")"
+# The whole virtual screen, as a PNG.
+screenshot() { xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$1" || fail "screenshot $1"; }
 export DISPLAY=":$(tr -d '\n' <"$WORK/display")"
 
 env -u QT_QPA_PLATFORM -u WAYLAND_DISPLAY "$QUORVANE" --dir "$folder" >"$WORK/stdout" 2>"$WORK/stderr" &
@@ -31,8 +33,7 @@ within 15 xdotool search --onlyvisible --name '^home\.lan - Quorvane$' >/dev/nul
     fail "no main window on $DISPLAY: $(xwininfo -root -tree | grep -i quorvane)"
 within 10 dns_bound || fail "port 53 not bound under the window"
 sleep 1 # let the window finish painting
-xwd -root -silent >"$WORK/screen.xwd" || fail "xwd"
-python3 "$CASE_DIR/xwd_to_png.py" "$WORK/screen.xwd" "$shots/desktop_under_xvfb.png" || fail "converting the screenshot"
+screenshot "$shots/desktop_under_xvfb.png"
 
 # The tool-bar buttons Look Up, Cache and Records (left to right under the menu bar; no window
 # manager here, so the window's origin is its client area) each open their tool's window.
@@ -46,8 +47,7 @@ for tool in "Look Up|36|^DNS Look Up\$" "Cache|97|^Cache Snapshot Viewer\$" "Rec
     started "$tool_pid"
 done
 sleep 1
-xwd -root -silent >"$WORK/screen.xwd" || fail "xwd"
-python3 "$CASE_DIR/xwd_to_png.py" "$WORK/screen.xwd" "$shots/desktop_tools_under_xvfb.png" || fail "converting the screenshot"
+screenshot "$shots/desktop_tools_under_xvfb.png"
 
 stop_server
 logfile=$(ls "$folder"/logs/*.log | tail -n1)

@@ -4,22 +4,16 @@
 #include "fuzz_support.h"
 #include "query/flood_guard.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <string>
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     using namespace quorvane;
-    static const std::filesystem::path dir = fuzz::scratchFolder("quorvane-fuzz-blocks-file");
-    std::ofstream(dir / "in.dat", std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    static const test::TempFolder dir;
+    dir.write("in.dat", std::string(fuzz::bytesOf(data, size)));
     FloodGuard first([](const std::string&) {}, [](const std::string&) {});
-    first.LoadBlocks(dir / "in.dat");
-    if (!first.SaveBlocks(dir / "out.dat")) __builtin_trap();
+    first.LoadBlocks(dir.path() / "in.dat");
+    fuzz::check(first.SaveBlocks(dir.path() / "out.dat"));
     FloodGuard second([](const std::string&) {}, [](const std::string&) {});
-    second.LoadBlocks(dir / "out.dat");
-    if (second.BlockList() != first.BlockList()) __builtin_trap();
+    second.LoadBlocks(dir.path() / "out.dat");
+    fuzz::check(second.BlockList() == first.BlockList());
     return 0;
 }

@@ -6,29 +6,23 @@
 #include "store/cache_file.h"
 #include "store/record_store.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     using namespace quorvane;
-    static const std::filesystem::path dir = fuzz::scratchFolder("quorvane-fuzz-cache-file");
+    static const test::TempFolder dir;
     for (const char* name : {kCacheFileName, kSnapshotFileName})
-        std::ofstream(dir / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    fuzz::StillClock clock;
-    RecordStore store(clock, dir, nullptr);
+        dir.write(name, std::string(fuzz::bytesOf(data, size)));
+    test::FakeClock clock;
+    RecordStore store(clock, dir.path(), nullptr);
     StoreSettings settings;
     settings.aaaa = settings.moreTypes = true;
     settings.cacheBytes = 4096; // a few records, so that reading often runs over the cap
     store.configure(settings);
     store.LoadCache();
-    store.LoadFile(dir / kSnapshotFileName, FileRecords::Permanent, nullptr);
+    store.LoadFile(dir.path() / kSnapshotFileName, FileRecords::Permanent, nullptr);
     size_t counted = 0;
     for (const auto& [owner, record] : store.CacheRecords())
         if (!record.Permanent) counted += CacheBudget::costOf(owner, record);
-    if (counted != store.cacheBytes() || counted > settings.cacheBytes) __builtin_trap();
+    fuzz::check(counted == store.cacheBytes() && counted <= settings.cacheBytes);
     return 0;
 }

@@ -4,28 +4,13 @@
 // served holds enough records that replies are cut. Any crash, sanitizer report or hang is a
 // finding.
 #include "fuzz_support.h"
-#include "query/dns_service.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
 
 namespace {
 
 using namespace quorvane;
-using fuzz::QuietHost;
-using fuzz::StillClock;
 
-struct Server {
-    StillClock clock;
-    QuietHost host;
-    RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    fuzz::SinkNetwork network;
-    RequestCounters counters;
-    OutgoingQueries outgoing{network};
-    DnsService dns{host, clock, store, counters, outgoing};
-
+struct Server : test::DnsFixture
+{
     Server()
     {
         StoreSettings settings;
@@ -52,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static Server s;
     if (size < 1) return 0;
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view input = fuzz::bytesOf(data, size);
     QuerySettings settings;
     settings.recursion = "<none>";
     settings.edns = (input[0] & 1) != 0;
@@ -62,5 +47,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const SocketId tcp = (input[0] & 8) != 0 ? 7 : kNoSocket;
     s.dns.ProcReq({0x0A000005, 4000}, input.substr(1), tcp);
     s.dns.clearPending();
+    fuzz::forget(s);
     return 0;
 }

@@ -1,22 +1,19 @@
 // Reads arbitrary text as a hosts file, one line at a time. Every line taken has an address of 4 or
 // 16 bytes and names in normal form. Any crash, sanitizer report, hang or broken line is a finding.
+#include "fuzz_support.h"
 #include "store/hosts_file.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <string_view>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    std::string_view text(reinterpret_cast<const char*>(data), size);
+    using quorvane::fuzz::check;
+    std::string_view text = quorvane::fuzz::bytesOf(data, size);
     while (!text.empty()) {
         const size_t end = text.find('\n');
-        const auto line = quorvane::parseHostsLine(text.substr(0, end));
-        if (line) {
-            if (line->address.size() != 4 && line->address.size() != 16) __builtin_trap();
-            if (line->names.empty()) __builtin_trap();
+        if (const auto line = quorvane::parseHostsLine(text.substr(0, end))) {
+            check(line->address.size() == 4 || line->address.size() == 16);
+            check(!line->names.empty());
             for (const auto& name : line->names)
-                if (name.empty() || name.back() != '.') __builtin_trap();
+                check(!name.empty() && name.back() == '.');
         }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }

@@ -3,46 +3,27 @@
 #include "fuzz_support.h"
 #include "replication/reload_port.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <string>
-
 namespace {
 
 using namespace quorvane;
 
-std::filesystem::path folder()
+struct NoQueue : ZoneQueue
 {
-    const auto path = fuzz::scratchFolder("quorvane-fuzz-reload-port");
-    std::filesystem::create_directories(path / "data");
-    std::ofstream(path / "data" / "fuzz.test.dns") << "@ 60 IN SOA ns.fuzz.test. a.fuzz.test. 1 60 60 600 60\n"
-                                                     "@ 60 IN NS ns.other.test.\n";
-    std::ofstream(path / "data" / "copy.test.dns") << "; PrimaryIP 127.0.0.9\n"
-                                                     "@ 60 IN SOA ns.copy.test. a.copy.test. 1 60 60 600 60\n";
-    return path;
-}
-
-class NoQueue : public ZoneQueue
-{
-public:
     void Que(const std::string&) override {}
 };
 
-struct Server
+struct Server : test::DnsFixture
 {
-    fuzz::StillClock clock;
-    fuzz::QuietHost host;
-    fuzz::SinkNetwork network;
-    RecordStore store{clock, folder(), [](int, const std::string&) {}};
-    RequestCounters counters;
-    OutgoingQueries outgoing{network};
+    Server()
+    {
+        folder.write("data/fuzz.test.dns", "@ 60 IN SOA ns.fuzz.test. a.fuzz.test. 1 60 60 600 60\n"
+                                           "@ 60 IN NS ns.other.test.\n");
+        folder.write("data/copy.test.dns", "; PrimaryIP 127.0.0.9\n"
+                                           "@ 60 IN SOA ns.copy.test. a.copy.test. 1 60 60 600 60\n");
+    }
     NoQueue queue;
-    ZoneNotifications notifications{host, store, counters, outgoing, queue};
+    ZoneNotifications notifications{host, store, rig.counters, rig.outgoing, queue};
     ReloadPort port{host, store, notifications, queue, [] { return true; }};
-
-    Server() { outgoing.open(false); }
 };
 
 } // namespace
@@ -51,6 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static Server s;
     s.store.LoadPerm();
-    s.port.DataArrival({0x7F000001, 50000}, std::string_view(reinterpret_cast<const char*>(data), size));
+    s.port.DataArrival({0x7F000001, 50000}, fuzz::bytesOf(data, size));
+    fuzz::forget(s);
     return 0;
 }

@@ -6,30 +6,15 @@
 // it came over TCP. The raw input is offered as a whole message too. Any crash, sanitizer report or
 // hang is a finding.
 #include "fuzz_support.h"
-#include "query/dns_service.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
 
 namespace {
 
 using namespace quorvane;
-using fuzz::QuietHost;
-using fuzz::StillClock;
 
-struct Rig {
-    StillClock clock;
-    QuietHost host;
-    RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    fuzz::SinkNetwork network;
-    RequestCounters counters;
-    OutgoingQueries outgoing{network};
-    DnsService dns{host, clock, store, counters, outgoing};
-
+struct Rig : test::DnsFixture
+{
     Rig()
     {
         store.CacheAddF(".", rtype::NS, 3600000, "a.root.", 0, true);
@@ -44,7 +29,7 @@ const std::string kName = "www.example.test.";
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static Rig r;
-    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view input = fuzz::bytesOf(data, size);
     if (input.size() < 8) return 0;
 
     QuerySettings settings;
@@ -57,13 +42,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.hardening = (input[0] & 32) != 0;
     const bool viaTcp = (input[0] & 64) != 0;
     r.dns.configure(settings);
-    r.outgoing.open(settings.hardening);
+    r.rig.outgoing.open(settings.hardening);
     r.dns.clearPending();
     r.store.clearCache();
 
-    Bytes query = MakeShort(1) + std::string("\1\0\0\1\0\0\0\0\0\0", 10) + ZipName(kName, "") + MakeShort(1) +
-                  MakeShort(1);
-    r.dns.ProcReq({0x0A000005, 4000}, query);
+    r.dns.ProcReq({0x0A000005, 4000}, test::makeQuery(1, kName, rtype::A, true));
     if (r.dns.resolver().PendingRequests.empty()) return 0;
 
     // The answer to the query just sent: its identifier and question, then the input.
@@ -74,5 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     r.dns.ProcAns({0x7F000002, 53}, answer, viaTcp);
     r.dns.ProcAns({0x7F000002, 53}, input, viaTcp);
     r.dns.retryWaiting();
+    fuzz::forget(r);
     return 0;
 }

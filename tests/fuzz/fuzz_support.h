@@ -1,68 +1,49 @@
-// Shared by the fuzz targets: a clock that stands still, a host that builds every log line and
-// sends nothing, and a network whose sends go nowhere.
+// Shared by the fuzz targets: the input as bytes, findings, segmented streams, and the shared test
+// fixtures with what their doubles record dropped after each run.
 #pragma once
 
-#include "net/clock.h"
-#include "net/network.h"
-#include "query/query_host.h"
+#include "support/dns_fixture.h"
 
-#include <filesystem>
-#include <string>
+#include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 namespace quorvane::fuzz {
 
-// A folder of the target's own for files the code under test reads or writes; in memory where the
-// system offers it, so that the file traffic of millions of runs does not reach a disk.
-inline std::filesystem::path scratchFolder(const std::string& name)
+inline std::string_view bytesOf(const uint8_t* data, size_t size)
 {
-    const std::filesystem::path shm = "/dev/shm";
-    const auto path = (std::filesystem::is_directory(shm) ? shm : std::filesystem::temp_directory_path()) / name;
-    std::filesystem::create_directories(path);
-    return path;
+    return {reinterpret_cast<const char*>(data), size};
 }
 
-class StillClock : public Clock
+// A broken promise of the code under test is a finding like a crash.
+inline void check(bool condition)
 {
-public:
-    DateTime now() const override { return 20000.5; }
-    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 1; }
-    void stopTimer(TimerId) override {}
-};
+    if (!condition) __builtin_trap();
+}
 
-class QuietHost : public QueryHost
+// Cuts a stream into segments, each a length byte (0 stands for 256) and that many bytes, and
+// hands each to use.
+template <class Use>
+void forEachSegment(std::string_view stream, Use&& use)
 {
-public:
-    bool wants(int) const override { return true; } // every log line is built, to reach its code
-    void AddLine(int, const std::string&) override {}
-    void sendDns(const Endpoint&, std::string_view) override {}
-    void sendDnsTcp(SocketId, std::string_view) override {}
-    void DoTray(int) override {}
-    void appendDailyLog(const std::string&, const std::string&) override {}
-};
-
-// Sends go nowhere; every connection is open from its first use until it is closed.
-class SinkNetwork : public Network
-{
-public:
-    void setEvents(NetworkEvents*) override {}
-    SocketId bindUdp(const std::string&, uint16_t) override { return kNoSocket; }
-    SocketId listenTcp(const std::string&, uint16_t) override { return kNoSocket; }
-    SocketId listenTls(const std::string&, uint16_t, const std::string&, const std::string&, std::string&) override
-    {
-        return kNoSocket;
+    while (!stream.empty()) {
+        const size_t length =
+            std::min<size_t>(stream[0] == 0 ? 256 : static_cast<unsigned char>(stream[0]), stream.size() - 1);
+        use(stream.substr(1, length));
+        stream.remove_prefix(1 + length);
     }
-    bool reloadTlsCertificate(SocketId, const std::string&, const std::string&, std::string&) override { return false; }
-    SocketId bindDhcp(const std::string&) override { return ++lastConnection; }
-    SocketId connectTcp(const Endpoint&) override { return ++lastConnection; }
-    SocketId connectTls(const Endpoint&, const std::string&, const std::string&) override { return ++lastConnection; }
-    void sendTo(SocketId, const Endpoint&, std::string_view) override {}
-    void sendTcp(SocketId, std::string_view data) override { sent += data.size(); }
-    uint16_t localPort(SocketId) const override { return 0; }
-    void close(SocketId) override {}
-    std::vector<std::string> localAddresses() const override { return {}; }
-    size_t sent = 0;
-    SocketId lastConnection = 0;
-};
+}
+
+// Drops what the fixture's doubles recorded, so that millions of runs do not pile it up.
+inline void forget(test::DnsFixture& f)
+{
+    f.host.lines.clear();
+    f.host.replies.clear();
+    f.host.dailyLogs.clear();
+    f.rig.network.sent.clear();
+    f.rig.network.tcpSent.clear();
+    f.rig.network.connects.clear();
+    f.rig.network.tlsNames.clear();
+}
 
 } // namespace quorvane::fuzz

@@ -7,57 +7,30 @@
 // The same segments also arrive as a TLS forwarder's answers on the outgoing side.
 // Any crash, sanitizer report or hang is a finding.
 #include "fuzz_support.h"
-#include "query/dns_service.h"
 #include "query/flood_guard.h"
 #include "replication/zone_transfer.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <string_view>
 
 namespace {
 
 using namespace quorvane;
-using fuzz::QuietHost;
-using fuzz::SinkNetwork;
-using fuzz::StillClock;
 
-// A program folder with one zone, as the loader reads it from a file.
-std::filesystem::path makeFolder()
+// One zone, as the loader reads it from its file.
+struct Service : test::DnsFixture
 {
-    const auto folder = std::filesystem::temp_directory_path() / "quorvane-fuzz-tcp";
-    std::filesystem::create_directories(folder / "data");
-    std::ofstream(folder / "data" / "fuzz.test.dns")
-        << "; NotSecure\n"
-           "@ 60 IN SOA ns.fuzz.test. admin.fuzz.test. 1 60 60 600 60\n"
-           "@ 60 IN NS ns\n"
-           "ns 60 IN A 10.0.0.1\n"
-           "@ 60 IN MX 10 mx\n"
-           "t 60 IN TXT \"abc\"\n";
-    return folder;
-}
-
-struct Service
-{
-    StillClock clock;
-    QuietHost host;
-    SinkNetwork network;
-    RecordStore store{clock, makeFolder(), [](int, const std::string&) {}};
-    RequestCounters counters;
-    OutgoingQueries outgoing{network};
-    DnsService dns{host, clock, store, counters, outgoing};
-    FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
-    DnsTcpService tcp{network, clock, host, dns.answerer(), flood};
-    ZoneTransferServer server{clock, host, store, tcp, counters};
-
     Service()
     {
+        folder.write("data/fuzz.test.dns", "; NotSecure\n"
+                                           "@ 60 IN SOA ns.fuzz.test. admin.fuzz.test. 1 60 60 600 60\n"
+                                           "@ 60 IN NS ns\n"
+                                           "ns 60 IN A 10.0.0.1\n"
+                                           "@ 60 IN MX 10 mx\n"
+                                           "t 60 IN TXT \"abc\"\n");
         store.LoadZone("fuzz.test.");
         tcp.setMessages(&server);
     }
+    FloodGuard flood{[](const std::string&) {}, [](const std::string&) {}};
+    DnsTcpService tcp{rig.network, clock, host, dns.answerer(), flood};
+    ZoneTransferServer server{clock, host, store, tcp, rig.counters};
 };
 
 } // namespace
@@ -67,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     static Service s;
     static SocketId next = 1;
     const SocketId connection = next++;
-    std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view input = fuzz::bytesOf(data, size);
     QuerySettings settings;
     const unsigned flags = input.empty() ? 0 : static_cast<unsigned char>(input.back());
     settings.tcpQueries = (flags & 1) != 0;
@@ -75,21 +48,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     settings.aaaa = settings.moreTypes = (flags & 4) != 0;
     s.dns.configure(settings);
     s.tcp.connectionRequest(connection, {0x0A000001, 5353}, true);
-    s.outgoing.sendTls({0x0A000002, 853}, "forwarder.test", std::string(12, '\0'));
-    const SocketId forwarder = s.network.lastConnection;
-    s.outgoing.tcpConnected(forwarder);
-    while (!input.empty()) {
-        const size_t length =
-            std::min<size_t>(input[0] == 0 ? 256 : static_cast<unsigned char>(input[0]), input.size() - 1);
-        s.tcp.DataArrival(connection, input.substr(1, length));
-        s.outgoing.tcpData(forwarder, input.substr(1, length));
+    s.rig.outgoing.sendTls({0x0A000002, 853}, "forwarder.test", std::string(12, '\0'));
+    const SocketId forwarder = s.rig.network.connects.empty() ? kNoSocket : s.rig.network.connects.rbegin()->first;
+    s.rig.outgoing.tcpConnected(forwarder);
+    fuzz::forEachSegment(input, [&](std::string_view segment) {
+        s.tcp.DataArrival(connection, segment);
+        s.rig.outgoing.tcpData(forwarder, segment);
         s.tcp.drained(connection);
-        input.remove_prefix(1 + length);
-    }
+    });
     // Whatever transfer is still running is sent to its end, then the peer goes.
     for (int slices = 0; slices < 1000; ++slices)
         s.tcp.drained(connection);
     s.tcp.peerClosed(connection);
-    s.outgoing.tcpClosed(forwarder);
+    s.rig.outgoing.tcpClosed(forwarder);
+    s.rig.network.close(forwarder);
+    fuzz::forget(s);
     return 0;
 }

@@ -1,19 +1,15 @@
 // Reads arbitrary bytes as a received DNS message, field by field as a parser walks it, and writes
 // each readable name back against the message, as an answer would. Any crash, sanitizer report,
 // hang or broken round trip is a finding.
+#include "fuzz_support.h"
 #include "wire/addresses.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 namespace {
 
 using namespace quorvane;
+using fuzz::check;
 
 // Names of non-empty labels of plain host-name characters, at most 63 long, survive writing and
 // reading unchanged; others (dots or blanks inside labels, long or empty labels) legitimately do not.
@@ -33,11 +29,6 @@ bool plainName(std::string_view name)
     return true;
 }
 
-void check(bool condition)
-{
-    if (!condition) __builtin_trap();
-}
-
 void writeBack(std::string_view message, const std::string& name)
 {
     ZipName(name, message);
@@ -54,7 +45,7 @@ void writeBack(std::string_view message, const std::string& name)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string_view message(reinterpret_cast<const char*>(data), size);
+    const std::string_view message = fuzz::bytesOf(data, size);
     std::string_view rest = message;
     const int32_t id = ExtractShort(rest, true);
     for (int field = 0; field < 5; ++field)

@@ -1,21 +1,13 @@
 // Reads arbitrary bytes as a zone file and edits it the way the records editor does: every record
 // written anew in its place, the first one deleted, the serial set. A finding is any crash, and
 // any edit after which the text does not read back to exactly the records the edit should leave.
+#include "fuzz_support.h"
 #include "replication/zone_document.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
 
 namespace {
 
 using namespace quorvane;
-
-void check(bool condition)
-{
-    if (!condition) __builtin_trap();
-}
+using fuzz::check;
 
 std::vector<ZoneRecord> recordsOf(const ZoneDocument& document)
 {
@@ -38,7 +30,7 @@ void checkReadsBack(const ZoneDocument& document, const std::vector<ZoneRecord>&
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    ZoneDocument document("fuzz.example.", std::string(reinterpret_cast<const char*>(data), size));
+    ZoneDocument document("fuzz.example.", std::string(fuzz::bytesOf(data, size)));
     check(document.text() == document.originalText());
     const std::vector<ZoneRecord> records = recordsOf(document);
     for (size_t i = 0; i < records.size(); ++i)

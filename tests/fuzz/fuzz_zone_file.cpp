@@ -1,33 +1,19 @@
 // Reads arbitrary bytes as a zone file, stores every record it yields, writes them out as a
 // snapshot and reads that back. Any crash, sanitizer report or hang is a finding, and so is a
 // record that breaks the stored form or a snapshot that does not read back to itself.
+#include "fuzz_support.h"
 #include "store/cache_file.h"
 #include "store/record_data.h"
 #include "store/record_store.h"
 #include "store/zone_parser.h"
 #include "store/zone_text.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <sstream>
-#include <string>
 
 namespace {
 
 using namespace quorvane;
-
-class StillClock : public Clock
-{
-public:
-    DateTime now() const override { return 20000.5; }
-    TimerId startTimer(std::chrono::milliseconds, std::function<void()>) override { return 0; }
-    void stopTimer(TimerId) override {}
-};
-
-void check(bool condition)
-{
-    if (!condition) __builtin_trap();
-}
+using fuzz::check;
 
 // Every record read has its zone-file line; the snapshot's round trip checks that line.
 void checkRecord(const ZoneRecord& record)
@@ -45,7 +31,7 @@ void checkRecord(const ZoneRecord& record)
 // Loads zone-file text into a fresh store and gives back its snapshot text.
 std::string storedSnapshot(const std::string& text, std::string_view origin, ZoneComments* comments)
 {
-    StillClock clock;
+    test::FakeClock clock;
     RecordStore store(clock, "/nonexistent", nullptr);
     std::istringstream in(text);
     readZoneText(
@@ -62,7 +48,7 @@ std::string storedSnapshot(const std::string& text, std::string_view origin, Zon
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+    const std::string text(fuzz::bytesOf(data, size));
     ZoneComments comments;
     const std::string snapshot = storedSnapshot(text, "fuzz.example.", &comments);
     check(storedSnapshot(snapshot, ".", nullptr) == snapshot);

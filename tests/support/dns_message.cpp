@@ -2,6 +2,7 @@
 
 #include "wire/addresses.h"
 #include "wire/addresses6.h"
+#include "wire/message.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/tcp_frame.h"
@@ -11,12 +12,9 @@ namespace quorvane::test {
 
 Bytes makeQuery(uint16_t id, const std::string& name, uint16_t type, bool recursionDesired)
 {
-    Bytes m = MakeShort(id);
-    m += static_cast<char>(recursionDesired ? 1 : 0);
-    m += '\0';
-    m += MakeShort(1) + MakeShort(0) + MakeShort(0) + MakeShort(0);
-    m += ZipName(name, "");
-    m += MakeShort(type) + MakeShort(1);
+    Bytes m;
+    startMessage(m, id, recursionDesired ? 0x0100 : 0, {});
+    appendQuestion(m, name, type);
     return m;
 }
 
@@ -120,15 +118,15 @@ Bytes makeAnswer(std::string_view query, int rcode, bool aa, const std::vector<W
     m[2] = static_cast<char>(0x80 | (aa ? 4 : 0) | (query[2] & 1));
     m[3] = static_cast<char>(0x80 | rcode);
     for (int section = 2; section <= 4; ++section) {
-        int count = 0;
-        for (const auto& r : records) count += r.section == section ? 1 : 0;
-        m.replace(static_cast<size_t>(2 + 2 * section), 2, MakeShort(count));
+        size_t count = 0;
+        for (const auto& r : records) {
+            if (r.section != section) continue;
+            ++count;
+            m += ZipName(r.name, "") + MakeShort(r.type) + MakeShort(1) + MakeLong(r.ttl) +
+                 MakeShort(static_cast<int32_t>(r.rdata.size())) + r.rdata;
+        }
+        patchShort(m, static_cast<size_t>(2 + 2 * section), count);
     }
-    for (int section = 2; section <= 4; ++section)
-        for (const auto& r : records)
-            if (r.section == section)
-                m += ZipName(r.name, "") + MakeShort(r.type) + MakeShort(1) + MakeLong(r.ttl) +
-                     MakeShort(static_cast<int32_t>(r.rdata.size())) + r.rdata;
     return m;
 }
 

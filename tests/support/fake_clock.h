@@ -19,7 +19,6 @@ public:
     void advance(std::chrono::milliseconds by);
     // Jumps to a moment without firing timers (a late or suspended machine).
     void set(DateTime when) { m_now = when; }
-    size_t timerCount() const { return m_timers.size(); }
 
 private:
     struct Timer {

@@ -76,12 +76,6 @@ bool FakeNetwork::reloadTlsCertificate(SocketId listener, const std::string&, co
     return true;
 }
 
-void FakeNetwork::failTls(SocketId connection, std::string_view reason)
-{
-    if (m_events && isOpen(connection)) m_events->onTlsFailed(connection, reason);
-    peerClose(connection);
-}
-
 void FakeNetwork::accept(SocketId connection)
 {
     if (m_events && isOpen(connection)) m_events->onTcpConnected(connection);

@@ -33,7 +33,7 @@ public:
     // A UDP socket on port 67 of an address the machine has.
     SocketId bindDhcp(const std::string& address) override { return address.empty() ? kNoSocket : bindUdp(address, 67); }
     SocketId connectTcp(const Endpoint& to) override;
-    // Like a TCP connection; the test lets it stand (accept), refuses it, or fails its handshake.
+    // Like a TCP connection, which the test lets stand (accept) or closes.
     SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) override;
     void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
     void sendTcp(SocketId connection, std::string_view data) override;
@@ -56,10 +56,8 @@ public:
     void deliverTcp(SocketId connection, std::string_view data);
     void drain(SocketId connection);
     void peerClose(SocketId connection);
-    // The outgoing connection a test lets stand, or refuses.
+    // The outgoing connection a test lets stand.
     void accept(SocketId connection);
-    void refuse(SocketId connection) { peerClose(connection); }
-    void failTls(SocketId connection, std::string_view reason);
 
     std::vector<std::string> addresses{"192.168.1.10"};
     // Makes binds of a fixed port throw, to exercise the callers' error guards.

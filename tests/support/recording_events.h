@@ -20,9 +20,9 @@ struct RecordingEvents : EngineEvents {
     }
     void onTray(int state) override { tray = state; }
     void onLeases(const std::vector<clLease>& list) override { leases = list; }
-    void onOptions(const OptionsData& data) override { options = data; }
+    void onOptions(const OptionsData&) override {}
     void onCounters(const std::array<uint16_t, 60>& perSecond) override { counters = perSecond; }
-    void onCacheSnapshot() override { ++snapshots; }
+    void onCacheSnapshot() override {}
     void onClosed() override { closed = true; }
 
     std::vector<std::string> lines; // texts without the "hh:mm:ss   " prefix
@@ -33,9 +33,7 @@ struct RecordingEvents : EngineEvents {
     std::string caption;
     int tray = 0;
     std::vector<clLease> leases;
-    OptionsData options;
     std::array<uint16_t, 60> counters{};
-    int snapshots = 0;
     bool closed = false;
 };
 

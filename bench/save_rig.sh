@@ -10,7 +10,7 @@
 STARTED=""
 FLOODERS=(10.55.0.2 10.55.0.3 10.55.0.4 10.55.0.5)
 RIG_DIR=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-CLIENTS_PY="$RIG_DIR/../tests/integration/dhcp_fifty_clients_and_crash/clients.py"
+CLIENTS_PY="$RIG_DIR/dhcp_clients.py"
 
 rig_stop() {
     local pid

@@ -18,8 +18,8 @@
 #   - dnsperf, 400 q/s over the zone's and the hosts file's names (local answers);
 #   - dnsperf, 400 q/s over cache.example (cache hits once each name has been asked once);
 #   - dnsperf, 1000 q/s of distinct names under flood.example (each one forwarded, then cached);
-#   - every 10 s a batch of 10 DHCP clients (tests/integration/dhcp_fifty_clients_and_crash/
-#     clients.py) takes a lease; the batches go round 80 hardware addresses, so clients come back;
+#   - every 10 s a batch of 10 DHCP clients (bench/dhcp_clients.py) takes a lease; the batches go
+#     round 80 hardware addresses, so clients come back;
 #   - every minute: a zone transfer of soak.lan (checked whole: both SOAs and every record), a
 #     reload through quorvane-ctl (checked in the log), a new serial of sec.example on NSD, which
 #     NOTIFYs Quorvane (checked: Quorvane serves the new serial within 20 s), and a sample of
@@ -48,7 +48,7 @@ top=$(cd "$here/.." && pwd)
 DURATION=300
 QUORVANE=$top/build/release/apps/quorvane/quorvane
 OUTPUT=""
-CLIENTS_PY=$top/tests/integration/dhcp_fifty_clients_and_crash/clients.py
+CLIENTS_PY=$here/dhcp_clients.py
 
 usage() { sed -n '2,/^set -euo/p' "$0" | sed -e '$d' -e 's/^# \{0,1\}//'; exit "${1:-0}"; }
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Many DHCP clients at once on one link: clients.py IFACE FIRST COUNT
+"""Many DHCP clients at once on one link: dhcp_clients.py IFACE FIRST COUNT
 
 Client n (FIRST <= n < FIRST + COUNT) has the hardware address 02:00:00:00:HH:LL (n = 0xHHLL)
 and sends it as client id (type 1), without a host name. All broadcast their DISCOVER together

@@ -7,60 +7,20 @@
 # Quorvane resolves AAAA and SRV from the root (for dig, kdig and the C library's resolver, which
 # asks for both families at once), keeps the AAAA, SRV and CAA of the zone it takes in (and writes
 # them to its file), and gives them away in its own transfers. (A truncated upstream answer asked
-# again over TCP is ProtocolFlags.OutgoingQueriesCarryOptAndFallBack's.) A learned AAAA is saved in named.cache and answered from it after a restart, once
-# example.test.'s server is gone.
-zones="$WORK/zones"
-mkdir -p "$zones"
-root_zone >"$zones/root.zone"
-{
-    echo '$ORIGIN test.'
-    soa test.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.3"
-    echo "example IN NS ns1.example"
-    echo "ns1.example IN A 127.0.0.4"
-    echo "ns1.example IN AAAA 2001:db8::4"
-} >"$zones/test.zone"
-{
-    echo '$ORIGIN example.test.'
-    soa example.test.
-    echo "@ IN NS ns1"
-    echo "ns1 IN A 127.0.0.4"
-    echo "ns1 IN AAAA 2001:db8::4"
-    echo "www IN CNAME dual"
-    echo "dual IN A 192.0.2.80"
-    echo "dual IN AAAA 2001:db8::80"
-    echo "_sip._tcp IN SRV 0 5 5060 dual"
-} >"$zones/example.zone"
-{
-    echo '$ORIGIN prim.test.'
-    soa prim.test.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.21"
-    echo "v6 IN AAAA 2001:db8:2::6"
-    echo "_sip._udp IN SRV 1 2 3 v6"
-    echo "@ IN CAA 0 issue \"ca.prim.test\""
-} >"$zones/prim.zone"
-start_nsd 127.0.0.2 . "$zones/root.zone"
-start_nsd 127.0.0.3 test. "$zones/test.zone"
-start_nsd 127.0.0.4 example.test. "$zones/example.zone"
+# again over TCP is ProtocolFlags.OutgoingQueriesCarryOptAndFallBack's.) A learned AAAA is saved in
+# named.cache and answered from it after a restart, once example.test.'s server is gone.
+start_nsd 127.0.0.2 . "$CASE_DIR/zones/root.zone"
+start_nsd 127.0.0.3 test. "$CASE_DIR/zones/test.zone"
+start_nsd 127.0.0.4 example.test. "$CASE_DIR/zones/example.zone"
 example_nsd=$NSD_PID
-NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.21 prim.test. "$zones/prim.zone"
+NSD_ZONE_OPTIONS="provide-xfr: 127.0.0.1 NOKEY" start_nsd 127.0.0.21 prim.test. "$CASE_DIR/zones/prim.zone"
 
 folder="$WORK/folder"
 mkdir -p "$folder/data"
 printf '. 3600000 IN NS ns.root.\nns.root. 3600000 IN A 127.0.0.2\n' >"$folder/named.root"
 printf 'Name: ns.own.test\nDNSBind: 127.0.0.1\nAAAARecords: YES\nEDNS: YES\nTCPQueries: YES\nQueryHardening: YES\nMoreRecordTypes: YES\nCacheReload: YES\n' \
     >"$folder/quorvane.ini"
-cat >"$folder/data/own.test.dns" <<'ZONE'
-; NotSecure
-@     IN SOA ns.own.test. admin.own.test. ( 2026112401 3600 600 86400 300 )
-      IN NS  ns
-ns    IN A   127.0.0.1
-v6    IN AAAA 2001:db8:1::6
-_ldap._tcp IN SRV 10 60 389 ns
-@     IN CAA 128 iodef "mailto:admin@own.test"
-ZONE
+cp "$CASE_DIR/zones/own.test.dns" "$folder/data/"
 printf '; PrimaryIP 127.0.0.21\n' >"$folder/data/prim.test.dns"
 start_server "$folder"
 wait_for "DNS service started on 127.0.0.1"

@@ -9,52 +9,14 @@
 folder="$WORK/folder"
 hosts="$WORK/Office Files/Hosts"
 mkdir -p "$folder/data" "$(dirname "$hosts")"
+cp "$CASE_DIR"/zones/*.dns "$folder/data/"
 printf 'Name: ns1.open.test\nDNSBind: 127.0.0.1\nMoreRecordTypes: YES\nHosts: %s\n' "$hosts" >"$folder/quorvane.ini"
 printf '10.0.0.40  laptop  laptop-wifi   # the boss\n' >"$hosts"
-cat >"$folder/data/office.test.dns" <<'ZONE'
-@        IN SOA ns.office.test. admin.office.test. ( 2026112201 ; serial
-                3600 600 604800 300 )
-         IN NS  ns
-         IN MX  10 mail
-ns       3600 IN A 10.0.0.1
-mail     IN A   10.0.0.25
-www      IN CNAME web
-web      IN CNAME files.office.test.
-files    IN A   10.0.0.30
-_sip._tcp IN SRV 10 60 5060 mail
-@        IN CAA 0 issue "ca.example.net"
-ZONE
-long=$(printf 'x%.0s' $(seq 250))
 {
-    cat <<ZONE
-; NotSecure
-@ 3600 IN SOA ns1.open.test. admin.open.test. ( 2026112301 ; serial
-      7200 900 1209600 600 )
-@       3600 IN NS    ns1
-@       3600 IN NS    ns2.elsewhere.test.
-@       1800 IN MX    10 mail
-@       1800 IN MX    20 backup.elsewhere.test.
-@       300  IN A     192.0.2.1
-ns1     3600 IN A     127.0.0.1
-mail    600  IN A     192.0.2.25
-www     600  IN CNAME web
-web     600  IN A     192.0.2.80
-web     600  IN A     192.0.2.81
-txt     60   IN TXT   "two  words" "and a second string"
-big     60   IN TXT   "$long" "$long" "$long"
-1.2     600  IN PTR   web.open.test.
-sub     3600 IN NS    ns.sub
-ns.sub  3600 IN A     192.0.2.53
-ZONE
+    cat "$CASE_DIR/zones/open.test.head"
     # Enough records for a transfer of many messages and segments.
     for i in $(seq 400); do echo "h$i 900 IN A 10.1.$((i / 256)).$((i % 256))"; done
 } >"$folder/data/open.test.dns"
-cat >"$folder/data/closed.test.dns" <<'ZONE'
-; Notify 127.0.0.9
-@    3600 IN SOA ns1.closed.test. admin.closed.test. 7 3600 600 86400 300
-@    3600 IN NS  ns1
-ns1  3600 IN A   127.0.0.1
-ZONE
 
 # Each record as "owner ttl class type data" with blanks between fields.
 fields() { awk '!/^;/ && NF { $1 = $1; print }'; }

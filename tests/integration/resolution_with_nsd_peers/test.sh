@@ -12,61 +12,13 @@
 # them, then per-domain forwarding beside it, then private names kept at home, then forwarding to
 # two addresses where nothing answers. (The cap on waiting requests is the Recursion unit tests';
 # memory under a flood of distinct names is the soak's, bench/soak.sh, which the test command runs.)
-zones="$WORK/zones"
-mkdir -p "$zones"
-{
-    root_zone
-    for n in 3 5 13; do
-        for i in $(seq "$n"); do echo "evil$n.hostile. IN NS ns$i.evil$n.hostile."; done
-    done
-    echo "a.hostile. IN NS ns.b.hostile."
-    echo "b.hostile. IN NS ns.a.hostile."
-} >"$zones/root.zone"
-{
-    echo '$ORIGIN test.'
-    soa test.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.3"
-    echo "example IN NS ns1.example"
-    echo "ns1.example IN A 127.0.0.4"
-    echo "glueless IN NS ns.provider.example.test."
-} >"$zones/test.zone"
-{
-    echo '$ORIGIN example.test.'
-    soa example.test.
-    echo "@ IN NS ns1"
-    echo "@ IN MX 10 mail"
-    echo "ns1 IN A 127.0.0.4"
-    echo "www IN CNAME web"
-    echo "web IN CNAME host.example.test."
-    echo "host IN A 192.0.2.80"
-    echo "mail IN A 192.0.2.25"
-    echo "ns.provider IN A 127.0.0.5"
-    echo "sub IN NS ns.sub"
-    echo "ns.sub IN A 127.0.0.6"
-} >"$zones/example.zone"
-{
-    echo '$ORIGIN glueless.test.'
-    soa glueless.test.
-    echo "@ IN NS ns.provider.example.test."
-    echo "www IN A 192.0.2.55"
-} >"$zones/glueless.zone"
-{
-    echo '$ORIGIN sub.example.test.'
-    soa sub.example.test.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.6"
-    echo "deep IN A 192.0.2.66"
-} >"$zones/sub.zone"
 
-start_nsd 127.0.0.2 . "$zones/root.zone"
-start_nsd 127.0.0.3 test. "$zones/test.zone"
-start_nsd 127.0.0.4 example.test. "$zones/example.zone"
-start_nsd 127.0.0.5 glueless.test. "$zones/glueless.zone"
-start_nsd 127.0.0.6 sub.example.test. "$zones/sub.zone"
-printf '%s\n' "$(soa corp.test.)" "@ IN NS ns" "ns IN A 127.0.0.9" "intranet IN A 10.20.0.8" >"$zones/corp.zone"
-printf '%s\n' "$(soa 10.in-addr.arpa.)" "@ IN NS ns.corp.test." "8.0.20 IN PTR intranet.corp.test." >"$zones/reverse10.zone"
-start_nsd 127.0.0.9 corp.test. "$zones/corp.zone" 10.in-addr.arpa. "$zones/reverse10.zone"
+start_nsd 127.0.0.2 . "$CASE_DIR/zones/root.zone"
+start_nsd 127.0.0.3 test. "$CASE_DIR/zones/test.zone"
+start_nsd 127.0.0.4 example.test. "$CASE_DIR/zones/example.zone"
+start_nsd 127.0.0.5 glueless.test. "$CASE_DIR/zones/glueless.zone"
+start_nsd 127.0.0.6 sub.example.test. "$CASE_DIR/zones/sub.zone"
+start_nsd 127.0.0.9 corp.test. "$CASE_DIR/zones/corp.zone" 10.in-addr.arpa. "$CASE_DIR/zones/reverse10.zone"
 
 folder="$WORK/folder"
 mkdir -p "$folder/data" "$folder/logs"

@@ -128,75 +128,12 @@ ixfr_from() { count_lines "Zone Transfer Request from ${1//./\\.} for example\\.
 # Each peer runs as it comes: as a secondary, each asks for IXFR once it holds the zone (NSD would
 # not fall back to AXFR if that were refused), and gets the whole zone.
 write_zones 1
-nsd="$WORK/nsd-127.0.0.21"
-start_peer nsd 127.0.0.21 <<CONF
-zone:
-    name: "n-nsd.test"
-    zonefile: "$nsd/n-nsd.test.zone"
-    provide-xfr: 127.0.0.1 NOKEY
-    notify: 127.0.0.1 NOKEY
-    outgoing-interface: 127.0.0.21
-zone:
-    name: "r-nsd.test"
-    zonefile: "$nsd/r-nsd.test.zone"
-    provide-xfr: 127.0.0.1 NOKEY
-zone:
-    name: "example.test"
-    zonefile: "$nsd/example.test.zone"
-    request-xfr: 127.0.0.1 NOKEY
-    allow-notify: 127.0.0.1 NOKEY
-    outgoing-interface: 127.0.0.21
-CONF
+start_peer nsd 127.0.0.21 <"$CASE_DIR/peers/nsd.conf"
 nsd_pid=$PEER_PID
 knot="$WORK/knot-127.0.0.22"
-start_peer knot 127.0.0.22 <<CONF
-remote:
-  - id: quorvane
-    address: 127.0.0.1@53
-    via: 127.0.0.22
-acl:
-  - id: transfer-to-quorvane
-    address: 127.0.0.1
-    action: transfer
-  - id: notify-from-quorvane
-    address: 127.0.0.1
-    action: notify
-template:
-  - id: default
-    storage: "$knot"
-    zonefile-sync: -1
-    acl: transfer-to-quorvane
-zone:
-  - domain: n-knot.test
-    file: "$knot/n-knot.test.zone"
-    notify: quorvane
-  - domain: r-knot.test
-    file: "$knot/r-knot.test.zone"
-  - domain: example.test
-    master: quorvane
-    acl: notify-from-quorvane
-    file: "$knot/example.test.zone"
-CONF
+start_peer knot 127.0.0.22 < <(sed "s|@DIR@|$knot|" "$CASE_DIR/peers/knot.conf")
 # SIGHUP makes named reload changed zone files.
-start_peer bind 127.0.0.23 <<CONF
-zone "n-bind.test" {
-    type primary;
-    file "n-bind.test.zone";
-    notify explicit;
-    also-notify { 127.0.0.1; };
-};
-zone "r-bind.test" {
-    type primary;
-    file "r-bind.test.zone";
-};
-zone "example.test" {
-    type secondary;
-    primaries { 127.0.0.1; };
-    allow-notify { 127.0.0.1; };
-    file "example.test.zone";
-    masterfile-format text;
-};
-CONF
+start_peer bind 127.0.0.23 <"$CASE_DIR/peers/bind.conf"
 BIND_PID=$PEER_PID
 for zone in $ZONES; do
     within 10 primary_has "$zone" 1 || fail "the primary of $zone does not serve it$(peer_logs)"

@@ -46,10 +46,6 @@ TEST(LeaseTable, ValidLeaseKeepsAddressesAndNamesToTheirClients)
 
 TEST(LeaseTable, TheFileIsWrittenAndReadBackLineByLine)
 {
-    EXPECT_EQ(HWToHex(Bytes("\x00\x0a\xff", 3)), "000AFF");
-    EXPECT_EQ(HexToHW("000aFF"), Bytes("\x00\x0a\xff", 3));
-    EXPECT_EQ(HexToHW("0A1"), Bytes("\x0a", 1)); // an odd last digit is dropped
-
     std::istringstream file("; Quorvane - DHCP Leases\n"
                             "PC1.home.lan.  010.0.0.100  0102  2026-11-23 12:30:00 ; a comment\n"
                             "bad.home.lan.  10.0.0.101  01  2026-11-23 25:00:00\n"

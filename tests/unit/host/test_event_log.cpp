@@ -70,18 +70,26 @@ TEST(EventLog, LineFormatAndThreeHundredLineWindow)
     EXPECT_TRUE(f.log.activeLog().empty());
 }
 
-TEST(EventLog, DailyFileCreatesFolderAndSwitchesAtMidnight)
+// A file a day under logs/, created with its folder; it stops at its size limit with one closing line
+// and the first line after midnight starts the next day's file.
+TEST(EventLog, DailyFileCreatesFolderStopsAtItsSizeLimitAndSwitchesAtMidnight)
 {
     LogFixture f;
+    f.clock.set(fromCalendar({1999, 12, 22, 23, 0, 0}));
+    f.log.configure(true, false, true, 1); // window closed: the file alone
+    const std::string filler(1000, 'x');   // 1 013 bytes a line with its time and line end
+    for (int i = 0; i < 1100; ++i) f.log.AddLine(0, filler);
     f.clock.set(fromCalendar({1999, 12, 22, 23, 59, 59}));
-    f.log.configure(true, false, true); // window closed: the file alone
-    f.log.AddLine(0, "last of the day");
+    f.log.AddLine(0, "the file is full");
     f.clock.advance(2s);
     f.log.AddLine(0, "first of the next");
     f.log.AddLine(2, "outgoing");
     f.log.closeFile();
-
-    EXPECT_EQ(f.folder.read("logs/19991222.log"), "23:59:59   last of the day\r\n");
+    const std::string day = f.folder.read("logs/19991222.log");
+    const std::string closing =
+        "23:00:00   Log file reached its size limit of 1 MB - logging to file stops until tomorrow.\r\n";
+    EXPECT_EQ(day.size(), 1036 * 1013 + closing.size()); // the first line at or past 1 MB is not written
+    EXPECT_TRUE(day.ends_with(closing));
     EXPECT_EQ(f.folder.read("logs/19991223.log"), "00:00:01   first of the next\r\n00:00:01   outgoing\r\n");
 
     // A restart on the same day appends to the day's file.
@@ -93,53 +101,29 @@ TEST(EventLog, DailyFileCreatesFolderAndSwitchesAtMidnight)
               "00:00:01   first of the next\r\n00:00:01   outgoing\r\n00:00:01   after restart\r\n");
 }
 
-TEST(EventLog, DayFileStopsAtItsSizeLimitWithOneLineAndStartsAgainNextDay)
+// A log folder that cannot be made turns writing off for the run and says so in the window; a full
+// disk is reported once and writing goes on when there is room; a failing window is reported under
+// AddLine's label, not thrown.
+TEST(EventLog, FailuresAreReportedNotThrown)
 {
     LogFixture f;
-    f.clock.set(fromCalendar({2026, 11, 22, 23, 0, 0}));
-    f.log.configure(true, false, true, 1);
-    const std::string filler(1000, 'x'); // 1 013 bytes a line with its time and line end
-    for (int i = 0; i < 1100; ++i) f.log.AddLine(0, filler);
-    f.log.flush();
-    const std::string day = f.folder.read("logs/20261122.log");
-    const std::string closing =
-        "23:00:00   Log file reached its size limit of 1 MB - logging to file stops until tomorrow.\r\n";
-    EXPECT_EQ(day.size(), 1036 * 1013 + closing.size()); // the first line at or past 1 MB is not written
-    EXPECT_TRUE(day.ends_with(closing));
-
-    f.clock.advance(3600s);
-    f.log.AddLine(0, "a new day");
-    f.log.closeFile();
-    EXPECT_EQ(f.folder.read("logs/20261122.log"), day);
-    EXPECT_EQ(f.folder.read("logs/20261123.log"), "00:00:00   a new day\r\n");
-}
-
-TEST(EventLog, UnwritableFolderTurnsWriteLogOffAndSaysSo)
-{
-    LogFixture f;
+    std::vector<std::string> reports;
+    const auto previous = setErrorHandler(
+        [&](const std::string& label, const std::string& what) { reports.push_back(label + ": " + what); });
     f.folder.write("logs", "a file where the folder should be");
     f.log.setActiveLogOpen(true);
     f.log.configure(true, false, true);
     f.log.AddLine(0, "first");
     f.log.AddLine(0, "second");
     EXPECT_FALSE(f.log.writeLog());
-    const std::vector<std::string> expected{"14:03:59   first", "14:03:59   Error opening log file!",
-                                            "14:03:59   second"};
-    EXPECT_EQ(f.shown, expected);
-}
+    EXPECT_EQ(f.shown, (std::vector<std::string>{"14:03:59   first", "14:03:59   Error opening log file!",
+                                                 "14:03:59   second"}));
 
-// A full disk is reported once and writing goes on when there is room; a failing window is reported
-// under AddLine's label, not thrown.
-TEST(EventLog, FailuresAreReportedOnceNotThrown)
-{
-    LogFixture f;
-    std::vector<std::string> reports;
-    const auto previous = setErrorHandler(
-        [&](const std::string& label, const std::string& what) { reports.push_back(label + ": " + what); });
-    f.log.configure(true, false, true);
-    const auto file = f.folder.path() / "logs" / "20261122.log";
+    std::filesystem::remove(f.folder.path() / "logs");
     std::filesystem::create_directory(f.folder.path() / "logs");
+    const auto file = f.folder.path() / "logs" / "20261122.log";
     std::filesystem::create_symlink("/dev/full", file); // every write fails with ENOSPC
+    f.log.configure(true, false, true);
     for (const char* line : {"lost", "lost too"}) {
         f.log.AddLine(0, line);
         f.log.flush();
@@ -149,7 +133,6 @@ TEST(EventLog, FailuresAreReportedOnceNotThrown)
     f.log.flush();
     EXPECT_EQ(f.folder.read("logs/20261122.log"), "14:03:59   kept\r\n");
 
-    f.log.setActiveLogOpen(true);
     f.log.setLineSink([](const std::string&) { throw std::runtime_error("window gone"); });
     EXPECT_NO_THROW(f.log.AddLine(0, "line"));
     setErrorHandler(previous);

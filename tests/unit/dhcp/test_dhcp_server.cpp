@@ -72,7 +72,6 @@ TEST(DhcpServer, AClientIsOfferedAcknowledgedRenewedAndReleased)
     const auto offer = f.discover(7, "pc1").at(0);
     EXPECT_EQ(offer.to, kBroadcast); // the client has no address yet
     EXPECT_EQ(typeAndAddress(offer), std::make_pair(2, std::string("10.0.0.100")));
-    EXPECT_DOUBLE_EQ(f.server.leases()[0].End, addSeconds(f.clock.now(), DhcpServer::kOfferHold));
     EXPECT_EQ(typeAndAddress(f.request(7, "pc1", "10.0.0.100").at(0)), std::make_pair(5, std::string("10.0.0.100")));
     EXPECT_EQ(f.server.leaseAddress("pc1.home.lan.")->data, "10.0.0.100");
     EXPECT_EQ(f.server.leaseAddress("pc1.home.lan.")->ttl, 600);

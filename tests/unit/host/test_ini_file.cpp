@@ -1,7 +1,8 @@
 #include "host/ini_file.h"
-#include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace quorvane::test {
 
@@ -83,19 +84,6 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     EXPECT_EQ(odd.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));
     EXPECT_EQ(odd.DHCPFIXED, (std::vector<DhcpFixed>{{"aa:bb:cc:dd:ee:01", "192.168.1.50", "nas"}}));
     EXPECT_TRUE(odd.DHCPOPTION.empty());
-}
-
-TEST(IniFile, LoadAndSaveFiles)
-{
-    TempFolder folder;
-    EXPECT_EQ(LoadINI(folder.path()), Settings{}); // missing file: defaults
-    Settings s;
-    s.NAME = "dns.example";
-    ASSERT_TRUE(SaveINI(folder.path(), s, 0));
-    EXPECT_EQ(LoadINI(folder.path()), s);
-    EXPECT_FALSE(SaveINI(folder.path() / "missing", s, 0));
-    EXPECT_EQ(mainCaption(s), "dns.example - Quorvane");
-    EXPECT_EQ(mainCaption(Settings{}), "Quorvane");
 }
 
 } // namespace quorvane::test

@@ -88,4 +88,13 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     EXPECT_EQ(check.accepted.DHCP[0].Domain, ".home.lan");
 }
 
+TEST(Options, RecursionChoices)
+{
+    EXPECT_EQ(recursionChoices("", {"192.168.1.10", "10.0.0.2"}),
+              (std::vector<std::string>{"<all>", "192.*.*.*", "192.168.*.*", "192.168.1.*", "10.*.*.*", "10.0.*.*",
+                                        "10.0.0.*", "127.0.0.1", "<none>"}));
+    EXPECT_EQ(recursionChoices("10.0.0.2", {"192.168.1.10", "10.0.0.2"}),
+              (std::vector<std::string>{"<all>", "10.*.*.*", "10.0.*.*", "10.0.0.*", "127.0.0.1", "<none>"}));
+}
+
 } // namespace quorvane::test

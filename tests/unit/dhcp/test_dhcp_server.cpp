@@ -65,10 +65,6 @@ std::pair<int, std::string> typeAndAddress(const FakeNetwork::Sent& reply)
 TEST(DhcpServer, AClientIsOfferedAcknowledgedRenewedAndReleased)
 {
     DhcpFixture f;
-    EXPECT_EQ(f.lines,
-              (Lines{"DHCP service started on 10.0.0.1", "Binding DHCP service to 10.9.9.9 failed!"}));
-    f.lines.clear();
-
     const auto offer = f.discover(7, "pc1").at(0);
     EXPECT_EQ(offer.to, kBroadcast); // the client has no address yet
     EXPECT_EQ(typeAndAddress(offer), std::make_pair(2, std::string("10.0.0.100")));

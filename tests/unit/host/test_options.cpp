@@ -22,60 +22,48 @@ bool exists(const std::string& path) { return path == "/etc/hosts"; }
 
 } // namespace
 
+// The first failure in the dialog's order, and the tab that shows it.
 TEST(Options, FirstFailureInDialogOrder)
 {
-    Settings s = valid();
-    s.NAME.clear();
-    s.RECURSIONOUT = true;
-    auto check = checkOptions(s, {}, exists);
-    ASSERT_TRUE(check.error);
-    EXPECT_EQ(check.error->message, "Please enter server name!");
-    EXPECT_EQ(check.error->tab, OptionsTab::General);
-
-    s.NAME = "x";
-    check = checkOptions(s, {}, exists);
-    ASSERT_TRUE(check.error);
-    EXPECT_EQ(check.error->message, "Please add at least one external DNS server\nIP Address to use forwarding!");
-    EXPECT_EQ(check.error->tab, OptionsTab::Forwarding);
-
-    s.NS = {"10.0.0.1"};
-    s.HOSTS = "/nowhere/hosts";
-    check = checkOptions(s, {}, exists);
-    ASSERT_TRUE(check.error);
-    EXPECT_EQ(check.error->message, "The specified 'Hosts' file does not exist!");
-
-    s.HOSTS = "/etc/hosts";
-    check = checkOptions(s, {}, exists);
-    EXPECT_FALSE(check.error);
-    EXPECT_EQ(check.accepted.HOSTS, "/etc/hosts");
-}
-
-TEST(Options, DhcpChecks)
-{
-    struct Case {
-        std::function<void(clDHCPif&)> change;
-        const char* message;
+    using Change = std::function<void(Settings&, clDHCPif&)>;
+    const auto dhcp = [](std::function<void(clDHCPif&)> change) {
+        return Change([change](Settings&, clDHCPif& d) { change(d); });
     };
+    struct Case {
+        Change change;
+        const char* message;
+        OptionsTab tab;
+    };
+    const char* const forwarding = "Please add at least one external DNS server\nIP Address to use forwarding!";
     const Case cases[] = {
-        {[](clDHCPif& d) { d.Domain = "..."; }, "Please enter domain name for DHCP!"},
-        {[](clDHCPif& d) { d.ScopeTo.clear(); }, "Please enter from and to IP-Addresses!"},
-        {[](clDHCPif& d) { d.Subnet = "255.0.255.0"; }, "Invalid subnet mask for DHCP!"},
-        {[](clDHCPif& d) { d.ScopeFrom = "192.168.2.100"; }, "DHCP IP-Addresses must be on the same subnet as interface!"},
-        {[](clDHCPif& d) { d.ScopeFrom = "192.168.1.0"; }, "Invalid DHCP From IP-Address!"},
-        {[](clDHCPif& d) { d.ScopeTo = "192.168.1.255"; }, "Invalid DHCP To IP-Address!"},
-        {[](clDHCPif& d) { d.Gateway = "10.0.0.1"; }, "DHCP Gateway must be on the same subnet as interface!"},
-        {[](clDHCPif& d) { d.Gateway = "192.168.1.255"; }, "Invalid DHCP default gateway IP-Address!"},
-        {[](clDHCPif& d) { d.TTL = 0; }, "The Lease Period cannot be zero!"},
-        // Checked in order: the domain comes before the addresses.
-        {[](clDHCPif& d) { d.Domain = ""; d.TTL = 0; }, "Please enter domain name for DHCP!"},
+        {[](Settings& s, clDHCPif& d) { s.NAME.clear(); s.RECURSIONOUT = true; d.TTL = 0; },
+         "Please enter server name!", OptionsTab::General},
+        {[](Settings& s, clDHCPif& d) { s.RECURSIONOUT = true; s.HOSTS = "/nowhere"; d.TTL = 0; }, forwarding,
+         OptionsTab::Forwarding},
+        {[](Settings& s, clDHCPif& d) { s.HOSTS = "/nowhere/hosts"; d.TTL = 0; },
+         "The specified 'Hosts' file does not exist!", OptionsTab::General},
+        {dhcp([](clDHCPif& d) { d.Domain = "..."; }), "Please enter domain name for DHCP!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.ScopeTo.clear(); }), "Please enter from and to IP-Addresses!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.Subnet = "255.0.255.0"; }), "Invalid subnet mask for DHCP!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.ScopeFrom = "192.168.2.100"; }),
+         "DHCP IP-Addresses must be on the same subnet as interface!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.ScopeFrom = "192.168.1.0"; }), "Invalid DHCP From IP-Address!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.ScopeTo = "192.168.1.255"; }), "Invalid DHCP To IP-Address!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.Gateway = "10.0.0.1"; }), "DHCP Gateway must be on the same subnet as interface!",
+         OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.Gateway = "192.168.1.255"; }), "Invalid DHCP default gateway IP-Address!",
+         OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.TTL = 0; }), "The Lease Period cannot be zero!", OptionsTab::Dhcp},
+        {dhcp([](clDHCPif& d) { d.Domain = ""; d.TTL = 0; }), "Please enter domain name for DHCP!", OptionsTab::Dhcp},
     };
     for (const auto& c : cases) {
+        Settings s = valid();
         clDHCPif d = office();
-        c.change(d);
-        const auto check = checkOptions(valid(), {d}, exists);
+        c.change(s, d);
+        const auto check = checkOptions(s, {d}, exists);
         ASSERT_TRUE(check.error) << c.message;
         EXPECT_EQ(check.error->message, c.message);
-        EXPECT_EQ(check.error->tab, OptionsTab::Dhcp);
+        EXPECT_EQ(check.error->tab, c.tab) << c.message;
     }
 }
 
@@ -89,12 +77,13 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     disabled.Enable = false;
     disabled.TTL = 0; // not checked: the interface is off
 
-    const auto check = checkOptions(valid(), {disabled, backwards}, exists);
+    Settings s = valid();
+    s.HOSTS = "/etc/hosts";
+    const auto check = checkOptions(s, {disabled, backwards}, exists);
     ASSERT_FALSE(check.error);
-    ASSERT_EQ(check.accepted.DHCP.size(), 1u);
-    EXPECT_EQ(check.accepted.DHCP[0].ScopeFrom, "192.168.1.100");
-    EXPECT_EQ(check.accepted.DHCP[0].ScopeTo, "192.168.1.200");
-    EXPECT_EQ(check.accepted.DHCP[0].Domain, ".home.lan");
+    EXPECT_EQ(check.accepted.HOSTS, "/etc/hosts");
+    EXPECT_EQ(check.accepted.DHCP, (std::vector<clDHCPif>{{"192.168.1.1", ".home.lan", "192.168.1.100",
+                                                            "192.168.1.200", "255.255.255.0", "", 3600, true}}));
 }
 
 TEST(Options, RecursionChoices)

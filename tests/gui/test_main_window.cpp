@@ -121,10 +121,9 @@ private slots:
     void init() { QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane")).clear(); }
     void menuCommandsReachTheEngine();
     void optionsGoBackToTheEngine();
-    void closingAsksAndSavesTheLayout();
+    void firstStartTilesAndClosingSavesTheLayout();
     void layoutStringRoundTrip();
     void screenshotWithChildWindows();
-    void firstStartTilesTheLogAndTheGraph();
 };
 
 void TestMainWindow::initTestCase()
@@ -212,12 +211,27 @@ void TestMainWindow::optionsGoBackToTheEngine()
     QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
 }
 
-void TestMainWindow::closingAsksAndSavesTheLayout()
+// The first start tiles the log and the graph; closing asks first, then saves the layout, which the
+// next start opens again.
+void TestMainWindow::firstStartTilesAndClosingSavesTheLayout()
 {
     Desk d;
-    d.window.start(false);
-    d.trigger("mnuViewW0");
-    d.trigger("mnuViewW1");
+    d.window.resize(1000, 700);
+    d.window.start(false); // no saved layout
+    QTest::qWait(20);
+    const auto* mdi = d.window.findChild<QMdiArea*>();
+    const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
+    QCOMPARE(windows.size(), 2);
+    QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
+    for (const QMdiSubWindow* window : windows) {
+        QCOMPARE(window->width(), mdi->viewport()->width());
+        QCOMPARE(window->height(), mdi->viewport()->height() / 2);
+    }
+    d.trigger("mnuViewW2"); // a window opened later is readable too
+    QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
+    QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
+    d.window.childWindow(kLeasesWindow)->parentWidget()->close();
+    d.settle();
     QSignalSpy closedDown(&d.window, &frmMain::closedDown);
 
     d.answer = false;
@@ -287,25 +301,6 @@ void TestMainWindow::screenshotWithChildWindows()
     d.settle();
     QCoreApplication::processEvents();
     QVERIFY(test::saveScreenshot(d.window, "main_window"));
-}
-
-void TestMainWindow::firstStartTilesTheLogAndTheGraph()
-{
-    Desk d;
-    d.window.resize(1000, 700);
-    d.window.start(false); // no saved layout
-    QTest::qWait(20);
-    const auto* mdi = d.window.findChild<QMdiArea*>();
-    const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
-    QCOMPARE(windows.size(), 2);
-    QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
-    for (const QMdiSubWindow* window : windows) {
-        QCOMPARE(window->width(), mdi->viewport()->width());
-        QCOMPARE(window->height(), mdi->viewport()->height() / 2);
-    }
-    d.trigger("mnuViewW2"); // a window opened later is readable too
-    QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
-    QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -8,12 +8,11 @@
 #include <QTableWidget>
 #include <QTest>
 
-#include <arpa/inet.h>
+#include <QFile>
+#include <QNetworkDatagram>
+#include <QUdpSocket>
+
 #include <fstream>
-#include <netinet/in.h>
-#include <sstream>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace quorvane;
 
@@ -28,35 +27,16 @@ namespace {
 
 std::string fileText(const std::filesystem::path& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    QFile file(QString::fromStdString(path.string()));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
 }
 
-// A UDP socket on 127.0.0.1 that stands in for the server's reload port.
-struct ReloadPort
+// What the server's reload port (a UDP socket on 127.0.0.1 here) has received since the last call.
+std::string received(QUdpSocket& port)
 {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    uint16_t port = 0;
-    ReloadPort()
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        ::bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-        port = ntohs(address.sin_port);
-    }
-    ~ReloadPort() { ::close(fd); }
-    std::string received() const
-    {
-        char text[100];
-        const ssize_t n = ::recv(fd, text, sizeof text, MSG_DONTWAIT);
-        return n > 0 ? std::string(text, static_cast<size_t>(n)) : std::string();
-    }
-};
+    if (!port.hasPendingDatagrams()) port.waitForReadyRead(1000);
+    return port.receiveDatagram().data().toStdString();
+}
 
 } // namespace
 
@@ -65,8 +45,9 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     const auto folder = std::filesystem::temp_directory_path() / "quorvane_records_window";
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder / "data");
-    ReloadPort server;
-    std::ofstream(folder / "quorvane.ini") << "Name: ns1.office.test\nReloadPort: " << server.port << "\n";
+    QUdpSocket server;
+    QVERIFY(server.bind(QHostAddress::LocalHost, 0));
+    std::ofstream(folder / "quorvane.ini") << "Name: ns1.office.test\nReloadPort: " << server.localPort() << "\n";
     std::filesystem::copy_file(QUORVANE_ZONE_EDIT_DATA "/office.test.dns", folder / "data/office.test.dns");
     std::ofstream(folder / "data/copy.test.dns")
         << "; PrimaryIP 10.0.0.7\n@ SOA ns1.copy.test. a.copy.test. 1 2 3 4 5\n";
@@ -74,7 +55,7 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QStringList questions;
     window.setAsk([&](QWidget*, const QString& question) { return questions << question, true; });
     QVERIFY(window.newZone("192.168.1.0/24"));
-    QCOMPARE(server.received(), std::string("RELOAD P 1.168.192.in-addr.arpa"));
+    QCOMPARE(received(server), std::string("RELOAD P 1.168.192.in-addr.arpa"));
     QVERIFY(window.openZone("office.test"));
 
     RecordDialog dialog("office.test.", {"A", "MX"});
@@ -93,10 +74,10 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
                      "1.168.192.in-addr.arpa. as well?"));
     const std::string reverse = fileText(folder / "data/1.168.192.in-addr.arpa.dns");
     QVERIFY2(reverse.ends_with("\n50 600 PTR pc1.office.test.\n"), reverse.c_str());
-    QCOMPARE(server.received(), std::string("RELOAD P 1.168.192.in-addr.arpa"));
+    QCOMPARE(received(server), std::string("RELOAD P 1.168.192.in-addr.arpa"));
 
     QVERIFY(window.save());
-    QCOMPARE(server.received(), std::string("RELOAD P office.test"));
+    QCOMPARE(received(server), std::string("RELOAD P office.test"));
     const std::string saved = fileText(folder / "data/office.test.dns");
     QVERIFY2(saved.find("\t\t" + QDate::currentDate().toString("yyyyMMdd").toStdString() +
                         "00\t; serial\n") != std::string::npos &&

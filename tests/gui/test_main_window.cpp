@@ -294,7 +294,8 @@ void TestMainWindow::screenshotWithChildWindows()
     for (int second = 0; second < 60; ++second) {
         for (int i = 0; i < 1 + second % 7; ++i)
             d.network.deliver(d.network.findOpen(false, 53), {0xC0A80164, static_cast<uint16_t>(40000 + i)},
-                              test::makeQuery(static_cast<uint16_t>(second * 10 + i), names[(second + i) % 4], 1, false));
+                              test::makeQuery(static_cast<uint16_t>(second * 10 + i), names[(second + i) % 4], 1,
+                                              false));
         d.clock.advance(std::chrono::seconds(1));
     }
     QTest::qWait(1200); // the graph asks for its counters once a second

@@ -1,6 +1,7 @@
 // The DNS Records editor on the offscreen platform: an A record added with its PTR, both zones
 // saved with a raised serial and their comments, the server told; the checks and read-only copies.
 #include "gui/gui_support.h"
+#include "support/temp_folder.h"
 #include "tools/record_dialog.h"
 #include "tools/records_window.h"
 
@@ -8,7 +9,6 @@
 #include <QTableWidget>
 #include <QTest>
 
-#include <QFile>
 #include <QNetworkDatagram>
 #include <QUdpSocket>
 
@@ -25,12 +25,6 @@ private slots:
 
 namespace {
 
-std::string fileText(const std::filesystem::path& path)
-{
-    QFile file(QString::fromStdString(path.string()));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
-}
-
 // What the server's reload port (a UDP socket on 127.0.0.1 here) has received since the last call.
 std::string received(QUdpSocket& port)
 {
@@ -42,8 +36,8 @@ std::string received(QUdpSocket& port)
 
 void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
 {
-    const auto folder = std::filesystem::temp_directory_path() / "quorvane_records_window";
-    std::filesystem::remove_all(folder);
+    const test::TempFolder temp;
+    const std::filesystem::path& folder = temp.path();
     std::filesystem::create_directories(folder / "data");
     QUdpSocket server;
     QVERIFY(server.bind(QHostAddress::LocalHost, 0));
@@ -72,13 +66,13 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     QCOMPARE(questions.last(),
              QString("Add the PTR record 50.1.168.192.in-addr.arpa. -> pc1.office.test. to zone "
                      "1.168.192.in-addr.arpa. as well?"));
-    const std::string reverse = fileText(folder / "data/1.168.192.in-addr.arpa.dns");
+    const std::string reverse = temp.read("data/1.168.192.in-addr.arpa.dns");
     QVERIFY2(reverse.ends_with("\n50 600 PTR pc1.office.test.\n"), reverse.c_str());
     QCOMPARE(received(server), std::string("RELOAD P 1.168.192.in-addr.arpa"));
 
     QVERIFY(window.save());
     QCOMPARE(received(server), std::string("RELOAD P office.test"));
-    const std::string saved = fileText(folder / "data/office.test.dns");
+    const std::string saved = temp.read("data/office.test.dns");
     QVERIFY2(saved.find("\t\t" + QDate::currentDate().toString("yyyyMMdd").toStdString() +
                         "00\t; serial\n") != std::string::npos &&
                  saved.ends_with("mx\tIN\tA\t10.0.0.25   ; old mail host\npc1 600 A 192.168.1.50\n"),
@@ -89,14 +83,13 @@ void RecordsWindowTest::addsAnARecordWithItsPtrAndSaves()
     // A CNAME beside another record is refused, and nothing is written.
     QVERIFY(window.addRecord(*readRecordLine("pc1 CNAME www", "office.test.")));
     QVERIFY(!window.save());
-    QCOMPARE(fileText(folder / "data/office.test.dns"), saved);
+    QCOMPARE(temp.read("data/office.test.dns"), saved);
     QVERIFY(!window.openZone("copy.test")); // asks to save first, and cannot
     window.setAsk([](QWidget*, const QString&) { return false; });
     QVERIFY(window.openZone("copy.test")); // the changes are dropped
     for (QPushButton* button : window.findChildren<QPushButton*>())
         QVERIFY(!button->isEnabled());
     QCOMPARE(window.findChild<QTableWidget*>()->rowCount(), 1);
-    std::filesystem::remove_all(folder);
 }
 
 QTEST_MAIN(RecordsWindowTest)

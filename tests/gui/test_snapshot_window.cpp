@@ -1,6 +1,7 @@
 // The Cache Snapshot Viewer on the offscreen platform: 200 000 records load, sort and filter,
 // the rows shown export as CSV, and a missing or foreign file is said to be one.
 #include "gui/gui_support.h"
+#include "support/temp_folder.h"
 #include "tools/snapshot_window.h"
 
 #include <QElapsedTimer>
@@ -9,7 +10,6 @@
 #include <QTest>
 
 #include <fstream>
-#include <sstream>
 
 using namespace quorvane;
 
@@ -22,8 +22,8 @@ private slots:
 
 void SnapshotWindowTest::loadsFiltersAndExportsTwoHundredThousandRecords()
 {
-    const auto folder = std::filesystem::temp_directory_path() / "quorvane_snapshot_window";
-    std::filesystem::create_directories(folder);
+    const test::TempFolder temp;
+    const std::filesystem::path& folder = temp.path();
     {
         std::ofstream out(folder / "snapshot.dat");
         out << "; Quorvane - Cache\n";
@@ -46,10 +46,7 @@ void SnapshotWindowTest::loadsFiltersAndExportsTwoHundredThousandRecords()
     QCOMPARE(window.shown().rowCount(), 2);
     window.findChild<QTableView*>()->sortByColumn(SnapshotModel::TTL, Qt::AscendingOrder);
     QVERIFY(window.exportCsv(QString::fromStdString((folder / "shown.csv").string())));
-    std::ifstream csv(folder / "shown.csv");
-    std::stringstream text;
-    text << csv.rdbuf();
-    QCOMPARE(QString::fromStdString(text.str()), QString("Name,Type,TTL,Data\n"
+    QCOMPARE(QString::fromStdString(temp.read("shown.csv")), QString("Name,Type,TTL,Data\n"
                                                          "host99999.example.,TXT,60,\"\"\"note, 99999\"\"\"\n"
                                                          "host99999.example.,A,1299,10.1.134.159\n"));
 
@@ -59,7 +56,6 @@ void SnapshotWindowTest::loadsFiltersAndExportsTwoHundredThousandRecords()
     QCOMPARE(window.shown().rowCount(), 0);
     SnapshotWindow missing(folder / "none.dat");
     QVERIFY(missing.findChildren<QLabel*>().last()->text().startsWith("Cannot open "));
-    std::filesystem::remove_all(folder);
 }
 
 QTEST_MAIN(SnapshotWindowTest)

@@ -1,9 +1,9 @@
 // DNS Look Up on the offscreen platform against a scripted responder on the loopback: an answer
 // over UDP and over TCP shown as a table, an address asked as its PTR, and a silent server.
 #include "gui/gui_support.h"
-#include "query/record_wire.h"
+#include "support/dns_message.h"
 #include "tools/lookup_window.h"
-#include "wire/addresses.h"
+#include "wire/wire_reader.h"
 
 #include <QComboBox>
 #include <QElapsedTimer>
@@ -28,21 +28,13 @@ private slots:
 
 namespace {
 
-// The reply to any question: its A record for 192.0.2.8, the question's name kept in asked.
+// The reply to any question: its A record for 192.0.2.8, the question's name and type kept in asked.
 std::string reply(std::string_view query, std::string& asked)
 {
     WireReader reader(query, 12);
     asked = reader.name();
     asked += " " + std::to_string(reader.shortValue());
-    Bytes out;
-    startMessage(out, shortAt(query, 0), 0x8580, {1, 1, 0, 0});
-    out += query.substr(12);
-    clDNSRecord record;
-    record.Name = "www.example.test.";
-    record.RecType = 1;
-    record.Data = IPToData("192.0.2.8");
-    appendRecord(out, record, 3600);
-    return out;
+    return test::makeAnswer(query, 0, true, {test::wireA(2, "www.example.test.", "192.0.2.8")});
 }
 
 } // namespace
@@ -66,10 +58,8 @@ void LookupWindowTest::answersTimeOutsAndReverseNames()
         QTcpSocket* client = tcp.nextPendingConnection();
         connect(client, &QTcpSocket::readyRead, [&, client] {
             const QByteArray framed = client->readAll();
-            const std::string answer = reply(framed.mid(2).toStdString(), asked);
-            client->write(QByteArray(1, static_cast<char>(answer.size() >> 8)) +
-                          QByteArray(1, static_cast<char>(answer.size())) +
-                          QByteArray(answer.data(), static_cast<qsizetype>(answer.size())));
+            const std::string answer = test::framed(reply(framed.mid(2).toStdString(), asked));
+            client->write(answer.data(), static_cast<qint64>(answer.size()));
         });
     });
 

@@ -184,12 +184,8 @@ private slots:
         d.settle();
         QVERIFY(!d.engine.log().activeLogOpen());
         QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
-    }
 
-    void optionsGoBackToTheEngine()
-    {
-        Desk d;
-        d.window.start(false);
+        // Accepted options go back to the engine, which applies and saves them.
         d.trigger("mnuOptions");
         auto* dialog = d.window.findChild<frmOptions*>();
         QVERIFY(dialog != nullptr);

@@ -27,12 +27,6 @@ namespace {
 
 const std::vector<std::string> kLocal{"192.168.1.10", "10.0.0.1"};
 
-clDHCPif officeRow()
-{
-    return {"192.168.1.10",  ".example.lan", "192.168.1.100",         "192.168.1.200",
-            "255.255.255.0", "192.168.1.1",  clDHCPif::kDefaultLease, true};
-}
-
 // A set that passes every check; the tests change it through the dialog's fields.
 OptionsData validData()
 {
@@ -40,8 +34,9 @@ OptionsData validData()
     data.settings.NAME = "ns.example.lan";
     data.settings.DNSBIND = "192.168.1.10";
     data.settings.NOBLOCK = {"10.1.1.1"};
-    data.settings.DHCP = {
-        officeRow(), {"172.16.0.1", ".lab", "172.16.0.10", "172.16.0.20", "255.255.0.0", "", 3600, true}};
+    data.settings.DHCP = {{"192.168.1.10", ".example.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0",
+                           "192.168.1.1", clDHCPif::kDefaultLease, true},
+                          {"172.16.0.1", ".lab", "172.16.0.10", "172.16.0.20", "255.255.0.0", "", 3600, true}};
     data.blockList = {"10.9.9.9"};
     data.localAddresses = kLocal;
     data.settings.BLOCKLIST = {"lists/ads.txt", "https://lists.example/hosts"};

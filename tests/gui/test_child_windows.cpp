@@ -37,18 +37,6 @@ protected:
     }
 };
 
-class ChildWindowsTest : public QObject
-{
-    Q_OBJECT
-private slots:
-    void logKeepsTheLastLinesInOrder();
-    void graphScaleIsRound();
-    void graphRepaintsForAnyCounters();
-    void leasesAreFormattedSortedAndDeletedOnYes();
-    void aboutBoxShowsNameAndVersion();
-    void iconsRender();
-};
-
 namespace {
 
 QStringList numberedLines(const QString& text, int from, int to)
@@ -61,183 +49,188 @@ QStringList numberedLines(const QString& text, int from, int to)
 
 } // namespace
 
-void ChildWindowsTest::logKeepsTheLastLinesInOrder()
+class ChildWindowsTest : public QObject
 {
-    frmLog log;
-    log.resize(520, 260);
-    log.show();
-    const QString line = QStringLiteral("12:00:00   Request %1");
-    for (int batch = 0; batch < 10; ++batch)
-        log.appendLines(numberedLines(line, batch * 100, batch * 100 + 100));
-    log.appendLines({});
-    const auto* view = log.findChild<QPlainTextEdit*>();
-    QCOMPARE(view->toPlainText().split(QLatin1Char('\n')), numberedLines(line, 700, 1000));
-    QCOMPARE(view->verticalScrollBar()->value(), view->verticalScrollBar()->maximum());
-    QVERIFY(view->isReadOnly());
-    QVERIFY(test::saveScreenshot(log, QStringLiteral("log")));
-
-    log.appendLines(numberedLines(QStringLiteral("flood %1"), 0, 1000)); // one batch above the limit
-    QCOMPARE(view->toPlainText().split(QLatin1Char('\n')),
-             numberedLines(QStringLiteral("flood %1"), 700, 1000));
-    log.clearLog();
-    QCOMPARE(view->toPlainText(), QString());
-    QSignalSpy closed(&log, &frmLog::closed);
-    log.close();
-    QCOMPARE(closed.count(), 1);
-}
-
-void ChildWindowsTest::graphScaleIsRound()
-{
-    const struct
+    Q_OBJECT
+private slots:
+    void logKeepsTheLastLinesInOrder()
     {
-        int highest;
-        GraphScale scale;
-    } cases[] = {{0, {5, 5}},       {3, {5, 5}},       {5, {5, 5}},         {6, {10, 5}},
-                 {11, {20, 4}},     {20, {20, 4}},     {21, {50, 5}},       {999, {1000, 5}},
-                 {1001, {2000, 4}}, {4999, {5000, 5}}, {65535, {100000, 5}}};
-    for (const auto& c : cases)
-        QVERIFY2(graphScale(c.highest) == c.scale, qPrintable(QString::number(c.highest)));
-}
+        frmLog log;
+        log.resize(520, 260);
+        log.show();
+        const QString line = QStringLiteral("12:00:00   Request %1");
+        for (int batch = 0; batch < 10; ++batch)
+            log.appendLines(numberedLines(line, batch * 100, batch * 100 + 100));
+        log.appendLines({});
+        const auto* view = log.findChild<QPlainTextEdit*>();
+        QCOMPARE(view->toPlainText().split(QLatin1Char('\n')), numberedLines(line, 700, 1000));
+        QCOMPARE(view->verticalScrollBar()->value(), view->verticalScrollBar()->maximum());
+        QVERIFY(view->isReadOnly());
+        QVERIFY(test::saveScreenshot(log, QStringLiteral("log")));
 
-void ChildWindowsTest::graphRepaintsForAnyCounters()
-{
-    frmGraph graph;
-    graph.resize(480, 260);
-    graph.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&graph));
-    PaintCounter counter;
-    graph.installEventFilter(&counter);
-    std::array<uint16_t, 60> spike{}, full{}, traffic{};
-    spike[17] = 500;
-    full.fill(65535);
-    for (size_t i = 0; i < 60; ++i)
-        traffic[i] = static_cast<uint16_t>(20 + (i * 37) % 50 + (i % 15 == 0 ? 60 : 0));
-    const struct
+        log.appendLines(numberedLines(QStringLiteral("flood %1"), 0, 1000)); // one batch above the limit
+        QCOMPARE(view->toPlainText().split(QLatin1Char('\n')),
+                 numberedLines(QStringLiteral("flood %1"), 700, 1000));
+        log.clearLog();
+        QCOMPARE(view->toPlainText(), QString());
+        QSignalSpy closed(&log, &frmLog::closed);
+        log.close();
+        QCOMPARE(closed.count(), 1);
+    }
+
+    void graphScaleIsRound()
     {
-        const char* name;
-        std::array<uint16_t, 60> counters;
-        int second;
-    } cases[] = {{"zeros", {}, 0}, {"spike", spike, 30}, {"full", full, 59}, {"traffic", traffic, 75}};
-    QList<QImage> images;
-    for (const auto& c : cases) {
-        const int paintsBefore = counter.paints;
-        graph.setCounters(c.counters, c.second);
-        QTRY_VERIFY2(counter.paints > paintsBefore, c.name);
-        const QImage image = graph.grab().toImage();
-        QVERIFY2(!image.isNull(), c.name);
-        QVERIFY2(!images.contains(image), c.name); // each set of counters changes the picture
-        images << image;
+        const struct
+        {
+            int highest;
+            GraphScale scale;
+        } cases[] = {{0, {5, 5}},       {3, {5, 5}},       {5, {5, 5}},         {6, {10, 5}},
+                     {11, {20, 4}},     {20, {20, 4}},     {21, {50, 5}},       {999, {1000, 5}},
+                     {1001, {2000, 4}}, {4999, {5000, 5}}, {65535, {100000, 5}}};
+        for (const auto& c : cases)
+            QVERIFY2(graphScale(c.highest) == c.scale, qPrintable(QString::number(c.highest)));
     }
-    QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph")));
-    std::array<uint16_t, 60> blocked{};
-    for (size_t i = 0; i < 60; ++i) blocked[i] = static_cast<uint16_t>(traffic[i] / 3);
-    graph.setBlocked(blocked); // block lists in use: a second line
-    QTRY_VERIFY(!images.contains(graph.grab().toImage()));
-    QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph-blocked")));
-    QSignalSpy closed(&graph, &frmGraph::closed);
-    graph.close();
-    QCOMPARE(closed.count(), 1);
-}
 
-void ChildWindowsTest::leasesAreFormattedSortedAndDeletedOnYes()
-{
-    const DateTime end = fromCalendar({2024, 3, 5, 7, 8, 9});
-    frmLeases window;
-    window.resize(560, 200);
-    window.setLeases({{end, "192.168.0.10", "pc10.home.lan.", std::string("\x01\xaa\x0b", 3)},
-                      {end + 1, "192.168.0.9", "printer.home.lan.", std::string("\x00\x0a", 2)},
-                      {end + 2, "10.0.0.2", "laptop.home.lan.", "AB"}});
-    auto* list = window.findChild<QTreeWidget*>();
-    const QStringList expected[] = {
-        {"laptop.home.lan.", "10.0.0.2", "4142", "2024-03-07 07:08:09"},
-        {"printer.home.lan.", "192.168.0.9", "000A", "2024-03-06 07:08:09"},
-        {"pc10.home.lan.", "192.168.0.10", "01AA0B", "2024-03-05 07:08:09"},
-    };
-    QCOMPARE(list->topLevelItemCount(), 3);
-    for (int row = 0; row < 3; ++row)
-        for (int column = 0; column < 4; ++column)
-            QCOMPARE(list->topLevelItem(row)->text(column), expected[row][column]);
-    QVERIFY(test::saveScreenshot(window, QStringLiteral("leases")));
-
-    QAction* remove = list->actions().value(0);
-    QVERIFY(remove && remove->text() == QStringLiteral("Delete") && !remove->isEnabled());
-    QStringList asked;
-    bool answer = false;
-    window.setQuestion([&](QWidget*, const QString& text) {
-        asked << text;
-        return answer;
-    });
-    QSignalSpy deleted(&window, &frmLeases::deleteRequested);
-    list->setCurrentItem(list->topLevelItem(1));
-    remove->trigger();
-    QCOMPARE(deleted.count(), 0);
-    answer = true;
-    window.setLeases({{end, "192.168.0.9", "printer.home.lan.", ""}, {end, "10.0.0.3", "x.", ""}});
-    remove->trigger(); // the refresh kept 192.168.0.9 selected
-    QCOMPARE(asked,
-             QStringList(2, QStringLiteral("Please re-boot that client to avoid IP-Address conflicts!")));
-    QCOMPARE(deleted.count(), 1);
-    QCOMPARE(deleted.at(0).at(0).toString(), QStringLiteral("192.168.0.9"));
-
-    // "Reserve this address": by hardware address for an Ethernet identifier, else by identifier.
-    std::vector<DhcpFixed> reserved;
-    connect(&window, &frmLeases::reserveRequested, [&](const DhcpFixed& fixed) { reserved.push_back(fixed); });
-    window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
-                      {end, "10.0.0.3", "x.home.lan.", "AB"}});
-    QCOMPARE(list->actions().value(1)->text(), QStringLiteral("Reserve this address"));
-    for (int row = 0; row < 2; ++row) {
-        list->setCurrentItem(list->topLevelItem(row));
-        list->actions().value(1)->trigger();
-    }
-    QVERIFY((reserved == std::vector<DhcpFixed>{{"id:4142", "10.0.0.3", "x"},
-                                                {"aa:bb:cc:dd:ee:01", "192.168.0.9", "printer"}}));
-}
-
-void ChildWindowsTest::aboutBoxShowsNameAndVersion()
-{
-    showAboutBox(nullptr);
-    auto* box = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    QVERIFY(box && box->isVisible());
-    QStringList texts;
-    int pictures = 0;
-    for (const QLabel* label : box->findChildren<QLabel*>()) {
-        if (label->pixmap().isNull())
-            texts << label->text();
-        else
-            ++pictures;
-    }
-    QCOMPARE(pictures, 1); // the program icon
-    QCOMPARE(texts, (QStringList{"Quorvane", "Version " + QString::fromStdString(versionText()),
-                                 "DNS and DHCP server for small networks"}));
-    QVERIFY(test::saveScreenshot(*box, QStringLiteral("about")));
-    QPointer<QDialog> watch(box);
-    box->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
-    QTRY_VERIFY(watch.isNull());
-}
-
-void ChildWindowsTest::iconsRender()
-{
-    const QStringList names = {"quorvane", "tray-normal", "tray-activity", "tray-error", "lookup",
-                               "cache",    "records",     "options",       "help"};
-    QWidget sheet;
-    auto* layout = new QHBoxLayout(&sheet);
-    for (const QString& name : names) {
-        const QIcon icon(":/icons/" + name + ".svg");
-        QVERIFY2(!icon.isNull(), qPrintable(name));
-        const QImage image = icon.pixmap(32, 32).toImage();
-        int opaque = 0;
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                opaque += qAlpha(image.pixel(x, y)) > 128;
-        QVERIFY2(opaque > image.width() * image.height() / 5, qPrintable(name));
-        for (int size : {48, 16}) {
-            auto* label = new QLabel(&sheet);
-            label->setPixmap(icon.pixmap(size, size));
-            layout->addWidget(label, 0, Qt::AlignBottom);
+    void graphRepaintsForAnyCounters()
+    {
+        frmGraph graph;
+        graph.resize(480, 260);
+        graph.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&graph));
+        PaintCounter counter;
+        graph.installEventFilter(&counter);
+        std::array<uint16_t, 60> spike{}, full{}, traffic{};
+        spike[17] = 500;
+        full.fill(65535);
+        for (size_t i = 0; i < 60; ++i)
+            traffic[i] = static_cast<uint16_t>(20 + (i * 37) % 50 + (i % 15 == 0 ? 60 : 0));
+        const struct
+        {
+            const char* name;
+            std::array<uint16_t, 60> counters;
+            int second;
+        } cases[] = {{"zeros", {}, 0}, {"spike", spike, 30}, {"full", full, 59}, {"traffic", traffic, 75}};
+        QList<QImage> images;
+        for (const auto& c : cases) {
+            const int paintsBefore = counter.paints;
+            graph.setCounters(c.counters, c.second);
+            QTRY_VERIFY2(counter.paints > paintsBefore, c.name);
+            const QImage image = graph.grab().toImage();
+            QVERIFY2(!image.isNull(), c.name);
+            QVERIFY2(!images.contains(image), c.name); // each set of counters changes the picture
+            images << image;
         }
+        QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph")));
+        std::array<uint16_t, 60> blocked{};
+        for (size_t i = 0; i < 60; ++i) blocked[i] = static_cast<uint16_t>(traffic[i] / 3);
+        graph.setBlocked(blocked); // block lists in use: a second line
+        QTRY_VERIFY(!images.contains(graph.grab().toImage()));
+        QVERIFY(test::saveScreenshot(graph, QStringLiteral("graph-blocked")));
+        QSignalSpy closed(&graph, &frmGraph::closed);
+        graph.close();
+        QCOMPARE(closed.count(), 1);
     }
-    QVERIFY(test::saveScreenshot(sheet, QStringLiteral("icons")));
-}
+
+    void leasesAreFormattedSortedAndDeletedOnYes()
+    {
+        const DateTime end = fromCalendar({2024, 3, 5, 7, 8, 9});
+        frmLeases window;
+        window.resize(560, 200);
+        window.setLeases({{end, "192.168.0.10", "pc10.home.lan.", std::string("\x01\xaa\x0b", 3)},
+                          {end + 1, "192.168.0.9", "printer.home.lan.", std::string("\x00\x0a", 2)},
+                          {end + 2, "10.0.0.2", "laptop.home.lan.", "AB"}});
+        auto* list = window.findChild<QTreeWidget*>();
+        const QStringList expected[] = {
+            {"laptop.home.lan.", "10.0.0.2", "4142", "2024-03-07 07:08:09"},
+            {"printer.home.lan.", "192.168.0.9", "000A", "2024-03-06 07:08:09"},
+            {"pc10.home.lan.", "192.168.0.10", "01AA0B", "2024-03-05 07:08:09"},
+        };
+        QCOMPARE(list->topLevelItemCount(), 3);
+        for (int row = 0; row < 3; ++row)
+            for (int column = 0; column < 4; ++column)
+                QCOMPARE(list->topLevelItem(row)->text(column), expected[row][column]);
+        QVERIFY(test::saveScreenshot(window, QStringLiteral("leases")));
+
+        QAction* remove = list->actions().value(0);
+        QVERIFY(remove && remove->text() == QStringLiteral("Delete") && !remove->isEnabled());
+        QStringList asked;
+        bool answer = false;
+        window.setQuestion([&](QWidget*, const QString& text) {
+            asked << text;
+            return answer;
+        });
+        QSignalSpy deleted(&window, &frmLeases::deleteRequested);
+        list->setCurrentItem(list->topLevelItem(1));
+        remove->trigger();
+        QCOMPARE(deleted.count(), 0);
+        answer = true;
+        window.setLeases({{end, "192.168.0.9", "printer.home.lan.", ""}, {end, "10.0.0.3", "x.", ""}});
+        remove->trigger(); // the refresh kept 192.168.0.9 selected
+        QCOMPARE(asked,
+                 QStringList(2, QStringLiteral("Please re-boot that client to avoid IP-Address conflicts!")));
+        QCOMPARE(deleted.count(), 1);
+        QCOMPARE(deleted.at(0).at(0).toString(), QStringLiteral("192.168.0.9"));
+
+        // "Reserve this address": by hardware address for an Ethernet identifier, else by identifier.
+        std::vector<DhcpFixed> reserved;
+        connect(&window, &frmLeases::reserveRequested, [&](const DhcpFixed& fixed) { reserved.push_back(fixed); });
+        window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
+                          {end, "10.0.0.3", "x.home.lan.", "AB"}});
+        QCOMPARE(list->actions().value(1)->text(), QStringLiteral("Reserve this address"));
+        for (int row = 0; row < 2; ++row) {
+            list->setCurrentItem(list->topLevelItem(row));
+            list->actions().value(1)->trigger();
+        }
+        QVERIFY((reserved == std::vector<DhcpFixed>{{"id:4142", "10.0.0.3", "x"},
+                                                    {"aa:bb:cc:dd:ee:01", "192.168.0.9", "printer"}}));
+    }
+
+    void aboutBoxShowsNameAndVersion()
+    {
+        showAboutBox(nullptr);
+        auto* box = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        QVERIFY(box && box->isVisible());
+        QStringList texts;
+        int pictures = 0;
+        for (const QLabel* label : box->findChildren<QLabel*>()) {
+            if (label->pixmap().isNull())
+                texts << label->text();
+            else
+                ++pictures;
+        }
+        QCOMPARE(pictures, 1); // the program icon
+        QCOMPARE(texts, (QStringList{"Quorvane", "Version " + QString::fromStdString(versionText()),
+                                     "DNS and DHCP server for small networks"}));
+        QVERIFY(test::saveScreenshot(*box, QStringLiteral("about")));
+        QPointer<QDialog> watch(box);
+        box->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+        QTRY_VERIFY(watch.isNull());
+    }
+
+    void iconsRender()
+    {
+        const QStringList names = {"quorvane", "tray-normal", "tray-activity", "tray-error", "lookup",
+                                   "cache",    "records",     "options",       "help"};
+        QWidget sheet;
+        auto* layout = new QHBoxLayout(&sheet);
+        for (const QString& name : names) {
+            const QIcon icon(":/icons/" + name + ".svg");
+            QVERIFY2(!icon.isNull(), qPrintable(name));
+            const QImage image = icon.pixmap(32, 32).toImage();
+            int opaque = 0;
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    opaque += qAlpha(image.pixel(x, y)) > 128;
+            QVERIFY2(opaque > image.width() * image.height() / 5, qPrintable(name));
+            for (int size : {48, 16}) {
+                auto* label = new QLabel(&sheet);
+                label->setPixmap(icon.pixmap(size, size));
+                layout->addWidget(label, 0, Qt::AlignBottom);
+            }
+        }
+        QVERIFY(test::saveScreenshot(sheet, QStringLiteral("icons")));
+    }
+};
 
 QTEST_MAIN(ChildWindowsTest)
 #include "test_child_windows.moc"

@@ -117,196 +117,181 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase();
-    void init() { QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane")).clear(); }
-    void menuCommandsReachTheEngine();
-    void optionsGoBackToTheEngine();
-    void closingAsksAndSavesTheLayout();
-    void layoutStringRoundTrip();
-    void screenshotWithChildWindows();
-    void firstStartTilesTheLogAndTheGraph();
-};
-
-void TestMainWindow::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
-                       QDir::temp().filePath("quorvane-gui-test"));
-}
-
-void TestMainWindow::menuCommandsReachTheEngine()
-{
-    Desk d;
-    d.window.start(false);
-    d.trigger("mnuViewW1"); // the Active Log: from now on lines reach engine.log().activeLog()
-    QVERIFY(d.engine.log().activeLogOpen());
-    QVERIFY(d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
-
-    struct Row
+    void initTestCase()
     {
-        const char* action;
-        bool answer;
-        std::function<bool(Desk&)> done;
-    };
-    const std::vector<Row> rows{
-        {"mnuStartStop", true,
-         [](Desk& t) {
-             return !t.engine.serverRunning() && t.logged("Server paused.") &&
-                    t.window.findChild<QAction*>("mnuStartStop")->text() == "&Start Server";
-         }},
-        {"mnuStartStop", true,
-         [](Desk& t) {
-             return t.engine.serverRunning() &&
-                    t.window.findChild<QAction*>("mnuStartStop")->text() == "&Pause Server";
-         }},
-        {"mnuReload", true, [](Desk& t) { return t.logged("Loading DNS Records..."); }},
-        {"mnuClearCache", false,
-         [](Desk& t) {
-             return t.questions.last() == "Are you sure you want to clear the cached records ?" &&
-                    !t.logged("Cache cleared by operator");
-         }},
-        {"mnuClearCache", true, [](Desk& t) { return t.logged("Cache cleared by operator"); }},
-        {"mnuViewCache", true,
-         [](Desk& t) {
-             return QFile::exists(t.path("snapshot.dat")) &&
-                    t.started.last() == "quorvane-snapshot " + t.path("snapshot.dat");
-         }},
-        {"mnuQuery", true, [](Desk& t) { return t.messages.last() == "Could not open DNS Look Up !"; }},
-        {"mnuDump", true,
-         [](Desk& t) {
-             return t.questions.last().endsWith("Review the support file with notepad now ?") &&
-                    t.opened.last() == t.path("support.txt") && QFile::exists(t.path("support.txt"));
-         }},
-        {"mnuHelpDHCP", true, [](Desk& t) { return t.opened.last() == t.path("manual.html"); }},
-        {"mnuClearWindow", true,
-         [](Desk& t) { return t.engine.log().activeLog().empty() && t.engine.log().activeLogOpen(); }},
-        {"mnuVTool", true, [](Desk&) { return mainSetting("ToolBar") == "false"; }},
-    };
-    for (const Row& row : rows) {
-        d.answer = row.answer;
-        d.trigger(row.action);
-        QVERIFY2(row.done(d), row.action);
+        QStandardPaths::setTestModeEnabled(true);
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           QDir::temp().filePath("quorvane-gui-test"));
+    }
+    void init() { QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane")).clear(); }
+
+    void menuCommandsReachTheEngine()
+    {
+        Desk d;
+        d.window.start(false);
+        d.trigger("mnuViewW1"); // the Active Log: from now on lines reach engine.log().activeLog()
+        QVERIFY(d.engine.log().activeLogOpen());
+        QVERIFY(d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+
+        struct Row
+        {
+            const char* action;
+            bool answer;
+            std::function<bool(Desk&)> done;
+        };
+        const std::vector<Row> rows{
+            {"mnuStartStop", true,
+             [](Desk& t) {
+                 return !t.engine.serverRunning() && t.logged("Server paused.") &&
+                        t.window.findChild<QAction*>("mnuStartStop")->text() == "&Start Server";
+             }},
+            {"mnuStartStop", true,
+             [](Desk& t) {
+                 return t.engine.serverRunning() &&
+                        t.window.findChild<QAction*>("mnuStartStop")->text() == "&Pause Server";
+             }},
+            {"mnuReload", true, [](Desk& t) { return t.logged("Loading DNS Records..."); }},
+            {"mnuClearCache", false,
+             [](Desk& t) {
+                 return t.questions.last() == "Are you sure you want to clear the cached records ?" &&
+                        !t.logged("Cache cleared by operator");
+             }},
+            {"mnuClearCache", true, [](Desk& t) { return t.logged("Cache cleared by operator"); }},
+            {"mnuViewCache", true,
+             [](Desk& t) {
+                 return QFile::exists(t.path("snapshot.dat")) &&
+                        t.started.last() == "quorvane-snapshot " + t.path("snapshot.dat");
+             }},
+            {"mnuQuery", true, [](Desk& t) { return t.messages.last() == "Could not open DNS Look Up !"; }},
+            {"mnuDump", true,
+             [](Desk& t) {
+                 return t.questions.last().endsWith("Review the support file with notepad now ?") &&
+                        t.opened.last() == t.path("support.txt") && QFile::exists(t.path("support.txt"));
+             }},
+            {"mnuHelpDHCP", true, [](Desk& t) { return t.opened.last() == t.path("manual.html"); }},
+            {"mnuClearWindow", true,
+             [](Desk& t) { return t.engine.log().activeLog().empty() && t.engine.log().activeLogOpen(); }},
+            {"mnuVTool", true, [](Desk&) { return mainSetting("ToolBar") == "false"; }},
+        };
+        for (const Row& row : rows) {
+            d.answer = row.answer;
+            d.trigger(row.action);
+            QVERIFY2(row.done(d), row.action);
+        }
+
+        // Closing the log tells the engine, which then keeps no lines for the window.
+        d.window.childWindow(kLogWindow)->parentWidget()->close();
+        d.settle();
+        QVERIFY(!d.engine.log().activeLogOpen());
+        QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+
+        // Accepted options go back to the engine, which applies and saves them.
+        d.trigger("mnuOptions");
+        auto* dialog = d.window.findChild<frmOptions*>();
+        QVERIFY(dialog != nullptr);
+        Settings changed = d.engine.settings();
+        changed.NAME = "changed.lan";
+        emit dialog->optionsAccepted(changed, {"10.9.9.9"});
+        d.settle();
+        QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
+        QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
+        QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
+        QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
     }
 
-    // Closing the log tells the engine, which then keeps no lines for the window.
-    d.window.childWindow(kLogWindow)->parentWidget()->close();
-    d.settle();
-    QVERIFY(!d.engine.log().activeLogOpen());
-    QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
-}
+    // The first start tiles the log and the graph; closing asks first, then saves the layout, which the
+    // next start opens again.
+    void firstStartTilesAndClosingSavesTheLayout()
+    {
+        Desk d;
+        d.window.resize(1000, 700);
+        d.window.start(false); // no saved layout
+        QTest::qWait(20);
+        const auto* mdi = d.window.findChild<QMdiArea*>();
+        const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
+        QCOMPARE(windows.size(), 2);
+        QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
+        for (const QMdiSubWindow* window : windows) {
+            QCOMPARE(window->width(), mdi->viewport()->width());
+            QCOMPARE(window->height(), mdi->viewport()->height() / 2);
+        }
+        d.trigger("mnuViewW2"); // a window opened later is readable too
+        QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
+        QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
+        d.window.childWindow(kLeasesWindow)->parentWidget()->close();
+        d.settle();
+        QSignalSpy closedDown(&d.window, &frmMain::closedDown);
 
-void TestMainWindow::optionsGoBackToTheEngine()
-{
-    Desk d;
-    d.window.start(false);
-    d.trigger("mnuOptions");
-    auto* dialog = d.window.findChild<frmOptions*>();
-    QVERIFY(dialog != nullptr);
-    Settings changed = d.engine.settings();
-    changed.NAME = "changed.lan";
-    emit dialog->optionsAccepted(changed, {"10.9.9.9"});
-    d.settle();
-    QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
-    QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
-    QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
-    QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
-}
+        d.answer = false;
+        d.window.close();
+        d.settle();
+        QCOMPARE(d.questions.last(), QString("Exit Quorvane ?"));
+        QVERIFY(!d.logged("Program was closed by user."));
 
-void TestMainWindow::closingAsksAndSavesTheLayout()
-{
-    Desk d;
-    d.window.start(false);
-    d.trigger("mnuViewW0");
-    d.trigger("mnuViewW1");
-    QSignalSpy closedDown(&d.window, &frmMain::closedDown);
+        d.answer = true;
+        const std::string layout = d.window.currentLayout();
+        d.window.close();
+        d.settle();
+        QVERIFY(d.logged("Program was closed by user."));
+        QCOMPARE(closedDown.count(), 1);
+        QCOMPARE(mainSetting("Windows").toStdString(), layout);
 
-    d.answer = false;
-    d.window.close();
-    d.settle();
-    QCOMPARE(d.questions.last(), QString("Exit Quorvane ?"));
-    QVERIFY(!d.logged("Program was closed by user."));
-
-    d.answer = true;
-    const std::string layout = d.window.currentLayout();
-    d.window.close();
-    d.settle();
-    QVERIFY(d.logged("Program was closed by user."));
-    QCOMPARE(closedDown.count(), 1);
-    QCOMPARE(mainSetting("Windows").toStdString(), layout);
-
-    // The next start opens the same child windows; the end of a session closes without asking.
-    Desk again;
-    again.window.start(false);
-    QVERIFY(again.window.childWindow(kGraphWindow) != nullptr &&
-            again.window.childWindow(kLogWindow) != nullptr);
-    QVERIFY(again.window.childWindow(kLeasesWindow) == nullptr);
-    again.questions.clear();
-    again.window.endSession();
-    again.settle();
-    QVERIFY(again.questions.isEmpty());
-    QVERIFY(again.logged("Program was closed because Windows session ended."));
-}
-
-void TestMainWindow::layoutStringRoundTrip()
-{
-    WindowLayout layout;
-    layout.main = {WindowState::Normal, 10, 20, 800, 600};
-    layout.children[kLogWindow] = {true, {WindowState::Normal, 0, 0, 400, 300}};
-    layout.children[kLeasesWindow] = {true, {WindowState::Maximised}};
-    QCOMPARE(formatLayout(layout), std::string("0 10 20 800 600 0 1 0 0 0 400 300 1 2"));
-    QVERIFY(parseLayout(formatLayout(layout)) == layout);
-    QVERIFY(layoutHasActiveLog(formatLayout(layout)));
-    const std::vector<std::string> bad{"", "x", "3", "0 1 2 3", "2 1", "2 0 0 0 7", "2 0 0 0 0 5"};
-    for (const std::string& text : bad)
-        QVERIFY2(!parseLayout(text), text.c_str());
-    QVERIFY(!layoutHasActiveLog("2 1 2 0"));
-}
-
-// The README's picture: the example home network with three leases, answering questions.
-void TestMainWindow::screenshotWithChildWindows()
-{
-    Desk d([](TempFolder& folder) {
-        const std::filesystem::path example = QUORVANE_SOURCE_DIR "/examples/home-office";
-        std::filesystem::copy(example, folder.path(), std::filesystem::copy_options::recursive);
-        folder.write("dhcp.dat", "; Quorvane - DHCP Leases\n"
-                                 "laptop.home.lan.  192.168.1.100  01a4c3f0112233  2026-11-22 20:00:00\n"
-                                 "phone.home.lan.  192.168.1.101  01f2d4a0445566  2026-11-22 19:30:00\n"
-                                 "tv.home.lan.  192.168.1.102  0100163e778899  2026-11-22 21:15:00\n");
-    });
-    d.window.resize(1000, 700);
-    d.window.start(false);
-    d.trigger("mnuViewW2");
-    const char* names[] = {"nas.home.lan.", "www.home.lan.", "printer.home.lan.", "laptop.home.lan."};
-    for (int second = 0; second < 60; ++second) {
-        for (int i = 0; i < 1 + second % 7; ++i)
-            d.network.deliver(d.network.findOpen(false, 53), {0xC0A80164, static_cast<uint16_t>(40000 + i)},
-                              test::makeQuery(static_cast<uint16_t>(second * 10 + i), names[(second + i) % 4], 1, false));
-        d.clock.advance(std::chrono::seconds(1));
+        // The next start opens the same child windows; the end of a session closes without asking.
+        Desk again;
+        again.window.start(false);
+        QVERIFY(again.window.childWindow(kGraphWindow) != nullptr &&
+                again.window.childWindow(kLogWindow) != nullptr);
+        QVERIFY(again.window.childWindow(kLeasesWindow) == nullptr);
+        again.questions.clear();
+        again.window.endSession();
+        again.settle();
+        QVERIFY(again.questions.isEmpty());
+        QVERIFY(again.logged("Program was closed because Windows session ended."));
     }
-    QTest::qWait(1200); // the graph asks for its counters once a second
-    d.settle();
-    QCoreApplication::processEvents();
-    QVERIFY(test::saveScreenshot(d.window, "main_window"));
-}
 
-void TestMainWindow::firstStartTilesTheLogAndTheGraph()
-{
-    Desk d;
-    d.window.resize(1000, 700);
-    d.window.start(false); // no saved layout
-    QTest::qWait(20);
-    const auto* mdi = d.window.findChild<QMdiArea*>();
-    const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
-    QCOMPARE(windows.size(), 2);
-    QVERIFY(qobject_cast<frmLog*>(windows[0]->widget()) && qobject_cast<frmGraph*>(windows[1]->widget()));
-    for (const QMdiSubWindow* window : windows) {
-        QCOMPARE(window->width(), mdi->viewport()->width());
-        QCOMPARE(window->height(), mdi->viewport()->height() / 2);
+    void layoutStringRoundTrip()
+    {
+        WindowLayout layout;
+        layout.main = {WindowState::Normal, 10, 20, 800, 600};
+        layout.children[kLogWindow] = {true, {WindowState::Normal, 0, 0, 400, 300}};
+        layout.children[kLeasesWindow] = {true, {WindowState::Maximised}};
+        QCOMPARE(formatLayout(layout), std::string("0 10 20 800 600 0 1 0 0 0 400 300 1 2"));
+        QVERIFY(parseLayout(formatLayout(layout)) == layout);
+        QVERIFY(layoutHasActiveLog(formatLayout(layout)));
+        const std::vector<std::string> bad{"", "x", "3", "0 1 2 3", "2 1", "2 0 0 0 7", "2 0 0 0 0 5"};
+        for (const std::string& text : bad)
+            QVERIFY2(!parseLayout(text), text.c_str());
+        QVERIFY(!layoutHasActiveLog("2 1 2 0"));
     }
-    d.trigger("mnuViewW2"); // a window opened later is readable too
-    QVERIFY(d.window.findChild<frmLeases*>()->parentWidget()->width() >= 560);
-    QVERIFY(test::saveScreenshot(d.window, "main_window_first_start"));
-}
+
+    // The README's picture: the example home network with three leases, answering questions.
+    void screenshotWithChildWindows()
+    {
+        Desk d([](TempFolder& folder) {
+            const std::filesystem::path example = QUORVANE_SOURCE_DIR "/examples/home-office";
+            std::filesystem::copy(example, folder.path(), std::filesystem::copy_options::recursive);
+            folder.write("dhcp.dat", "; Quorvane - DHCP Leases\n"
+                                     "laptop.home.lan.  192.168.1.100  01a4c3f0112233  2026-11-22 20:00:00\n"
+                                     "phone.home.lan.  192.168.1.101  01f2d4a0445566  2026-11-22 19:30:00\n"
+                                     "tv.home.lan.  192.168.1.102  0100163e778899  2026-11-22 21:15:00\n");
+        });
+        d.window.resize(1000, 700);
+        d.window.start(false);
+        d.trigger("mnuViewW2");
+        const char* names[] = {"nas.home.lan.", "www.home.lan.", "printer.home.lan.", "laptop.home.lan."};
+        for (int second = 0; second < 60; ++second) {
+            for (int i = 0; i < 1 + second % 7; ++i)
+                d.network.deliver(d.network.findOpen(false, 53), {0xC0A80164, static_cast<uint16_t>(40000 + i)},
+                                  test::makeQuery(static_cast<uint16_t>(second * 10 + i), names[(second + i) % 4], 1,
+                                                  false));
+            d.clock.advance(std::chrono::seconds(1));
+        }
+        QTest::qWait(1200); // the graph asks for its counters once a second
+        d.settle();
+        QCoreApplication::processEvents();
+        QVERIFY(test::saveScreenshot(d.window, "main_window"));
+    }
+};
 
 QTEST_MAIN(TestMainWindow)
 #include "test_main_window.moc"

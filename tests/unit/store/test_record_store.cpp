@@ -23,21 +23,18 @@ Bytes address(int last)
 
 } // namespace
 
+// Records are ordered by name, case counting; a name's records stay in arrival order.
 TEST(RecordStore, KeepsRecordsOrderedByNameAndRunsInArrivalOrder)
 {
     StoreFixture f;
-    f.store.CacheAddF("c.", rtype::A, 60, address(3), 0, true);
-    f.store.CacheAddF("a.", rtype::A, 60, address(1), 0, true);
-    f.store.CacheAddF("b.", rtype::A, 60, address(2), 0, true); // between a. and c.
-    f.store.CacheAddF("0.", rtype::A, 60, address(0), 0, true); // sorts before all
-    f.store.CacheAddF("d.", rtype::A, 60, address(4), 0, true); // after all
-    f.store.CacheAddF("b.", rtype::MX, 60, "mx.b.", 5, true);   // after the run of b.
-    f.store.CacheAddF("B.", rtype::A, 60, address(9), 0, true); // another name: case counts
-    EXPECT_EQ(owners(f.store), (std::vector<std::string>{"0.", "B.", "a.", "b.", "b.", "c.", "d."}));
-    EXPECT_EQ(f.texts("b."), (std::vector<std::string>{"A 10.0.0.2", "MX 5 mx.b."}));
-    EXPECT_TRUE(f.store.records("e.").empty());
-    EXPECT_EQ(f.store.records("b.").begin()->second.Data, address(2));
+    for (const char* name : {"c.", "a.", "b.", "0.", "d."})
+        f.store.CacheAddF(name, rtype::A, 60, address(name[0]), 0, true);
+    f.store.CacheAddF("b.", rtype::MX, 60, "mx.b.", 5, true);
+    f.store.CacheAddF("B.", rtype::A, 60, address(9), 0, true);
+    expectGolden("record_store/ordered.txt", f.dump());
+    EXPECT_EQ(f.texts("b."), (std::vector<std::string>{"A 10.0.0.98", "MX 5 mx.b."}));
     EXPECT_TRUE(f.store.records("bb.").empty());
+    EXPECT_TRUE(f.store.records("e.").empty());
 }
 
 TEST(RecordStore, KeysFindRecordsAndZoneRemovalTakesOnlyItsOwn)
@@ -144,33 +141,26 @@ TEST(RecordStore, CacheOverItsCapDropsTheLearnedRecordsClosestToExpiry)
     EXPECT_EQ(kept(), (std::vector<std::string>{"e", "z"}));
 }
 
+// A learned record with the same data is refreshed, another address is added beside it, a CNAME
+// replaces the name's CNAME, and zone data is never joined or replaced. Negative markers for the
+// name and for A go when an A arrives; one for MX stays, and a marker never removes another.
 TEST(RecordStore, CacheAddRefreshesReplacesAndRespectsPermanentData)
 {
     StoreFixture f;
     f.store.CacheAdd("h.", rtype::A, 100, address(1), 0);
     f.advanceSeconds(50);
-    f.store.CacheAdd("h.", rtype::A, 100, address(1), 0); // same data: refreshed, not added
-    EXPECT_EQ(f.store.records("h.").size(), 1u);
-    EXPECT_EQ(f.store.records("h.").begin()->second.TTL(f.clock.now()), 100);
-    f.store.CacheAdd("h.", rtype::A, 100, address(2), 0); // second address: added
-    EXPECT_EQ(f.texts("h."), (std::vector<std::string>{"A 10.0.0.1", "A 10.0.0.2"}));
-
+    f.store.CacheAdd("h.", rtype::A, 100, address(1), 0);
+    f.store.CacheAdd("h.", rtype::A, 100, address(2), 0);
     f.store.CacheAdd("alias.", rtype::CNAME, 100, "one.", 0);
-    f.store.CacheAdd("alias.", rtype::CNAME, 100, "two.", 0); // one CNAME per name
-    EXPECT_EQ(f.texts("alias."), (std::vector<std::string>{"CNAME two."}));
-
+    f.store.CacheAdd("alias.", rtype::CNAME, 100, "two.", 0);
     f.store.CacheAddF("zone.", rtype::A, 3600, address(5), 0, true);
-    f.store.CacheAdd("zone.", rtype::A, 100, address(6), 0); // never beside or over zone data
-    EXPECT_EQ(f.texts("zone."), (std::vector<std::string>{"A 10.0.0.5"}));
-
-    // Markers: a negative entry for the name and one for A go when an A arrives; one for MX stays,
-    // and a marker never removes another marker.
+    f.store.CacheAdd("zone.", rtype::A, 100, address(6), 0);
     f.store.CacheAdd("m.", rtype::kNameMarker, 100, "", 0);
     f.store.CacheAdd("m.", rtype::kMarkerBase + rtype::MX, 100, "", 0);
     f.store.CacheAdd("m.", rtype::kMarkerBase + rtype::A, 100, "", 0);
     EXPECT_EQ(f.store.records("m.").size(), 3u);
     f.store.CacheAdd("m.", rtype::A, 100, address(8), 0);
-    EXPECT_EQ(f.texts("m."), (std::vector<std::string>{"?1015", "A 10.0.0.8"}));
+    expectGolden("record_store/cache_add.txt", f.dump());
 }
 
 TEST(RecordStore, SweepRemovesRecordsOnlyWellPastExpiry)

@@ -138,29 +138,6 @@ TEST(SecondaryZones, ATransferReplacesTheZoneInOneStepAndIsWrittenBack)
     EXPECT_EQ(f.store.findZone("copy.test.")->PrimaryIP, "10.0.0.1");
 }
 
-TEST(SecondaryZones, APrimaryThatRejectsTheMarkerIsAskedAgainWithoutIt)
-{
-    SecondaryFixture f;
-    f.zts.Que("new.test.");
-    const SocketId first = f.zts.Winsock();
-    f.zts.connected();
-    EXPECT_TRUE(f.request().ends_with("MS"));
-    f.transfer({{}}, 1);
-    const std::string line = "Primary 10.0.0.3 answered the transfer request with response code 1 - asking "
-                             "it again without the MS marker";
-    EXPECT_EQ(f.logged(line), 1);
-    EXPECT_FALSE(f.network.isOpen(first));
-    ASSERT_EQ(f.zts.state(), ctlZTS::Connecting);
-    f.zts.connected();
-    EXPECT_EQ(decodeReply(f.request()).ok, true); // the question is all there is
-    f.transfer({{}}, 1);                          // no second fallback: the transfer stalls
-    EXPECT_EQ(f.logged(line), 1);
-    f.clock.advance(5s);
-    EXPECT_EQ(f.logged("Failed to receive Zone Transfer from 10.0.0.3 for new.test."), 1);
-    // An empty copy expires at its first failure; it is asked for again in 300 s.
-    EXPECT_EQ(f.logged("Zone has expired: new.test."), 1);
-}
-
 TEST(SecondaryZones, TheWatchdogRetriesKeepsOldRecordsAndExpiresZonesInItsOrder)
 {
     SecondaryFixture f;

@@ -131,43 +131,30 @@ TEST(ZoneTransfer, ALargeZoneGoesOutInSlicesAsThePeerTakesThem)
               "Zone Transfer to 10.0.0.8 for big.test. stopped - the zone changed meanwhile");
 }
 
+// Past the cap a connection is closed at once; the peer closing one frees its place; ten ticks
+// without data close one; a blocked address is not served and nothing is accepted while paused.
 TEST(DnsTcpService, ConnectionsAreCappedClosedWhenIdleAndReused)
 {
     TransferFixture f;
     std::vector<SocketId> ids;
-    for (size_t i = 0; i < DnsTcpService::kMaxConnections + 2; ++i)
+    for (size_t i = 0; i < DnsTcpService::kMaxConnections + 1; ++i)
         ids.push_back(f.connect(kListed));
-    EXPECT_EQ(f.tcp.TCPcon().size(), DnsTcpService::kMaxConnections);
-    EXPECT_FALSE(f.network.isOpen(ids[257]));
-    EXPECT_EQ(f.host.lines,
-              Lines{"TCP Connection Request from 10.0.0.7 closed - 256 connections are open already"});
-
-    // Data keeps one alive; the peer closing another frees its element at once.
+    EXPECT_FALSE(f.network.isOpen(ids.back()));
     f.clock.advance(std::chrono::milliseconds(5500));
     f.tcp.DataArrival(ids[0], "\x00");
     f.network.peerClose(ids[1]);
     f.tcp.peerClosed(ids[1]);
     const SocketId reused = f.connect(kListed);
-    EXPECT_TRUE(f.network.isOpen(reused));
-    EXPECT_EQ(f.host.lines.size(), 1u);
-
     f.clock.advance(std::chrono::milliseconds(4000));
     EXPECT_TRUE(f.network.isOpen(ids[2]));
-    f.clock.advance(std::chrono::milliseconds(1000)); // ten ticks without data
+    f.clock.advance(std::chrono::milliseconds(1000));
     EXPECT_FALSE(f.network.isOpen(ids[2]));
-    EXPECT_TRUE(f.network.isOpen(ids[0]));
-    EXPECT_TRUE(f.network.isOpen(reused));
-    f.clock.advance(std::chrono::milliseconds(6000));
-    EXPECT_FALSE(f.network.isOpen(ids[0]));
-    EXPECT_FALSE(f.network.isOpen(reused));
+    EXPECT_TRUE(f.network.isOpen(ids[0]) && f.network.isOpen(reused));
     EXPECT_EQ(f.tcp.TCPcon().size(), DnsTcpService::kMaxConnections);
-
-    // A blocked address is logged and not served; nothing is accepted while paused.
     f.flood.setBlockList({"10.0.0.66"});
     EXPECT_FALSE(f.network.isOpen(f.connect(0x0A000042)));
-    EXPECT_EQ(f.host.lines.back(), "TCP Connection Request from 10.0.0.66 on Block list. Ignored!");
     EXPECT_FALSE(f.network.isOpen(f.connect(kListed, false)));
-    EXPECT_EQ(f.host.lines.size(), 2u);
+    expectGolden("tcp_connections.txt", logLines(f.host.lines));
 }
 
 } // namespace

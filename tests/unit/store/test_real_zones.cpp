@@ -93,17 +93,4 @@ TEST(RealZones, ReadAsBindReadsThem)
     }
 }
 
-TEST(RealZones, RootHintsAsNamedRoot)
-{
-    StoreFixture f;
-    std::filesystem::copy_file("/usr/share/dns/root.hints", f.folder.path() / "named.root");
-    f.store.LoadPerm();
-    EXPECT_EQ(f.store.records(".").size(), 13u);
-    for (const auto& [owner, ns] : f.store.records(".")) {
-        EXPECT_EQ(ns.RecType, rtype::NS);
-        EXPECT_EQ(f.store.records(ns.Data).size(), 1u) << ns.Data << " has its A record (AAAA is not read)";
-    }
-    EXPECT_EQ(f.store.authoritySearch("example.com.")->RecType, rtype::NS) << "delegated by the root";
-}
-
 } // namespace quorvane::test

@@ -7,45 +7,20 @@
 #include "wire/numbers.h"
 #include "wire/type_names.h"
 
-#include "unit/wire/wire_test_support.h"
+#include "net/error_hook.h"
+#include "unit/wire/call_table.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <functional>
-#include <map>
 #include <sstream>
 
 namespace quorvane {
 
 namespace {
 
-using Args = std::vector<std::string>;
-
-// Fields may carry \t, \r and \xHH escapes; "\|" is a bar that does not end the field.
-Args fields(std::string_view line)
-{
-    Args out(1);
-    for (size_t i = 0; i < line.size(); ++i) {
-        if (line[i] == '|') {
-            out.emplace_back();
-        } else if (line[i] != '\\' || i + 1 == line.size()) {
-            out.back() += line[i];
-        } else if (line[++i] == 'x') {
-            out.back() += static_cast<char>(std::stoi(std::string(line.substr(i + 1, 2)), nullptr, 16));
-            i += 2;
-        } else {
-            out.back() += line[i] == 't' ? '\t' : line[i] == 'r' ? '\r' : line[i];
-        }
-    }
-    return out;
-}
-
-std::string yes(bool value)
-{
-    return value ? "true" : "false";
-}
+using test::Args;
+using test::yes;
 
 // A read from the start of `bytes` (a name from offset `at` of them): what it gives, then what is
 // left of the rest; a peek first must give the same and leave the rest alone.
@@ -63,7 +38,7 @@ std::string readAndRest(std::string_view bytes, size_t at, Read read)
     return out.str();
 }
 
-const std::map<std::string, std::function<std::string(const Args&)>> kCalls = {
+const test::Calls kCalls = {
     {"ExtractName",
      [](const Args& a) {
          return readAndRest(a[0], std::stoul(a[1]), [&](std::string_view& rest, bool remove) {
@@ -95,37 +70,28 @@ const std::map<std::string, std::function<std::string(const Args&)>> kCalls = {
 
 TEST(CodecTable, EachCallGivesItsExpectedResult)
 {
-    std::ifstream in(QUORVANE_WIRE_DATA "/codec_calls.txt");
-    size_t checked = 0;
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        Args args = fields(line);
-        const std::string expected = args.back();
-        args.pop_back();
-        const auto call = kCalls.find(args[0]);
-        ASSERT_NE(call, kCalls.end()) << line;
-        EXPECT_EQ(call->second(Args(args.begin() + 1, args.end())), expected) << line;
-        ++checked;
-    }
-    EXPECT_GE(checked, 140u);
+    test::runCallTable(QUORVANE_WIRE_DATA "/codec_calls.txt", kCalls, 140);
 }
 
 // The largest offset a pointer can hold, read and written; a name further back is written in full.
 TEST(CodecTable, PointersReachFourteenBitsAndLongsThirtyTwo)
 {
-    test::ErrorCapture errors;
-    const Bytes farName = Bytes(16383, 'x') + test::wire({1, "a", 0});
-    const Bytes message = farName + test::wire({0xFF, 0xFF});
+    std::vector<std::string> errors;
+    const ErrorHandler previous =
+        setErrorHandler([&errors](const std::string& label, const std::string&) { errors.push_back(label); });
+    const Bytes farName = Bytes(16383, 'x') + Bytes("\x01" "a", 3);
+    const Bytes message = farName + "\xFF\xFF";
     std::string_view rest = std::string_view(message).substr(16386);
     EXPECT_EQ(ExtractName(message, rest, true), "a.");
-    EXPECT_EQ(ZipName("a.", farName), test::wire({0xFF, 0xFF}));
-    EXPECT_TRUE(errors.labels.empty());
-    EXPECT_EQ(ZipName("a.", 'x' + farName), test::wire({1, "a", 0})) << "written in full";
-    EXPECT_EQ(errors.labels, std::vector<std::string>{"modDNS ZipName"});
+    EXPECT_EQ(ZipName("a.", farName), "\xFF\xFF");
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(ZipName("a.", 'x' + farName), Bytes("\x01" "a", 3)) << "written in full";
+    EXPECT_EQ(errors, std::vector<std::string>{"modDNS ZipName"});
     // Beyond 32 bits a long is reported and written as nothing.
     for (double value : {2147483648.0, -2147483649.0, std::nan("")})
         EXPECT_EQ(MakeLong(value), "") << value;
-    EXPECT_EQ(errors.labels.size(), 4u);
+    EXPECT_EQ(errors.size(), 4u);
+    setErrorHandler(previous);
 }
 
 } // namespace quorvane

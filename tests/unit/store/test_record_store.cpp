@@ -37,31 +37,21 @@ TEST(RecordStore, KeepsRecordsOrderedByNameAndRunsInArrivalOrder)
     EXPECT_TRUE(f.store.records("e.").empty());
 }
 
+// Keys count up over the records read from files; learned records take none. Removing a zone
+// takes its records only; a zone without a file is reported and not made.
 TEST(RecordStore, KeysFindRecordsAndZoneRemovalTakesOnlyItsOwn)
 {
     StoreFixture f;
-    const RecordKey first = f.store.CacheAddF("a.zone.", rtype::A, 60, address(1), 0, true);
-    EXPECT_EQ(first, 1u);
-    f.store.CacheAdd("a.zone.", rtype::MX, 60, "mx.zone.", 5); // learned: no key
-    const RecordKey second = f.store.CacheAddF("a.zone.", rtype::A, 60, address(2), 0, true);
-    EXPECT_EQ(second, first + 1);
-    ASSERT_NE(f.store.recordByKey(second), nullptr);
-    EXPECT_EQ(f.store.recordByKey(second)->Data, address(2));
-
-    // A zone of the two keyed records; removing it leaves the learned one.
-    f.store.LoadZone("missing."); // no file: reported, no zone
-    EXPECT_EQ(f.store.findZone("missing."), nullptr);
-    ASSERT_EQ(f.errors.size(), 1u);
-    EXPECT_TRUE(f.errors[0].starts_with("modDNS LoadZone: File not found")) << f.errors[0];
-
+    EXPECT_EQ(f.store.CacheAddF("a.zone.", rtype::A, 60, address(1), 0, true), 1u);
+    f.store.CacheAdd("a.zone.", rtype::MX, 60, "mx.zone.", 5);
+    EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("a.zone.", rtype::A, 60, address(2), 0, true))->Data, address(2));
+    f.store.LoadZone("missing.");
     f.folder.write("data/zone.dns", "a A 10.0.0.3\nb A 10.0.0.4\n");
     f.store.LoadZone("zone.");
-    ASSERT_NE(f.store.findZone("zone."), nullptr);
     EXPECT_EQ(f.store.recordCount(), 5u);
     f.store.removeZone("zone.");
-    EXPECT_EQ(f.store.findZone("zone."), nullptr);
-    EXPECT_EQ(f.texts("a.zone."), (std::vector<std::string>{"A 10.0.0.1", "MX 5 mx.zone.", "A 10.0.0.2"}));
-    EXPECT_TRUE(f.store.records("b.zone.").empty());
+    f.errors[0].resize(std::min<size_t>(f.errors[0].size(), 32)); // the rest names the temporary folder
+    expectGolden("record_store/zone_removal.txt", f.dump());
 }
 
 TEST(RecordStore, AuthoritySearchStopsAtTheNearestPermanentSoaOrNs)
@@ -163,28 +153,24 @@ TEST(RecordStore, CacheAddRefreshesReplacesAndRespectsPermanentData)
     expectGolden("record_store/cache_add.txt", f.dump());
 }
 
+// Records are swept five seconds after they expire, one per tick while fewer than 300 are cached,
+// from a position that moves on through the cache and survives its clearing.
 TEST(RecordStore, SweepRemovesRecordsOnlyWellPastExpiry)
 {
     StoreFixture f;
     f.store.sweepCache(); // empty: nothing to do, no error
     f.store.CacheAdd("a.", rtype::A, 10, address(1), 0);
     f.store.CacheAdd("b.", rtype::A, 10, address(2), 0);
-    f.store.CacheAddF("c.", rtype::A, 0, address(3), 0, true); // permanent, TTL 0
+    f.store.CacheAddF("c.", rtype::A, 0, address(3), 0, true);
     f.store.CacheAdd("d.", rtype::A, 100, address(4), 0);
-    f.advanceSeconds(13); // a. and b. expired 3 s ago: still there after a full round
-    for (int tick = 0; tick < 4; ++tick)
+    std::string counts;
+    for (int tick = 0; tick < 12; ++tick) {
+        f.advanceSeconds(tick == 0 ? 13 : tick == 4 ? 3 : 0); // expired 3 s ago, then 6 s ago
         f.store.sweepCache();
-    EXPECT_EQ(f.store.recordCount(), 4u);
-    f.advanceSeconds(3);
-    // One record per tick while fewer than 300 are cached.
-    f.store.sweepCache();
-    EXPECT_EQ(f.store.recordCount(), 3u);
-    f.store.sweepCache(); // b. has moved into the place a. had
+        counts += std::to_string(f.store.recordCount());
+    }
+    EXPECT_EQ(counts, "444432222222");
     EXPECT_EQ(owners(f.store), (std::vector<std::string>{"c.", "d."}));
-    for (int tick = 0; tick < 5; ++tick)
-        f.store.sweepCache();
-    EXPECT_EQ(f.store.recordCount(), 2u);
-
     f.store.CacheAdd("z.", rtype::A, 1, address(1), 0);
     f.store.clearCache();
     EXPECT_EQ(owners(f.store), (std::vector<std::string>{"c."}));

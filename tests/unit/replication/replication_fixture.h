@@ -6,25 +6,16 @@
 #include "replication/zone_queue.h"
 #include "support/dns_fixture.h"
 
-#include <gtest/gtest.h>
+#include "unit/wire/call_table.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace quorvane::test {
 
-// Compares a transcript with its golden file under tests/data/replication; when they differ the
-// transcript is also written to NAME.actual in the working folder, to compare by eye.
 inline void expectGolden(const std::string& name, const std::string& actual)
 {
-    std::ifstream in(std::filesystem::path(QUORVANE_REPLICATION_DATA) / name, std::ios::binary);
-    std::ostringstream golden;
-    golden << in.rdbuf();
-    if (golden.str() != actual) std::ofstream(name + ".actual", std::ios::binary) << actual;
-    EXPECT_EQ(actual, golden.str()) << name;
+    expectGoldenFile(std::filesystem::path(QUORVANE_REPLICATION_DATA) / name, actual);
 }
 
 // The host's log lines, one "log: " line each.

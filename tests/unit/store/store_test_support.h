@@ -8,10 +8,8 @@
 #include "support/fake_clock.h"
 #include "support/temp_folder.h"
 
-#include <gtest/gtest.h>
+#include "unit/wire/call_table.h"
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -69,15 +67,9 @@ struct StoreFixture
     }
 };
 
-// Compares a text with its golden file under tests/data/store; when they differ the text is also
-// written to NAME.actual in the working folder, to compare by eye.
 inline void expectGolden(const std::string& name, const std::string& actual)
 {
-    std::ifstream in(std::filesystem::path(QUORVANE_STORE_DATA) / name, std::ios::binary);
-    std::ostringstream golden;
-    golden << in.rdbuf();
-    if (golden.str() != actual) std::ofstream(std::filesystem::path(name).filename().string() + ".actual") << actual;
-    EXPECT_EQ(actual, golden.str()) << name;
+    expectGoldenFile(std::filesystem::path(QUORVANE_STORE_DATA) / name, actual);
 }
 
 } // namespace quorvane::test

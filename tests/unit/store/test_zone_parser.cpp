@@ -5,6 +5,8 @@
 #include "store/dns_record.h"
 #include "store/record_data.h"
 
+#include "unit/wire/call_table.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -16,14 +18,6 @@ namespace quorvane {
 namespace {
 
 const std::filesystem::path kZones = std::filesystem::path(QUORVANE_STORE_DATA) / "zones";
-
-std::string readAll(const std::filesystem::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::string recordLine(const ZoneRecord& record)
 {
@@ -60,7 +54,7 @@ TEST(ZoneParser, GoldenFiles)
         std::ifstream in(entry.path(), std::ios::binary);
         std::filesystem::path expected = entry.path();
         expected.replace_extension(".expected");
-        EXPECT_EQ(parsed(in), readAll(expected)) << entry.path().filename();
+        test::expectGoldenFile(expected, parsed(in));
         ++checked;
     }
     EXPECT_GE(checked, 6u);

@@ -1,12 +1,15 @@
-// Tables of calls kept as data: each line of a table file is "Function|argument|...|expected", with
-// \n, \t, \r and \xHH escapes and "\|" for a bar inside a field; blank lines and "#" lines are notes.
+// Expected results kept as data. Golden files hold whole outputs. Tables of calls hold one call a
+// line, "Function|argument|...|expected", with \n, \t, \r and \xHH escapes and "\|" for a bar inside
+// a field; blank lines and "#" lines are notes.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +17,17 @@ namespace quorvane::test {
 
 using Args = std::vector<std::string>;
 using Calls = std::map<std::string, std::function<std::string(const Args&)>>;
+
+// Compares a text with its golden file; when they differ the text is also written to NAME.actual
+// in the working folder, to compare by eye.
+inline void expectGoldenFile(const std::filesystem::path& file, const std::string& actual)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream golden;
+    golden << in.rdbuf();
+    if (golden.str() != actual) std::ofstream(file.filename().string() + ".actual", std::ios::binary) << actual;
+    EXPECT_EQ(actual, golden.str()) << file;
+}
 
 inline Args tableFields(std::string_view line)
 {

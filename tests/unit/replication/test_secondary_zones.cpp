@@ -127,12 +127,7 @@ TEST(SecondaryZones, ATransferReplacesTheZoneInOneStepAndIsWrittenBack)
     EXPECT_DOUBLE_EQ(copy.Expires, addSeconds(f.clock.now(), 86400));
     EXPECT_FALSE(f.has("evil.example.")); // outside the zone
     EXPECT_FALSE(f.has("h.copy.test."));  // a type that zone files do not carry
-    const std::string file = "; PrimaryIP 10.0.0.1\n"
-                             "@ 3600 SOA ns.copy.test. admin.copy.test. 5 3600 600 86400 60\n"
-                             "www.copy.test. 300 A 10.0.0.80\n"
-                             "copy.test. 3600 NS ns.copy.test.\n"
-                             "mail.copy.test. 3600 CNAME www.copy.test.\n";
-    EXPECT_EQ(f.folder.read("data/copy.test.dns"), file);
+    expectGolden("secondary_copy.test.dns", f.folder.read("data/copy.test.dns"));
     f.store.LoadZone("copy.test.");
     EXPECT_EQ(f.store.findZone("copy.test.")->Records.size(), 4u);
     EXPECT_EQ(f.store.findZone("copy.test.")->PrimaryIP, "10.0.0.1");

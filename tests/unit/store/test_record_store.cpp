@@ -93,6 +93,13 @@ TEST(RecordStore, CacheAddTTLRules)
     EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f2.", rtype::A, 5, address(1), 0, true))->TTL(0), 5);
     EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f3.", rtype::A, 9999999, address(1), 0, false))->TTL(0),
               9999999);
+    // A learned TTL counts down in whole seconds, rounded, and saturates far in the future; a
+    // permanent one stays.
+    f.advanceSeconds(59.4);
+    const clDNSRecord& learned = f.store.records("t61.").begin()->second;
+    EXPECT_EQ(learned.TTL(f.clock.now()), 2);
+    EXPECT_EQ(learned.TTL(f.clock.now() + 1e6), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(f.store.records("f2.").begin()->second.TTL(f.clock.now() + 1e6), 5);
 }
 
 TEST(RecordStore, CacheOverItsCapDropsTheLearnedRecordsClosestToExpiry)

@@ -82,11 +82,9 @@ TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifierAndItsAcknowledgeme
     EXPECT_EQ(f.host.lines, (Lines{"Sending Zone Update Notification to 10.0.0.7 about example.test.",
                                    "Sending Zone Update Notification to 10.0.0.9 about example.test."}));
     ASSERT_EQ(f.rig.queries().size(), 2u);
-    const Bytes question = Bytes("\x07"
-                                 "example\x04test",
-                                 13) +
-                           Bytes("\0\0\x06\0\x01", 5);
-    EXPECT_EQ(f.rig.queries()[0].message, Bytes("\0\x02\x24\0\0\x01\0\0\0\0\0\0", 12) + question);
+    // Identifier 2, opcode 4 with AA, one question: the zone's SOA.
+    EXPECT_EQ(f.rig.queries()[0].message,
+              Bytes("\0\x02\x24\0\0\x01\0\0\0\0\0\0\x07" "example\x04" "test\0\0\x06\0\x01", 30));
     EXPECT_EQ(f.rig.queries()[0].to, (Endpoint{0x0A000007, 53}));
     EXPECT_EQ(f.rig.queries()[1].message.substr(0, 2), MakeShort(3));
     EXPECT_EQ(f.rig.queries()[1].to, (Endpoint{0x0A000009, 53}));

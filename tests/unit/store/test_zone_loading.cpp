@@ -8,15 +8,9 @@ namespace quorvane::test {
 
 namespace {
 
+const std::filesystem::path kLoading = std::filesystem::path(QUORVANE_STORE_DATA) / "loading";
 const std::filesystem::path kExample =
     std::filesystem::path(QUORVANE_STORE_DATA) / "../../../examples/home-office";
-
-const char* kZoneText = "; PrimaryIP 10.9.9.9\n"
-                        "; Notify 10.0.0.2 10.0.0.3\n"
-                        "; NotSecure\n"
-                        "@ IN SOA ns admin ( 42 7200 900 1209600 300 )\n"
-                        "  IN NS ns\n"
-                        "ns IN A 10.0.0.1\n";
 
 } // namespace
 
@@ -24,7 +18,7 @@ const char* kZoneText = "; PrimaryIP 10.9.9.9\n"
 TEST(ZoneLoading, LoadZoneTakesSettingsAndReplacesItsRecordsOnReload)
 {
     StoreFixture f;
-    f.folder.write("data/sub.zone.dns", kZoneText);
+    std::filesystem::copy_file(kLoading / "sub.zone.dns", f.folder.path() / "data/sub.zone.dns");
     f.store.LoadZone("sub.zone.");
     f.store.LoadZone("sub.zone."); // again: one set of records
     f.folder.write("data/_root.dns", "@ NS a.root.\n");
@@ -72,13 +66,7 @@ TEST(ZoneLoading, CheckNewZoneReplacesTheFileAndNotifiesPrimaries)
 TEST(ZoneLoading, HostsFileGivesAPtrAndCname)
 {
     StoreFixture f;
-    f.folder.write("hosts", "10.0.0.5 alpha beta # comment\n"
-                            "# a comment line\n"
-                            "\t10.0.0.6\tGamma.Lan\t\r\n"
-                            "::1 localhost ip6-localhost\n"
-                            "10.0.0.300 broken\n"
-                            "10.0.0.7\n"
-                            "10.0.0.8 !!! delta\n");
+    std::filesystem::copy_file(kLoading / "hosts", f.folder.path() / "hosts");
     f.store.configure({"hosts", 7200, 0});
     f.store.LoadHosts();
     f.store.LoadHosts(); // twice: one set

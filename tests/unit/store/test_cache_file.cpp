@@ -17,10 +17,7 @@ TEST(CacheFile, WritesRepeatedOwnersWithABlankAndReadsBack)
     f.store.CacheAdd("host.example.", rtype::MX, 300, "mail.example.", 10);
     f.store.CacheAdd("bad name.", rtype::A, 300, Bytes{9, 9, 9, 9}, 0); // would not read back
     f.store.CacheAdd("host2.example.", rtype::kNameMarker, 300, "", 0); // not written ...
-    f.store.CacheAdd("host2.example.", rtype::TXT, 300,
-                     "\x05"
-                     "a;b\"c",
-                     0); // ... so this line names
+    f.store.CacheAdd("host2.example.", rtype::TXT, 300, "\x05" "a;b\"c", 0); // ... so this line names
     f.store.CacheAdd("example.", rtype::SOA, 300,
                      makeSoaData({"ns.example.", "admin.example.", 7, 3600, 600, 86400, 60}), 0);
     f.store.CacheAdd("example.", rtype::NS, 300, "ns.example.", 0);

@@ -21,7 +21,7 @@ TEST(ZoneLoading, LoadZoneTakesSettingsAndReplacesItsRecordsOnReload)
     std::filesystem::copy_file(kLoading / "sub.zone.dns", f.folder.path() / "data/sub.zone.dns");
     f.store.LoadZone("sub.zone.");
     f.store.LoadZone("sub.zone."); // again: one set of records
-    f.folder.write("data/_root.dns", "@ NS a.root.\n");
+    f.folder.write("data/_root.dns", "@ NS a.root.\na.root A 10.0.0.9\n"); // under the root, "a.root" is "a.root."
     f.store.LoadZone(".");
     expectGolden("loading/load_zone.txt", f.dump());
     EXPECT_EQ(f.store.authoritySearch("ns.sub.zone."), f.store.recordByKey(f.store.Zones().front().Records[0]));

@@ -3,6 +3,7 @@
 #include "store/record_data.h"
 #include "store/zone_text.h"
 
+#include "support/temp_folder.h"
 #include "unit/wire/call_table.h"
 
 #include <gtest/gtest.h>
@@ -129,16 +130,15 @@ TEST(ZoneEdit, SerialsChecksAndRecordLinesFromTheirTable)
 // disk since it was opened left alone unless the caller says to overwrite it.
 TEST(ZoneEdit, SavesOnlyChangesAndAsksBeforeOverwritingAnotherWrite)
 {
-    const auto folder = std::filesystem::temp_directory_path() / "quorvane_zone_edit";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    std::filesystem::copy_file(kGolden / "office.test.dns", folder / "office.test.dns");
-    std::ofstream(folder / "copy.test.dns") << "; PrimaryIP 10.0.0.7\n";
-    std::ofstream(folder / "notes.txt") << "not a zone\n";
-    const auto zones = listZoneFiles(folder);
-    ASSERT_EQ(zones.size(), 2u);
-    EXPECT_EQ(zones[0].zone + (zones[0].secondary ? "2" : "1"), "copy.test.2");
-    EXPECT_EQ(zones[1].zone + (zones[1].secondary ? "2" : "1"), "office.test.1");
+    const test::TempFolder temp;
+    const std::filesystem::path& folder = temp.path();
+    temp.write("office.test.dns", fileText(kGolden / "office.test.dns"));
+    temp.write("copy.test.dns", "; PrimaryIP 10.0.0.7\n");
+    temp.write("notes.txt", "not a zone\n");
+    std::string listed;
+    for (const auto& file : listZoneFiles(folder))
+        listed += file.zone + (file.secondary ? " secondary, " : " primary, ");
+    EXPECT_EQ(listed, "copy.test. secondary, office.test. primary, ");
 
     const SaveOptions today{false, true, 2026, 11, 24};
     std::string error;
@@ -154,7 +154,6 @@ TEST(ZoneEdit, SavesOnlyChangesAndAsksBeforeOverwritingAnotherWrite)
     EXPECT_FALSE(std::filesystem::exists(folder / "office.test.dns.tmp"));
     EXPECT_FALSE(openZoneFile(folder, "missing.test", error));
     EXPECT_EQ(error, "no zone file " + (folder / "missing.test.dns").string());
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

@@ -63,12 +63,15 @@ struct SecondaryFixture : ReplicationFixture
     std::string transcript()
     {
         const clZone& copy = *store.findZone("copy.test.");
-        const auto fromNow = [this](DateTime at) { return std::to_string(std::lround((at - clock.now()) * kSecondsPerDay)); };
-        std::string out = logLines(host.lines) + "state " + std::to_string(static_cast<int>(zts.state())) + ", queries " +
-                          std::to_string(rig.queries().size()) + ", copy.test. serial " +
-                          std::to_string(static_cast<long>(copy.Serial)) + " records " + std::to_string(copy.Records.size()) +
-                          " refresh " + std::to_string(copy.RefreshIV) + " retry " + std::to_string(copy.RetryIV) +
-                          " next " + fromNow(copy.NextRefresh) + " expires " + fromNow(copy.Expires) + "\n";
+        const auto fromNow = [this](DateTime at) {
+            return std::to_string(std::lround((at - clock.now()) * kSecondsPerDay));
+        };
+        std::string out = logLines(host.lines) + "state " + std::to_string(static_cast<int>(zts.state())) +
+                          ", queries " + std::to_string(rig.queries().size()) + ", copy.test. serial " +
+                          std::to_string(static_cast<long>(copy.Serial)) + " records " +
+                          std::to_string(copy.Records.size()) + " refresh " + std::to_string(copy.RefreshIV) +
+                          " retry " + std::to_string(copy.RetryIV) + " next " + fromNow(copy.NextRefresh) +
+                          " expires " + fromNow(copy.Expires) + "\n";
         host.lines.clear();
         return out;
     }

@@ -47,7 +47,9 @@ struct StoreFixture
             out += "log: " + line + "\n";
         for (const std::string& error : errors)
             out += "error: " + error + "\n";
-        const auto seconds = [this](DateTime at) { return std::to_string(std::lround((at - clock.now()) * kSecondsPerDay)); };
+        const auto seconds = [this](DateTime at) {
+            return std::to_string(std::lround((at - clock.now()) * kSecondsPerDay));
+        };
         for (const clZone& zone : store.Zones()) {
             out += "zone " + zone.Name + " type " + std::to_string(zone.ZoneType) + " serial " +
                    std::to_string(static_cast<int64_t>(zone.Serial)) + " refresh " + std::to_string(zone.RefreshIV) +

@@ -78,8 +78,6 @@ TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifierAndItsAcknowledgeme
     NotifyFixture f;
     f.rig.outgoing.newId(); // identifiers are shared with resolution
     f.notifications.ZoneNotify(*f.store.findZone("example.test."));
-    EXPECT_EQ(f.host.lines, (Lines{"Sending Zone Update Notification to 10.0.0.7 about example.test.",
-                                   "Sending Zone Update Notification to 10.0.0.9 about example.test."}));
     ASSERT_EQ(f.rig.queries().size(), 2u);
     // Identifier 2, opcode 4 with AA, one question: the zone's SOA.
     EXPECT_EQ(f.rig.queries()[0].message,
@@ -88,14 +86,12 @@ TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifierAndItsAcknowledgeme
     EXPECT_EQ(f.rig.queries()[1].message.substr(0, 2), MakeShort(3));
     EXPECT_EQ(f.rig.queries()[1].to, (Endpoint{0x0A000009, 53}));
 
-    // The secondaries' acknowledgements are ours, not answers nobody asked for.
-    f.host.lines.clear();
+    // The secondaries' acknowledgements are ours, not answers nobody asked for: nothing is logged.
     for (const auto& sent : f.rig.queries()) {
         Bytes ack = sent.message;
         ack[2] = static_cast<char>(ack[2] | 0x80);
         f.rig.outgoing.datagram(sent.to, ack);
     }
-    EXPECT_EQ(f.host.lines, Lines{});
 
     // A zone without secondaries sends and logs nothing; an address that is none is logged.
     f.notifications.ZoneNotify(*f.store.findZone("open.test."));
@@ -103,8 +99,8 @@ TEST(Notify, EachSecondaryGetsOneMessageWithTheNextIdentifierAndItsAcknowledgeme
     clZone odd("odd.test.", 0);
     odd.Slaves = {"10.0.0.300"};
     f.notifications.ZoneNotify(odd);
-    EXPECT_EQ(f.host.lines.back(), "Zone Notify WS Error: 10.0.0.300 is not an IPv4 address");
     EXPECT_EQ(f.rig.queries().size(), 2u);
+    expectGolden("notify_sent.txt", logLines(f.host.lines));
 }
 
 } // namespace

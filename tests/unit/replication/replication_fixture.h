@@ -6,11 +6,26 @@
 #include "replication/zone_queue.h"
 #include "support/dns_fixture.h"
 
-#include <filesystem>
+#include "unit/wire/call_table.h"
+
 #include <string>
 #include <vector>
 
 namespace quorvane::test {
+
+inline void expectGolden(const std::string& name, const std::string& actual)
+{
+    expectGoldenFile(std::filesystem::path(QUORVANE_REPLICATION_DATA) / name, actual);
+}
+
+// The host's log lines, one "log: " line each.
+inline std::string logLines(const Lines& lines)
+{
+    std::string out;
+    for (const std::string& line : lines)
+        out += "log: " + line + "\n";
+    return out;
+}
 
 struct RecordingQueue : ZoneQueue
 {

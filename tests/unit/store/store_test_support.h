@@ -8,6 +8,8 @@
 #include "support/fake_clock.h"
 #include "support/temp_folder.h"
 
+#include "unit/wire/call_table.h"
+
 #include <string>
 #include <vector>
 
@@ -36,6 +38,40 @@ struct StoreFixture
             out.push_back(recordDataText(record).value_or("?" + std::to_string(record.RecType)));
         return out;
     }
+    // Everything the store holds, as text: log lines, errors, each zone with its settings (dates in
+    // seconds from now), then every record in store order with its TTL and preference.
+    std::string dump() const
+    {
+        std::string out;
+        for (const std::string& line : lines)
+            out += "log: " + line + "\n";
+        for (const std::string& error : errors)
+            out += "error: " + error + "\n";
+        const auto seconds = [this](DateTime at) {
+            return std::to_string(std::lround((at - clock.now()) * kSecondsPerDay));
+        };
+        for (const clZone& zone : store.Zones()) {
+            out += "zone " + zone.Name + " type " + std::to_string(zone.ZoneType) + " serial " +
+                   std::to_string(static_cast<int64_t>(zone.Serial)) + " refresh " + std::to_string(zone.RefreshIV) +
+                   " retry " + std::to_string(zone.RetryIV) + " expire " + std::to_string(zone.ExpireIV) +
+                   (zone.Secure ? "" : " notsecure") + " primary '" + zone.PrimaryIP + "' next " +
+                   seconds(zone.NextRefresh) + " expires " + seconds(zone.Expires) + " records " +
+                   std::to_string(zone.Records.size()) + " notify";
+            for (const std::string& slave : zone.Slaves)
+                out += " " + slave;
+            out += "\n";
+        }
+        for (const auto& [owner, record] : store.CacheRecords())
+            out += owner + " " + std::to_string(record.TTL(clock.now())) + (record.Permanent ? " perm" : "") +
+                   (record.Pref != 0 ? " pref " + std::to_string(record.Pref) : "") + " " +
+                   recordDataText(record).value_or("?" + std::to_string(record.RecType)) + "\n";
+        return out;
+    }
 };
+
+inline void expectGolden(const std::string& name, const std::string& actual)
+{
+    expectGoldenFile(std::filesystem::path(QUORVANE_STORE_DATA) / name, actual);
+}
 
 } // namespace quorvane::test

@@ -1,18 +1,18 @@
 #include "wire/wire_reader.h"
 
-#include "unit/wire/wire_test_support.h"
-
 #include <gtest/gtest.h>
 
 namespace quorvane {
 
-using test::exampleQuery;
-using test::wire;
+namespace {
+// A query for www.example.com, type A: the name at offset 12.
+const Bytes kQuery("\x12\x34\x01\0\0\x01\0\0\0\0\0\0\x03www\x07" "example\x03" "com\0\0\x01\0\x01", 33);
+} // namespace
 
 TEST(WireReader, ReadsAQuestionAndARecord)
 {
     const Bytes message =
-        exampleQuery() + wire({0xC0, 12, 0, 1, 0, 1, 0x80, 0, 0, 0, 0, 4, 10, 0, 0, 1, 0xEE});
+        kQuery + Bytes("\xC0\x0C\0\x01\0\x01\x80\0\0\0\0\x04\x0A\0\0\x01\xEE", 17);
     WireReader r(message, 12);
     for (int field = 0; field < 2; ++field) {
         EXPECT_EQ(r.name(), "www.example.com.");
@@ -20,19 +20,19 @@ TEST(WireReader, ReadsAQuestionAndARecord)
         EXPECT_EQ(r.shortValue(), 1); // class IN
     }
     EXPECT_EQ(r.longValue(), 2147483647);
-    EXPECT_EQ(r.bytes(static_cast<size_t>(r.shortValue())), wire({10, 0, 0, 1}));
+    EXPECT_EQ(r.bytes(static_cast<size_t>(r.shortValue())), Bytes("\x0A\0\0\x01", 4));
     EXPECT_TRUE(r.ok());
-    EXPECT_EQ(r.rest(), wire({0xEE}));
+    EXPECT_EQ(r.rest(), "\xEE");
 }
 
 TEST(WireReader, AFailedReadIsRemembered)
 {
-    const Bytes cut = wire({3, "ww"});
+    const Bytes cut = "\x03ww";
     WireReader cutName(cut, 0);
     EXPECT_EQ(cutName.name(), "incomplete.");
     EXPECT_FALSE(cutName.ok());
 
-    const Bytes numbers = wire({0, 1, 7, 0, 1});
+    const Bytes numbers("\0\x01\x07\0\x01", 5);
     WireReader shortNumber(numbers, 1);
     EXPECT_EQ(shortNumber.shortValue(), 263);
     EXPECT_TRUE(shortNumber.ok());
@@ -40,8 +40,7 @@ TEST(WireReader, AFailedReadIsRemembered)
     EXPECT_FALSE(shortNumber.ok());
     EXPECT_EQ(shortNumber.shortValue(), 0) << "the rest was emptied";
 
-    const Bytes query = exampleQuery();
-    WireReader longData(query, 29);
+    WireReader longData(kQuery, 29);
     EXPECT_EQ(longData.bytes(5), "");
     EXPECT_FALSE(longData.ok());
     EXPECT_TRUE(longData.rest().empty());

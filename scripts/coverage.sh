@@ -25,7 +25,6 @@ done
 
 scripts/install-deps.sh test
 command -v gcovr >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends gcovr
-scripts/fetch-peer-zones.sh
 build=build/coverage
 cmake --preset coverage >/dev/null
 flock /tmp/quorvane-build.lock cmake --build --preset coverage

@@ -65,7 +65,6 @@ failed_tests() { sed -n '/The following tests FAILED/,$ s/^[[:space:]]*[0-9]* - 
 
 if [ "$check_only" = 0 ]; then
     [ -d "$build" ] || cmake --preset dev >/dev/null
-    scripts/fetch-peer-zones.sh
     flock 9
     build || { cat "$work/build.log"; echo "the clean tree does not build" >&2; exit 1; }
     # Tests that fail without any mutant say nothing about one; they are left out of the kills.

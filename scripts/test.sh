@@ -8,7 +8,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh test
-scripts/fetch-peer-zones.sh
 echo "== package: build and lintian"
 scripts/package.sh # the package's integration cases run what it builds
 for preset in dev asan fuzz; do

@@ -6,7 +6,7 @@
 #include "replication/zone_queue.h"
 #include "support/dns_fixture.h"
 
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <string>
 #include <vector>

@@ -4,7 +4,7 @@
 #include "store/zone_text.h"
 
 #include "support/temp_folder.h"
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
 

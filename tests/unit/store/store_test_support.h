@@ -8,7 +8,7 @@
 #include "support/fake_clock.h"
 #include "support/temp_folder.h"
 
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <string>
 #include <vector>

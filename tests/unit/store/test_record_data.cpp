@@ -1,6 +1,6 @@
 #include "store/record_data.h"
 
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "store/dns_record.h"
 #include "store/record_data.h"
 
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
 

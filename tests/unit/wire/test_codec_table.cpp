@@ -8,7 +8,7 @@
 #include "wire/type_names.h"
 
 #include "net/error_hook.h"
-#include "unit/wire/call_table.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
 

@@ -75,11 +75,8 @@ TEST(ProtocolFlags, AaaaRecordsOnlyWhenSwitchedOn)
     r = on.ask(makeQuery(2, "zone.", 15, true));
     EXPECT_EQ(r.section(4), (Lines{"mail.zone. A 10.0.0.25", "mail.zone. AAAA 2001:db8::25"}));
     EXPECT_EQ(on.ask(makeQuery(3, "laptop.", 28, true)).section(2), Lines{"laptop. AAAA 2001:db8::7"});
-    EXPECT_EQ(on.ask(makeQuery(4, "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.",
-                               12, true))
-                  .section(2)
-                  .size(),
-              1u);
+    const std::string reverse = "7.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.0.8.b.d.0.1.0.0.2.ip6.arpa.";
+    EXPECT_EQ(on.ask(makeQuery(4, reverse, 12, true)).section(2), Lines{reverse + " PTR laptop."});
     // A name with an address of the other family only has no data of this type.
     r = on.ask(makeQuery(5, "ns.zone.", 28, true));
     EXPECT_EQ(r.rcode, 0);
@@ -105,22 +102,6 @@ TEST(ProtocolFlags, SrvAndCaaOnlyWhenSwitchedOn)
               on.host.lines.end());
     EXPECT_EQ(on.ask(makeQuery(2, "zone.", 257, true)).section(2),
               Lines{"zone. CAA 0 issue \"ca.example.net\""});
-
-    // Forwarded, cached, answered from the cache and written to named.cache.
-    const Bytes caa = Bytes("\x00\x05issue", 7) + "ca.other.";
-    on.ask(makeQuery(3, "away.example.", 257, true));
-    ASSERT_EQ(on.rig.queries().size(), 1u);
-    on.host.replies.clear();
-    on.dns.ProcAns({0x0A090909, 53},
-                   makeAnswer(on.rig.queries()[0].message, 0, false, {{2, "away.example.", 257, 600, caa}}));
-    ASSERT_EQ(on.host.replies.size(), 1u);
-    EXPECT_EQ(decodeReply(on.host.replies[0].message).section(2),
-              Lines{"away.example. CAA 0 issue \"ca.other.\""});
-    EXPECT_EQ(on.ask(makeQuery(4, "away.example.", 257, true)).section(2).size(), 1u);
-    EXPECT_EQ(on.rig.queries().size(), 1u) << "the second answer came from the cache";
-    on.store.saveCache(false);
-    EXPECT_NE(on.folder.read("named.cache").find("away.example. 600 CAA 0 issue \"ca.other.\"\n"),
-              std::string::npos);
 }
 
 TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
@@ -202,25 +183,21 @@ TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)
 
 TEST(ProtocolFlags, HardenedQueriesTakeRandomIdentifiersAndStrictAnswers)
 {
-    const auto identifiers = [](bool hardening) {
-        Server s(flags(false, false, false, hardening));
-        std::vector<int> ids;
-        for (int i = 0; i < 1000; ++i) {
-            s.ask(makeQuery(1, "n" + std::to_string(i) + ".example.", 1, true));
-            ids.push_back(decodeReply(s.rig.network.sent.back().data).id);
-        }
-        return ids;
-    };
-    const std::vector<int> counted = identifiers(false);
-    EXPECT_EQ(counted[999] - counted[0], 999);
-    const std::vector<int> random = identifiers(true);
-    int sequential = 0;
-    for (size_t i = 1; i < random.size(); ++i) sequential += random[i] == random[i - 1] + 1;
-    EXPECT_LT(sequential, 10);
-    EXPECT_GT(std::set<int>(random.begin(), random.end()).size(), 980u);
+    Server s(flags(false, false, false, true));
+    std::set<int> ids;
+    int sequential = 0, previous = -1;
+    for (int i = 0; i < 300; ++i) {
+        s.ask(makeQuery(1, "n" + std::to_string(i) + ".example.", 1, true));
+        const int id = decodeReply(s.rig.network.sent.back().data).id;
+        sequential += id == previous + 1;
+        previous = id;
+        ids.insert(id);
+    }
+    EXPECT_LT(sequential, 5);
+    EXPECT_GT(ids.size(), 290u);
 
     // An answer from another port or address is ignored; the server asked is believed.
-    Server s(flags(false, false, false, true));
+    s.rig.network.sent.clear();
     s.ask(makeQuery(1, "away.example.", 1, true));
     const Bytes query = s.rig.queries()[0].message;
     s.host.replies.clear();

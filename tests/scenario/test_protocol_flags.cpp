@@ -106,51 +106,51 @@ TEST(ProtocolFlags, SrvAndCaaOnlyWhenSwitchedOn)
 
 TEST(ProtocolFlags, EdnsCutsRepliesToTheClientsSize)
 {
-    Server off(flags(false, false, false, false));
-    auto r = off.ask(withOpt(makeQuery(1, "many.zone.", 1, true), 4096));
-    EXPECT_EQ(r.section(2).size(), 40u) << "without EDNS only the record cap applies";
-    EXPECT_FALSE(r.tc);
-    EXPECT_TRUE(r.section(4).empty()) << "and no OPT comes back";
+    const Bytes plain = makeQuery(1, "many.zone.", 1, true);
+    Bytes cutShort = withOpt(plain, 1232);
+    cutShort.resize(cutShort.size() - 3);
+    const std::string ours = ". ?41? payload 1232 ext 0 version 0";
+    struct Case {
+        const char* what;
+        bool edns;
+        Bytes query;
+        int rcode;
+        size_t cutAt;   // the size the reply is cut to, 0 when not cut
+        size_t answers; // when not cut
+        std::string opt; // the additional section, "" when empty
+    };
+    const Case cases[] = {
+        {"off: only the record cap, no OPT back", false, withOpt(plain, 4096), 0, 0, 40, ""},
+        {"no OPT: 512 bytes", true, plain, 0, 512, 0, ""},
+        {"40 records fit in 1232 bytes", true, withOpt(plain, 4096), 0, 0, 40, ours},
+        {"the OPT record survives the cut", true, withOpt(plain, 600), 0, 600, 0, ours},
+        {"BADVERS", true, withOpt(plain, 1232, 1), 0, 0, 0, ". ?41? payload 1232 ext 1 version 0"},
+        {"two OPT records", true, withOpt(withOpt(plain, 1232), 1232), 1, 0, 0, ours},
+        {"an OPT record cut short", true, cutShort, 1, 0, 0, ""},
+        {"our OPT, not the client's", true, withOpt(makeQuery(9, "many.zone.", 99, true), 4096), 4, 0, 0, ours},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Server s(flags(false, c.edns, false, false));
+        const auto r = s.ask(c.query);
+        EXPECT_EQ(r.rcode, c.rcode);
+        EXPECT_EQ(r.tc, c.cutAt != 0);
+        if (c.cutAt) {
+            EXPECT_LE(s.last.size(), c.cutAt);
+            EXPECT_GT(s.last.size() + 16, c.cutAt) << "cut at the last record that fits, not before";
+        } else {
+            EXPECT_EQ(r.section(2).size(), c.answers);
+        }
+        EXPECT_EQ(r.section(4), c.opt.empty() ? Lines{} : Lines{c.opt});
+    }
 
-    Server on(flags(false, true, false, false));
-    r = on.ask(makeQuery(2, "many.zone.", 1, true));
-    EXPECT_TRUE(r.ok && r.tc);
-    EXPECT_LE(on.last.size(), 512u);
-    EXPECT_LT(r.section(2).size(), 40u);
-    EXPECT_GT(on.last.size() + 16, 512u) << "cut at the last record that fits, not before";
-
-    r = on.ask(withOpt(makeQuery(3, "many.zone.", 1, true), 4096));
-    EXPECT_TRUE(r.ok);
-    EXPECT_FALSE(r.tc) << "40 records fit in 1232 bytes";
-    EXPECT_EQ(r.section(2).size(), 40u);
-    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 0 version 0"});
-
-    r = on.ask(withOpt(makeQuery(4, "many.zone.", 1, true), 600));
-    EXPECT_TRUE(r.ok && r.tc);
-    EXPECT_LE(on.last.size(), 600u);
-    EXPECT_EQ(r.section(4).size(), 1u) << "the OPT record survives the cut";
-
-    r = on.ask(withOpt(makeQuery(5, "many.zone.", 1, true), 1232, 1));
-    EXPECT_EQ(r.rcode, 0);
-    EXPECT_TRUE(r.section(2).empty());
-    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 1 version 0"}) << "BADVERS";
-
-    r = on.ask(withOpt(withOpt(makeQuery(6, "many.zone.", 1, true), 1232), 1232));
-    EXPECT_EQ(r.rcode, 1) << "two OPT records";
-    Bytes cut = withOpt(makeQuery(7, "many.zone.", 1, true), 1232);
-    cut.resize(cut.size() - 3);
-    EXPECT_EQ(on.ask(cut).rcode, 1);
-    r = on.ask(withOpt(makeQuery(9, "many.zone.", 99, true), 4096));
-    EXPECT_EQ(r.rcode, 4);
-    EXPECT_EQ(r.section(4), Lines{". ?41? payload 1232 ext 0 version 0"}) << "our OPT, not the client's";
-
-    // Over TCP nothing is cut, OPT or not.
+    // Over TCP nothing is cut, OPT or not, and there is no record cap.
     Server tcp(flags(false, true, true, false));
-    r = tcp.ask(makeQuery(8, "many.zone.", 1, true), kClient, 7);
+    auto r = tcp.ask(makeQuery(8, "many.zone.", 1, true), kClient, 7);
     EXPECT_FALSE(r.tc);
     EXPECT_EQ(r.section(2).size(), 40u);
     EXPECT_EQ(tcp.host.replies[0].to.port, 7) << "the reply went back on connection 7";
-    EXPECT_EQ(tcp.ask(makeQuery(10, "lots.zone.", 1, true), kClient, 7).section(2).size(), 120u) << "no record cap";
+    EXPECT_EQ(tcp.ask(makeQuery(10, "lots.zone.", 1, true), kClient, 7).section(2).size(), 120u);
 }
 
 TEST(ProtocolFlags, OutgoingQueriesCarryOptAndFallBack)

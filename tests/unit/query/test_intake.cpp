@@ -57,19 +57,6 @@ TEST(Intake, NotImplementedRepliesEchoTheRequestAndIncompleteOnesGetNone)
     }
 }
 
-TEST(Intake, SupportedQuestionsAreReadAndAnswered)
-{
-    DnsFixture f;
-    // Mixed case on the wire; no local data and no recursion asked: an empty answer at once.
-    f.dns.ProcReq(kClient, makeQuery(0xBEEF, "WWW.Example.ORG.", 15, false));
-    ASSERT_EQ(f.host.replies.size(), 1u);
-    EXPECT_EQ(f.host.replies[0].message.substr(0, 4), Bytes("\xBE\xEF\x80\x80", 4)); // identifier kept, QR, RA
-    EXPECT_EQ(f.host.replies[0].message.substr(12), Bytes("\3www\7example\3org\0\0\x0F\0\1", 21));
-    for (int type : {255, 1, 2, 5, 6, 12, 16}) f.dns.ProcReq(kClient, query(1, 0, static_cast<uint16_t>(type)));
-    EXPECT_EQ(f.host.replies.size(), 8u);
-    for (const auto& r : f.host.replies) EXPECT_EQ(r.message[3] & 0x0F, 0) << "response code";
-}
-
 TEST(Intake, CountersAndNoLogTextWhenLoggingIsOff)
 {
     DnsFixture f(fromCalendar({2026, 11, 22, 10, 0, 42}));

@@ -1,11 +1,12 @@
 // Broken and hostile delegation graphs against a scripted root server: each question ends in a
 // server failure within its work limit, and local names are answered meanwhile.
-#include "support/dns_fixture.h"
+#include "golden_questions.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
+#include <sstream>
 
 namespace quorvane::test {
 
@@ -16,72 +17,62 @@ namespace {
 constexpr uint32_t kRoot = 0x7F000002; // 127.0.0.2: serves every delegation below; others never answer
 constexpr Endpoint kOtherClient{0x0A000006, 40000};
 
-struct Delegation {
-    std::vector<std::string> servers;
-    std::vector<std::string> glue; // an address for each server, or none at all
-};
-using Graph = std::map<std::string, Delegation>; // zone -> its servers, as the root hands them out
+// Zone -> its servers, each with its glue address or "", as the root hands them out.
+using Graph = std::map<std::string, std::vector<std::pair<std::string, std::string>>>;
 
 // The root's referral for a name: the deepest delegated zone that holds it.
 std::vector<WireRecord> referral(const Graph& graph, const std::string& name)
 {
     std::string zone;
-    for (const auto& [candidate, delegation] : graph)
+    for (const auto& [candidate, servers] : graph)
         if ((name == candidate || name.ends_with("." + candidate)) && candidate.size() > zone.size()) zone = candidate;
     std::vector<WireRecord> records;
     if (zone.empty()) return records;
-    const Delegation& d = graph.at(zone);
-    for (size_t i = 0; i < d.servers.size(); ++i) {
-        records.push_back(wireName(3, zone, 2, d.servers[i]));
-        if (i < d.glue.size()) records.push_back(wireA(4, d.servers[i], d.glue[i]));
+    for (const auto& [server, glue] : graph.at(zone)) {
+        records.push_back(wireName(3, zone, 2, server));
+        if (!glue.empty()) records.push_back(wireA(4, server, glue));
     }
     return records;
 }
 
 struct Case {
-    const char* name;
+    std::string name, question;
+    size_t queries = 0;         // sent to other servers before the client gets its failure
+    bool workLimitLine = false; // the work limit, not the list of servers, ended it
     Graph graph;
-    std::string question;
-    size_t queries;     // sent to other servers before the client gets its failure
-    bool workLimitLine; // the work limit, not the list of servers, ended it
 };
 
-// A zone whose servers ns1..nsN lie inside it: without glue, or with glue at 127.0.1.x where
-// nothing answers.
-Graph serversInZone(const std::string& zone, int servers, bool glue)
+// The cases of hostile_delegations.txt.
+std::vector<Case> readCases()
 {
-    Delegation d;
-    for (int i = 1; i <= servers; ++i) {
-        d.servers.push_back("ns" + std::to_string(i) + "." + zone);
-        if (glue) d.glue.push_back("127.0.1." + std::to_string(i));
+    std::vector<Case> cases;
+    std::istringstream in(readData("hostile_delegations.txt"));
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line.starts_with('#')) continue;
+        if (line.starts_with("case ")) {
+            Case& c = cases.emplace_back();
+            c.name = line.substr(5, line.find(" | ") - 5);
+            std::istringstream fields(line.substr(line.find(" | ") + 3));
+            std::string bar, ended;
+            fields >> c.question >> bar >> c.queries >> bar >> ended;
+            c.workLimitLine = ended == "limit";
+        } else {
+            std::istringstream fields(line);
+            std::string zone, server, glue;
+            fields >> zone >> server >> glue;
+            cases.back().graph[zone].emplace_back(server, glue);
+        }
     }
-    return {{zone, d}};
-}
-
-Graph chainOfDelegations(int links)
-{
-    Graph graph;
-    for (int i = 0; i < links; ++i)
-        graph["d" + std::to_string(i) + ".test."] = {{"ns.d" + std::to_string(i + 1) + ".test."}, {}};
-    return graph;
+    return cases;
 }
 
 } // namespace
 
 TEST(ResolutionLimits, HostileDelegationsEndInAServerFailureWithinTheWorkLimit)
 {
-    const std::vector<Case> cases{
-        // Every server's name lies in the zone, without glue: each sub-request needs the others.
-        {"3 glueless servers", serversInZone("evil.test.", 3, false), "www.evil.test.", 1, false},
-        {"13 glueless servers", serversInZone("evil.test.", 13, false), "www.evil.test.", 1, true},
-        // a.test.'s server lies in b.test., whose server lies in a.test.
-        {"two zones in each other", {{"a.test.", {{"ns.b.test."}, {}}}, {"b.test.", {{"ns.a.test."}, {}}}},
-         "www.a.test.", 2, false},
-        // Each zone's server lies in the next zone: sub-requests nest until their depth limit.
-        {"20 delegations in a chain", chainOfDelegations(20), "www.d0.test.", 11, false},
-        // 13 servers that never answer would take 65 queries.
-        {"13 silent servers", serversInZone("silent.test.", 13, true), "www.silent.test.", 64, true},
-    };
+    const std::vector<Case> cases = readCases();
+    ASSERT_EQ(cases.size(), 5u);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         DnsFixture f(fromCalendar({2026, 11, 22, 10, 0, 0}));

@@ -78,7 +78,6 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
 {
     Program p("CheckNew: 1\n");
     p.folder.write("data/lan.dns", "; Notify 10.0.0.7\n@ IN SOA ns.lan. admin.lan. 1 1 1 1 1\nhost IN A 10.0.0.1\n");
-    p.folder.write("data/copy.dns", "; PrimaryIP 10.0.0.1\n@ IN SOA ns.x. admin.x. 1 1 1 1 1\n");
     p.start();
     const auto notifications = [&p] {
         size_t count = 0;
@@ -105,21 +104,6 @@ TEST(StoreWiring, ZonesAreServedToSecondariesAndReloadedByCommand)
     p.network.deliver(reload, {0x7F000001, 999}, "unload lan");
     EXPECT_TRUE(p.logged("Removing Zone: lan."));
     EXPECT_EQ(p.answer("host.lan."), Lines{});
-
-    // A NOTIFY from the primary of a secondary zone is acknowledged and asks for a poll.
-    Bytes notify = makeQuery(9, "copy.", 6, false);
-    notify[2] = 0x24;
-    p.network.sent.clear();
-    p.network.deliver(p.network.findOpen(false, 53), {0x0A000001, 53}, notify);
-    ASSERT_EQ(p.network.sent.size(), 1u);
-    EXPECT_EQ(static_cast<unsigned char>(p.network.sent[0].data[2]), 0xA4);
-
-    // Idle connections close on their own; the rest close with the program.
-    p.clock.advance(10s);
-    EXPECT_FALSE(p.network.isOpen(connection));
-    const SocketId late = p.network.connect(p.network.findOpen(true, 53), {0x0A000007, 4001});
-    p.engine->close(CloseReason::User);
-    EXPECT_FALSE(p.network.isOpen(late));
 }
 
 TEST(StoreWiring, SecondaryZonesAreTakenFromTheirPrimaryAndCheckedOnNotify)

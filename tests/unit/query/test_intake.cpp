@@ -1,7 +1,4 @@
-#include "query/dns_service.h"
-#include "support/fake_clock.h"
-#include "support/outgoing_rig.h"
-#include "support/recording_query_host.h"
+#include "support/dns_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -9,131 +6,75 @@ namespace quorvane::test {
 
 namespace {
 
-constexpr Endpoint kClient{0x0A000005, 40000}; // 10.0.0.5
-
-// A query: identifier, flags byte 2, question count, then the question.
-Bytes query(uint16_t id, unsigned flags, const std::string& wireName, uint16_t type, uint16_t dnsClass,
-            uint16_t questions = 1)
+// A question for example.org. with header byte 2 and the question's class as given.
+Bytes query(uint16_t id, unsigned flags, uint16_t type, uint16_t dnsClass = 1)
 {
-    Bytes m;
-    m += static_cast<char>(id >> 8);
-    m += static_cast<char>(id & 0xFF);
-    m += static_cast<char>(flags);
-    m += '\0';
-    m += static_cast<char>(questions >> 8);
-    m += static_cast<char>(questions & 0xFF);
-    m += std::string(6, '\0');
-    m += wireName;
-    m += static_cast<char>(type >> 8);
-    m += static_cast<char>(type & 0xFF);
-    m += static_cast<char>(dnsClass >> 8);
-    m += static_cast<char>(dnsClass & 0xFF);
+    Bytes m = makeQuery(id, "example.org.", type, false);
+    m[2] = static_cast<char>(flags);
+    m[m.size() - 1] = static_cast<char>(dnsClass);
     return m;
 }
 
-const std::string kExampleOrg("\7example\3org\0", 13);
-
-struct Intake {
-    FakeClock clock{fromCalendar({2026, 11, 22, 10, 0, 42})};
-    RecordingQueryHost host;
-    OutgoingRig rig;
-    RecordStore store{clock, "/nonexistent", [](int, const std::string&) {}};
-    DnsService dns{host, clock, store, rig.counters, rig.outgoing};
-};
-
 } // namespace
 
-TEST(Intake, NotImplementedRepliesEchoTheRequest)
+TEST(Intake, NotImplementedRepliesEchoTheRequestAndIncompleteOnesGetNone)
 {
     struct Case {
         Bytes message;
-        std::vector<std::string> lines;
+        std::string firstLine; // the reply then echoes the request; "Incomplete ..." gets none
     };
     const Case cases[] = {
-        {query(0x1234, 0x09, kExampleOrg, 1, 1), // opcode 1, RD set
-         {"Inverse Query Request from 10.0.0.5", "Sending answer to 10.0.0.5 about Inverse Query Request",
-          "-> Header: Not implemented."}},
-        {query(0xFFFF, 0x01, kExampleOrg, 16, 3),
-         {"DNS Request from 10.0.0.5 for CHAOS class record",
-          "Sending answer to 10.0.0.5 about CHAOS class record", "-> Header: Not implemented."}},
-        {query(7, 0x00, kExampleOrg, 252, 1),
-         {"Request from 10.0.0.5 for AXFR-record for example.org.",
-          "Sending answer to 10.0.0.5 about AXFR-record for example.org.", "-> Header: Not implemented."}},
-        {query(8, 0x04, kExampleOrg, 13, 1) + "trailing", // HINFO, AA set in the query, bytes after
-         {"Request from 10.0.0.5 for HINFO-record for example.org.",
-          "Sending answer to 10.0.0.5 about HINFO-record for example.org.", "-> Header: Not implemented."}},
+        {query(0x1234, 0x09, 1), "Inverse Query Request from 10.0.0.5"}, // opcode 1, RD set
+        {query(0xFFFF, 0x01, 16, 3), "DNS Request from 10.0.0.5 for CHAOS class record"},
+        {query(7, 0x00, 252), "Request from 10.0.0.5 for AXFR-record for example.org."},
+        {query(8, 0x04, 13) + "trailing", "Request from 10.0.0.5 for HINFO-record for example.org."},
+        {Bytes(12, '\0'), "Incomplete DNS Request from 10.0.0.5"}, // header only, no question
+        {query(1, 0, 1).substr(0, 12 + 13 + 3), "Incomplete DNS Request from 10.0.0.5"}, // cut inside its class
+        {Bytes("\0\1\0\0\0\1\0\0\0\0\0\0\5ab", 15), "Incomplete DNS Request from 10.0.0.5"}, // name cut short
     };
     for (const auto& c : cases) {
-        Intake t;
-        t.dns.ProcReq(kClient, c.message);
-        EXPECT_EQ(t.host.lines, c.lines);
-        ASSERT_EQ(t.host.replies.size(), 1u);
-        const Bytes& reply = t.host.replies[0].message;
-        EXPECT_EQ(t.host.replies[0].to, kClient);
+        SCOPED_TRACE(c.firstLine);
+        DnsFixture f;
+        f.dns.ProcReq(kClient, c.message);
+        ASSERT_FALSE(f.host.lines.empty());
+        EXPECT_EQ(f.host.lines[0], c.firstLine);
+        EXPECT_TRUE(f.dns.resolver().PendingRequests.empty());
+        if (c.firstLine.starts_with("Incomplete")) {
+            EXPECT_EQ(f.host.lines.size(), 1u);
+            EXPECT_TRUE(f.host.replies.empty());
+            EXPECT_EQ(f.rig.counters.RequestCount, 1u);
+            continue;
+        }
+        EXPECT_EQ(f.host.lines.back(), "-> Header: Not implemented.");
+        ASSERT_EQ(f.host.replies.size(), 1u);
+        EXPECT_EQ(f.host.replies[0].to, kClient);
         Bytes expected = c.message;
         expected[2] = static_cast<char>(static_cast<unsigned char>(c.message[2]) | 0x80);
         expected[3] = static_cast<char>(0x84);
-        EXPECT_EQ(reply, expected);
-        EXPECT_EQ(t.rig.counters.ReplyCount, 1u);
-        EXPECT_EQ(t.host.tray, 1);
-        EXPECT_TRUE(t.dns.resolver().PendingRequests.empty());
+        EXPECT_EQ(f.host.replies[0].message, expected);
+        EXPECT_EQ(f.rig.counters.ReplyCount, 1u);
+        EXPECT_EQ(f.host.tray, 1);
     }
-}
-
-TEST(Intake, IncompleteRequestsGetNoReply)
-{
-    const Bytes cases[] = {
-        Bytes(12, '\0'),                                           // header only
-        query(1, 0, kExampleOrg, 1, 1, 0),                         // no question
-        query(1, 0, kExampleOrg, 1, 1).substr(0, 12 + 13 + 3),     // question cut inside its class
-        Bytes("\0\1\0\0\0\1\0\0\0\0\0\0\5ab", 15),                 // name cut short
-    };
-    for (const auto& message : cases) {
-        Intake t;
-        t.dns.ProcReq(kClient, message);
-        EXPECT_EQ(t.host.lines, std::vector<std::string>{"Incomplete DNS Request from 10.0.0.5"});
-        EXPECT_TRUE(t.host.replies.empty());
-        EXPECT_TRUE(t.dns.resolver().PendingRequests.empty());
-        EXPECT_EQ(t.rig.counters.RequestCount, 1u);
-    }
-}
-
-TEST(Intake, SupportedQuestionsAreReadAndAnswered)
-{
-    Intake t;
-    // Mixed case on the wire; no local data and no recursion asked: an empty answer at once.
-    t.dns.ProcReq(kClient, query(0xBEEF, 0x00, std::string("\3WWW\7Example\3ORG\0", 17), 15, 1));
-    EXPECT_EQ(t.host.lines, (std::vector<std::string>{"Request from 10.0.0.5 for MX-record for www.example.org.",
-                                                      "Sending reply to 10.0.0.5 about MX-record for www.example.org.:"}));
-    ASSERT_EQ(t.host.replies.size(), 1u);
-    const Bytes& reply = t.host.replies[0].message;
-    EXPECT_EQ(reply.substr(0, 4), Bytes("\xBE\xEF\x80\x80", 4)); // identifier kept, QR, RA
-    EXPECT_EQ(reply.substr(12), Bytes("\3www\7example\3org\0\0\x0F\0\1", 21));
-    EXPECT_TRUE(t.dns.resolver().PendingRequests.empty()); // answered at once: nothing left pending
-
-    for (int type : {255, 1, 2, 5, 6, 12, 16}) t.dns.ProcReq(kClient, query(1, 0, kExampleOrg, static_cast<uint16_t>(type), 1));
-    EXPECT_EQ(t.host.replies.size(), 8u);
-    for (const auto& r : t.host.replies) EXPECT_EQ(r.message[3] & 0x0F, 0) << "response code";
 }
 
 TEST(Intake, CountersAndNoLogTextWhenLoggingIsOff)
 {
-    Intake t;
-    t.host.maxLevel = -1; // the host fails the test if a line is built anyway
-    t.rig.counters.RequestsPerSecond[43] = 99;
-    t.dns.ProcReq(kClient, query(1, 0, kExampleOrg, 1, 1));
-    t.dns.ProcReq({0x0A000006, 53}, query(2, 0x08, kExampleOrg, 1, 1));
-    EXPECT_EQ(t.rig.counters.RequestCount, 2u);
-    EXPECT_EQ(t.rig.counters.RequestsPerSecond[42], 2); // both in the same second's slot
-    EXPECT_EQ(t.rig.counters.RequestsPerSecond[43], 0); // the slot ahead is cleared
-    EXPECT_TRUE(t.host.lines.empty());
-    EXPECT_EQ(t.host.replies.size(), 2u); // one answer, one not-implemented reply
+    DnsFixture f(fromCalendar({2026, 11, 22, 10, 0, 42}));
+    f.host.maxLevel = -1; // the host fails the test if a line is built anyway
+    f.rig.counters.RequestsPerSecond[43] = 99;
+    f.dns.ProcReq(kClient, query(1, 0, 1));
+    f.dns.ProcReq({0x0A000006, 53}, query(2, 0x08, 1));
+    EXPECT_EQ(f.rig.counters.RequestCount, 2u);
+    EXPECT_EQ(f.rig.counters.RequestsPerSecond[42], 2); // both in the same second's slot
+    EXPECT_EQ(f.rig.counters.RequestsPerSecond[43], 0); // the slot ahead is cleared
+    EXPECT_TRUE(f.host.lines.empty());
+    EXPECT_EQ(f.host.replies.size(), 2u); // one answer, one not-implemented reply
 
-    t.clock.set(fromCalendar({2026, 11, 22, 10, 0, 59}));
-    t.rig.counters.RequestsPerSecond[0] = 5;
-    t.dns.ProcReq(kClient, query(3, 0, kExampleOrg, 1, 1));
-    EXPECT_EQ(t.rig.counters.RequestsPerSecond[59], 1);
-    EXPECT_EQ(t.rig.counters.RequestsPerSecond[0], 0); // wraps to slot 0
+    f.clock.set(fromCalendar({2026, 11, 22, 10, 0, 59}));
+    f.rig.counters.RequestsPerSecond[0] = 5;
+    f.dns.ProcReq(kClient, query(3, 0, 1));
+    EXPECT_EQ(f.rig.counters.RequestsPerSecond[59], 1);
+    EXPECT_EQ(f.rig.counters.RequestsPerSecond[0], 0); // wraps to slot 0
 }
 
 } // namespace quorvane::test

@@ -131,10 +131,6 @@ TEST(TcpAsks, OneFramedQuestionOneAnswerAndACap)
     EXPECT_TRUE(asks.ask({0x0A000001, 53}, "q"));
 }
 
-} // namespace quorvane::test
-
-namespace quorvane::test {
-
 TEST(TlsForwarders, PipelinedOnOneConnectionIdleCloseReconnectAndNoClearText)
 {
     FakeNetwork network;

@@ -1,5 +1,5 @@
 // Answers built from zone files and the cache, checked on the decoded reply.
-#include "golden_questions.h"
+#include "support/golden_questions.h"
 
 #include <gtest/gtest.h>
 

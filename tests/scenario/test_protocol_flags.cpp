@@ -1,7 +1,7 @@
 // The five additions for today's clients, each checked with its setting on and off: AAAA records,
 // EDNS with truncation, questions over TCP, hardened outgoing queries, and SRV and CAA records.
 #include "query/edns.h"
-#include "golden_questions.h"
+#include "support/golden_questions.h"
 
 #include <gtest/gtest.h>
 

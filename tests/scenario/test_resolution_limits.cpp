@@ -1,6 +1,6 @@
 // Broken and hostile delegation graphs against a scripted root server: each question ends in a
 // server failure within its work limit, and local names are answered meanwhile.
-#include "golden_questions.h"
+#include "support/golden_questions.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Resolution through other servers: forwarders that fail or answer, referrals from the root down,
 // sub-requests for name servers without glue, SPOOFSECURE, the outgoing identifiers and the cap on
 // waiting requests.
-#include "scenario/golden_questions.h"
+#include "support/golden_questions.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>

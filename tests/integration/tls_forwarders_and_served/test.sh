@@ -19,17 +19,7 @@ openssl req -newkey rsa:2048 -nodes -subj "/CN=dot.example" -addext "subjectAltN
 openssl x509 -req -in "$pki/dot.csr" -CA "$pki/test-ca.pem" -CAkey "$pki/test-ca.key" -CAcreateserial -days 2 \
     -copy_extensions copy -out "$pki/dot.pem" 2>/dev/null || fail "signing the certificate"
 
-zones="$WORK/zones"
-mkdir -p "$zones"
-{
-    echo '$ORIGIN tlszone.'
-    soa tlszone.
-    echo "@ IN NS ns"
-    echo "ns IN A 127.0.0.3"
-    echo "www IN A 192.0.2.7"
-    echo "* IN A 192.0.2.9"
-} >"$zones/tlszone.zone"
-start_nsd 127.0.0.3 tlszone. "$zones/tlszone.zone"
+start_nsd 127.0.0.3 tlszone. "$CASE_DIR/zones/tlszone.zone"
 
 ub="$WORK/unbound-127.0.0.2"
 PEER_KEY="$pki/dot.key" PEER_PEM="$pki/dot.pem" start_peer unbound 127.0.0.2 <<CONF

@@ -16,18 +16,16 @@ struct Server : test::DnsFixture
         StoreSettings settings;
         settings.aaaa = settings.moreTypes = true;
         store.configure(settings);
-        store.CacheAddF("fuzz.test.", rtype::SOA, 60,
-                        std::string("ns.fuzz.test.\0admin.fuzz.test.\0", 31) + std::string(20, '\1'), 0,
-                        true);
+        const auto add = [this](const char* owner, int16_t type, std::string data) {
+            store.CacheAddF(owner, type, 60, std::move(data), 0, true);
+        };
+        add("fuzz.test.", rtype::SOA, std::string("ns.fuzz.test.\0admin.fuzz.test.\0", 31) + std::string(20, '\1'));
         for (int i = 0; i < 60; ++i) {
-            store.CacheAddF("many.fuzz.test.", rtype::A, 60,
-                            std::string("\x0a\x00\x00", 3) + static_cast<char>(i), 0, true);
-            store.CacheAddF("many.fuzz.test.", rtype::AAAA, 60,
-                            std::string(15, '\x20') + static_cast<char>(i), 0, true);
+            add("many.fuzz.test.", rtype::A, std::string("\x0a\x00\x00", 3) + static_cast<char>(i));
+            add("many.fuzz.test.", rtype::AAAA, std::string(15, '\x20') + static_cast<char>(i));
         }
-        store.CacheAddF("fuzz.test.", rtype::SRV, 60, std::string("\0\1\0\2\0\3many.fuzz.test.", 21), 0,
-                        true);
-        store.CacheAddF("fuzz.test.", rtype::CAA, 60, std::string("\0\5issueca.fuzz.test.", 20), 0, true);
+        add("fuzz.test.", rtype::SRV, std::string("\0\1\0\2\0\3many.fuzz.test.", 21));
+        add("fuzz.test.", rtype::CAA, std::string("\0\5issueca.fuzz.test.", 20));
     }
 };
 

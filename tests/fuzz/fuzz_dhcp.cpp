@@ -12,26 +12,14 @@ namespace {
 
 using namespace quorvane;
 
-clDHCPif scope()
-{
-    clDHCPif i;
-    i.IPaddr = "10.0.0.1";
-    i.Domain = ".fuzz.lan";
-    i.ScopeFrom = "10.0.0.100";
-    i.ScopeTo = "10.0.0.103";
-    i.Subnet = "255.255.255.0";
-    i.Gateway = "10.0.0.254";
-    i.TTL = 600;
-    i.Enable = true;
-    return i;
-}
-
 struct Server
 {
     Server()
     {
         network.addresses = {"10.0.0.1"};
-        server.bind({scope()});
+        server.bind({{.IPaddr = "10.0.0.1", .Domain = ".fuzz.lan", .ScopeFrom = "10.0.0.100",
+                      .ScopeTo = "10.0.0.103", .Subnet = "255.255.255.0", .Gateway = "10.0.0.254", .TTL = 600,
+                      .Enable = true}});
     }
     test::FakeClock clock;
     test::FakeNetwork network;

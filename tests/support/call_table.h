@@ -3,6 +3,8 @@
 // a field; blank lines and "#" lines are notes.
 #pragma once
 
+#include "support/temp_folder.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -22,11 +24,9 @@ using Calls = std::map<std::string, std::function<std::string(const Args&)>>;
 // in the working folder, to compare by eye.
 inline void expectGoldenFile(const std::filesystem::path& file, const std::string& actual)
 {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream golden;
-    golden << in.rdbuf();
-    if (golden.str() != actual) std::ofstream(file.filename().string() + ".actual", std::ios::binary) << actual;
-    EXPECT_EQ(actual, golden.str()) << file;
+    const std::string golden = fileText(file);
+    if (golden != actual) std::ofstream(file.filename().string() + ".actual", std::ios::binary) << actual;
+    EXPECT_EQ(actual, golden) << file;
 }
 
 inline Args tableFields(std::string_view line)
@@ -56,7 +56,7 @@ inline std::string yes(bool value)
 // line's last field; at least `minimum` lines must be checked.
 inline void runCallTable(const std::string& file, const Calls& calls, size_t minimum)
 {
-    std::ifstream in(file, std::ios::binary);
+    std::istringstream in(fileText(file));
     size_t checked = 0;
     for (std::string line; std::getline(in, line);) {
         if (line.empty() || line[0] == '#') continue;

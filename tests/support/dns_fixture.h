@@ -18,8 +18,6 @@
 
 namespace quorvane::test {
 
-using Lines = std::vector<std::string>;
-
 constexpr Endpoint kClient{0x0A000005, 40000}; // 10.0.0.5
 
 struct DnsFixture

@@ -9,6 +9,8 @@
 
 namespace quorvane::test {
 
+using Lines = std::vector<std::string>;
+
 Bytes makeQuery(uint16_t id, const std::string& name, uint16_t type, bool recursionDesired);
 // The query with an OPT record added (payload size, EDNS version).
 Bytes withOpt(Bytes query, uint16_t payload, int version = 0);
@@ -33,7 +35,7 @@ struct DecodedReply {
     std::vector<DecodedRecord> records;
     bool ok = false; // every byte accounted for
 
-    std::vector<std::string> section(int s) const; // "name TYPE data" lines of one section
+    Lines section(int s) const; // "name TYPE data" lines of one section
 };
 
 DecodedReply decodeReply(const Bytes& message);

@@ -18,8 +18,6 @@
 
 namespace quorvane::test {
 
-using Lines = std::vector<std::string>;
-
 struct EngineFixture
 {
     // The settings file as given; none at all when ini is not given.

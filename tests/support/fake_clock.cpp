@@ -1,22 +1,16 @@
 #include "support/fake_clock.h"
 
-namespace quorvane::test {
+#include <algorithm>
 
-TimerId FakeClock::startTimer(std::chrono::milliseconds interval, std::function<void()> tick)
-{
-    const TimerId id = m_nextId++;
-    m_timers.emplace(id, Timer{interval, m_elapsed + interval, std::move(tick)});
-    return id;
-}
+namespace quorvane::test {
 
 void FakeClock::advance(std::chrono::milliseconds by)
 {
     const auto end = m_elapsed + by;
     for (;;) {
-        auto next = m_timers.end();
-        for (auto it = m_timers.begin(); it != m_timers.end(); ++it)
-            if (it->second.due <= end && (next == m_timers.end() || it->second.due < next->second.due)) next = it;
-        if (next == m_timers.end()) break;
+        const auto next = std::min_element(m_timers.begin(), m_timers.end(),
+                                           [](const auto& a, const auto& b) { return a.second.due < b.second.due; });
+        if (next == m_timers.end() || next->second.due > end) break;
         m_now += static_cast<double>((next->second.due - m_elapsed).count()) / 1000.0 / kSecondsPerDay;
         m_elapsed = next->second.due;
         next->second.due += next->second.interval;

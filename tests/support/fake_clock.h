@@ -12,7 +12,11 @@ public:
     explicit FakeClock(DateTime start = fromCalendar({2026, 11, 22, 12, 0, 0})) : m_now(start) {}
 
     DateTime now() const override { return m_now; }
-    TimerId startTimer(std::chrono::milliseconds interval, std::function<void()> tick) override;
+    TimerId startTimer(std::chrono::milliseconds interval, std::function<void()> tick) override
+    {
+        m_timers.emplace(m_nextId, Timer{interval, m_elapsed + interval, std::move(tick)});
+        return m_nextId++;
+    }
     void stopTimer(TimerId timer) override { m_timers.erase(timer); }
 
     // Moves time forward, firing each timer as often as its interval fits, in time order.

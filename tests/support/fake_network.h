@@ -32,11 +32,22 @@ public:
                               std::string& error) override;
     // A UDP socket on port 67 of an address the machine has.
     SocketId bindDhcp(const std::string& address) override { return address.empty() ? kNoSocket : bindUdp(address, 67); }
-    SocketId connectTcp(const Endpoint& to) override;
+    SocketId connectTcp(const Endpoint& to) override
+    {
+        const SocketId id = newConnection();
+        connects.emplace(id, to);
+        return id;
+    }
     // Like a TCP connection, which the test lets stand (accept) or closes.
     SocketId connectTls(const Endpoint& to, const std::string& verifyName, const std::string& caFile) override;
-    void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override;
-    void sendTcp(SocketId connection, std::string_view data) override;
+    void sendTo(SocketId socket, const Endpoint& to, std::string_view data) override
+    {
+        if (isOpen(socket)) sent.push_back({socket, to, Bytes(data)});
+    }
+    void sendTcp(SocketId connection, std::string_view data) override
+    {
+        if (isOpen(connection)) tcpSent[connection] += data;
+    }
     uint16_t localPort(SocketId socket) const override;
     void close(SocketId socket) override { m_open.erase(socket); }
     std::vector<std::string> localAddresses() const override { return addresses; }
@@ -48,16 +59,36 @@ public:
     SocketId findOpen(bool tcp, uint16_t port) const;
     const std::map<SocketId, Bound>& open() const { return m_open; }
 
-    void deliver(SocketId socket, const Endpoint& from, std::string_view data);
+    void deliver(SocketId socket, const Endpoint& from, std::string_view data)
+    {
+        if (heard(socket)) m_events->onDatagram(socket, from, data);
+    }
     // Simulates a client connecting to a listener; returns the connection's id.
-    SocketId connect(SocketId listener, const Endpoint& from);
+    SocketId connect(SocketId listener, const Endpoint& from)
+    {
+        const SocketId id = newConnection();
+        if (m_events) m_events->onTcpAccepted(listener, id, from);
+        return id;
+    }
     bool isOpen(SocketId socket) const { return m_open.count(socket) != 0; }
     // Bytes arriving on a connection; the peer reading all that was sent; the peer closing.
-    void deliverTcp(SocketId connection, std::string_view data);
-    void drain(SocketId connection);
-    void peerClose(SocketId connection);
+    void deliverTcp(SocketId connection, std::string_view data)
+    {
+        if (heard(connection)) m_events->onTcpData(connection, data);
+    }
+    void drain(SocketId connection)
+    {
+        if (heard(connection)) m_events->onTcpDrained(connection);
+    }
+    void peerClose(SocketId connection)
+    {
+        if (m_open.erase(connection) != 0 && m_events) m_events->onTcpClosed(connection);
+    }
     // The outgoing connection a test lets stand.
-    void accept(SocketId connection);
+    void accept(SocketId connection)
+    {
+        if (heard(connection)) m_events->onTcpConnected(connection);
+    }
 
     std::vector<std::string> addresses{"192.168.1.10"};
     // Makes binds of a fixed port throw, to exercise the callers' error guards.
@@ -71,6 +102,12 @@ public:
 
 private:
     SocketId bind(bool tcp, const std::string& address, uint16_t port);
+    bool heard(SocketId socket) const { return m_events && isOpen(socket); }
+    SocketId newConnection()
+    {
+        m_open.emplace(m_nextId, Bound{true, "", 0});
+        return m_nextId++;
+    }
     NetworkEvents* m_events = nullptr;
     std::map<SocketId, Bound> m_open;
     std::set<uint16_t> m_taken;

@@ -10,8 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -20,9 +19,9 @@ namespace quorvane::test {
 // A file of the golden data folder, whole.
 inline std::string readData(const std::string& file)
 {
-    std::ifstream in(std::string(QUORVANE_SCENARIO_DATA "/") + file, std::ios::binary);
-    EXPECT_TRUE(in) << file;
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    const std::filesystem::path path = std::filesystem::path(QUORVANE_SCENARIO_DATA) / file;
+    EXPECT_TRUE(std::filesystem::exists(path)) << file;
+    return fileText(path);
 }
 
 // Control characters (the length bytes of TXT data) as a backslash and their decimal code.

@@ -14,10 +14,7 @@ struct RecordingEvents : EngineEvents {
     void onErrorReport(const std::string& question, const std::string&) override { reports.push_back(question); }
     void onServerState(bool running) override { states.push_back(running); }
     void onCaption(const std::string& text) override { caption = text; }
-    void onStatusText(int panel, const std::string& text) override
-    {
-        if (panel == 0) status = text;
-    }
+    void onStatusText(int panel, const std::string& text) override { if (panel == 0) status = text; }
     void onTray(int state) override { tray = state; }
     void onLeases(const std::vector<clLease>& list) override { leases = list; }
     void onOptions(const OptionsData&) override {}

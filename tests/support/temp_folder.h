@@ -9,6 +9,15 @@
 
 namespace quorvane::test {
 
+// A whole file as bytes; empty when it cannot be read.
+inline std::string fileText(const std::filesystem::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
 class TempFolder {
 public:
     TempFolder()
@@ -32,13 +41,7 @@ public:
     {
         std::ofstream(m_path / name, std::ios::binary) << content;
     }
-    std::string read(const std::string& name) const
-    {
-        std::ifstream in(m_path / name, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
+    std::string read(const std::string& name) const { return fileText(m_path / name); }
 
 private:
     std::filesystem::path m_path;

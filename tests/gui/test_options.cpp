@@ -200,12 +200,10 @@ private slots:
         }
         h.ok();
 
-        QFile golden(QUORVANE_SOURCE_DIR "/tests/data/gui/options_accepted.ini");
-        QVERIFY(golden.open(QIODevice::ReadOnly));
-        const QString expected = QString::fromUtf8(golden.readAll()).replace("@HOSTS@", hosts.fileName());
         QVERIFY(h.warnings.isEmpty());
         QVERIFY(h.accepted);
-        QCOMPARE(QString::fromStdString(formatIni(h.accepted->first, 0)), expected);
+        test::expectGolden("options_accepted.ini",
+                           QString::fromStdString(formatIni(h.accepted->first, 0)).replace(hosts.fileName(), "@HOSTS@"));
         QCOMPARE(h.accepted->second, (std::vector<std::string>{"10.6.6.6"}));
         QCOMPARE(h.dialog.result(), int(QDialog::Accepted));
     }

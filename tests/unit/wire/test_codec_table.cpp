@@ -1,6 +1,6 @@
 // The codec's functions against a table of calls: names and numbers in wire form, the text forms
-// of addresses, reverse names, codes and host names, and the reader of messages. Each line of tests/data/wire/codec_calls.txt is
-// "Function|argument|...|expected".
+// of addresses, reverse names, codes and host names, and the reader of messages. Each line of
+// tests/data/wire/codec_calls.txt is "Function|argument|...|expected".
 #include "wire/addresses.h"
 #include "wire/clean_name.h"
 #include "wire/names.h"

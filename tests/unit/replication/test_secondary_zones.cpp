@@ -116,7 +116,6 @@ TEST(SecondaryZones, ATransferReplacesTheZoneInOneStepAndIsWrittenBack)
     ASSERT_EQ(f.zts.state(), ctlZTS::Connecting);
     f.zts.connected();
     const Bytes request = f.request();
-    EXPECT_EQ(f.network.tcpSent[f.zts.Winsock()].size(), request.size() + 2);
     EXPECT_TRUE(request.ends_with("MS"));
     EXPECT_EQ(decodeReply(request.substr(0, request.size() - 2)).qtype, 252);
 

@@ -11,13 +11,7 @@ constexpr Endpoint kLocal{0x7F000001, 50000};
 // Each command on a fresh store: what it logs, the zones left, notifications sent and zones queued.
 TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
 {
-    struct Case
-    {
-        const char* command;
-        Endpoint from;
-        bool running;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, Endpoint, bool> cases[] = { // command, sender, server running
         {"reload", kLocal, true},
         {"Unload Example.Test", kLocal, true},
         {"UNLOAD nothing.test", kLocal, true},
@@ -29,13 +23,13 @@ TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
         {"STOP", kLocal, true},
     };
     std::string transcript;
-    for (const Case& c : cases) {
+    for (const auto& [command, from, running] : cases) {
         ReplicationFixture f;
         ZoneNotifications notifications{f.host, f.store, f.rig.counters, f.rig.outgoing, f.queue};
-        ReloadPort port{f.host, f.store, notifications, f.queue, [&] { return c.running; }};
-        port.DataArrival(c.from, c.command);
-        transcript += "command: " + std::string(c.command) + (c.from.address == kLocal.address ? "" : " (remote)") +
-                      (c.running ? "" : " (paused)") + "\n" + logLines(f.host.lines) + "zones:";
+        ReloadPort port{f.host, f.store, notifications, f.queue, [running = running] { return running; }};
+        port.DataArrival(from, command);
+        transcript += "command: " + command + (from.address == kLocal.address ? "" : " (remote)") +
+                      (running ? "" : " (paused)") + "\n" + logLines(f.host.lines) + "zones:";
         Lines zones;
         for (const clZone& zone : f.store.Zones())
             if (zone.Name.ends_with(".test.")) zones.push_back(zone.Name);

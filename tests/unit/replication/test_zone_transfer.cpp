@@ -49,22 +49,21 @@ constexpr uint32_t kUnlisted = 0x0A000008; // 10.0.0.8
 
 TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
 {
-    Bytes status = makeQuery(5, "example.test.", 6, false);
-    status[2] = 0x10; // opcode 2
-    Bytes chaos = makeQuery(6, "version.bind.", 16, false);
-    chaos[chaos.size() - 1] = 3;
-    Bytes response = makeQuery(7, "example.test.", 252, false);
-    response[2] = '\x80';
+    const auto with = [](Bytes message, size_t at, char value) {
+        message[at] = value;
+        return message;
+    };
     const Bytes noQuestion = makeQuery(8, "a.", 1, false).substr(0, 12) + '\0';
-    Bytes questionless = noQuestion;
-    questionless[5] = 0;
     const std::pair<uint32_t, Bytes> cases[] = {
         {kUnlisted, makeQuery(1, "open.test.", 6, true)},       // the SOA of a zone open to all
         {kUnlisted, makeQuery(2, "example.test.", 252, false)}, // a transfer to an unlisted address
         {kListed, makeQuery(3, "ns.example.test.", 1, true)},   // an ordinary question
         {kListed, makeQuery(4, "other.test.", 252, false)},     // a zone we do not have
-        {kListed, status},       {kListed, chaos}, {kListed, questionless}, {kListed, noQuestion.substr(0, 12)},
-        {kListed, response},
+        {kListed, with(makeQuery(5, "example.test.", 6, false), 2, 0x10)},       // opcode 2
+        {kListed, with(makeQuery(6, "version.bind.", 16, false), 29, 3)},        // class CHAOS
+        {kListed, with(noQuestion, 5, 0)},                                       // no question counted
+        {kListed, noQuestion.substr(0, 12)},                                     // a header alone
+        {kListed, with(makeQuery(7, "example.test.", 252, false), 2, '\x80')}, // a response
     };
     std::string transcript;
     for (const auto& [from, message] : cases) {

@@ -54,52 +54,42 @@ TEST(RecordStore, KeysFindRecordsAndZoneRemovalTakesOnlyItsOwn)
     expectGolden("record_store/zone_removal.txt", f.dump());
 }
 
-TEST(RecordStore, AuthoritySearchStopsAtTheNearestPermanentSoaOrNs)
+// The authority search stops at the nearest permanent SOA or NS. A learned TTL is raised to the
+// minimum and capped; one from a file is raised unless it is kept, never capped.
+TEST(RecordStore, AuthoritySearchAndTTLRulesFromTheirTable)
 {
     StoreFixture f;
+    f.store.configure({"", 3600, 60});
     f.store.CacheAddF(".", rtype::NS, 3600, "a.root-servers.net.", 0, false);
     f.store.CacheAddF("zone.", rtype::NS, 3600, "ns.zone.", 0, true); // NS before SOA in the run
     f.store.CacheAddF("zone.", rtype::SOA, 3600, "ns.zone.", 0, true);
     f.store.CacheAddF("sub.zone.", rtype::NS, 3600, "ns.other.", 0, true);
     f.store.CacheAdd("learned.", rtype::SOA, 3600, "ns.learned.", 0);
-    const std::pair<const char*, const char*> cases[] = {
-        {"zone.", "SOA"},      {"www.zone.", "SOA"}, {"a.b.c.zone.", "SOA"}, {"sub.zone.", "NS"},
-        {"x.sub.zone.", "NS"}, {"learned.", "NS"},   {"other.", "NS"},       {".", "NS"},
-        {"nodot", "none"},     {"", "none"},
+    const auto authority = [&](const Args& a) -> std::string {
+        const clDNSRecord* record = f.store.authoritySearch(a[0]);
+        return !record ? "none" : record->RecType == rtype::SOA ? "SOA" : "NS";
     };
-    for (const auto& [name, found] : cases) {
-        const clDNSRecord* record = f.store.authoritySearch(name);
-        const std::string got = !record ? "none" : record->RecType == rtype::SOA ? "SOA" : "NS";
-        EXPECT_EQ(got, found) << name;
-    }
-    f.store.removeZone("nonexistent.");
-    f.store.clearCache();
-    EXPECT_EQ(f.store.recordCount(), 4u) << "clearing keeps permanent records";
-}
-
-TEST(RecordStore, CacheAddTTLRules)
-{
-    StoreFixture f;
-    f.store.configure({"", 3600, 60});
-    const std::pair<int32_t, int32_t> cases[] = {{5, 60}, {0, 0}, {60, 60}, {61, 61}, {10000000, 604800},
-                                                 {-3, 60}};
-    for (const auto& [given, kept] : cases) {
-        const std::string name = "t" + std::to_string(given) + ".";
-        f.store.CacheAdd(name, rtype::A, given, address(1), 0);
-        EXPECT_EQ(f.store.records(name).begin()->second.TTL(f.clock.now()), kept) << given;
-    }
-    // Files: raised unless the TTL is kept, never capped.
-    EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f1.", rtype::A, 5, address(1), 0, false))->TTL(0), 60);
-    EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f2.", rtype::A, 5, address(1), 0, true))->TTL(0), 5);
-    EXPECT_EQ(f.store.recordByKey(f.store.CacheAddF("f3.", rtype::A, 9999999, address(1), 0, false))->TTL(0),
-              9999999);
+    const auto learned = [&](const Args& a) {
+        f.store.CacheAdd("t" + a[0] + ".", rtype::A, std::stoi(a[0]), address(1), 0);
+        return std::to_string(f.store.records("t" + a[0] + ".").begin()->second.TTL(f.clock.now()));
+    };
+    const auto file = [&](const Args& a) {
+        const auto key = f.store.CacheAddF("f" + a[0] + a[1] + ".", rtype::A, std::stoi(a[0]), address(1), 0,
+                                           a[1] == "true");
+        return std::to_string(f.store.recordByKey(key)->TTL(0));
+    };
+    runCallTable(QUORVANE_STORE_DATA "/record_store_calls.txt",
+                 {{"authority", authority}, {"learned", learned}, {"file", file}}, 19);
     // A learned TTL counts down in whole seconds, rounded, and saturates far in the future; a
     // permanent one stays.
     f.advanceSeconds(59.4);
-    const clDNSRecord& learned = f.store.records("t61.").begin()->second;
-    EXPECT_EQ(learned.TTL(f.clock.now()), 2);
-    EXPECT_EQ(learned.TTL(f.clock.now() + 1e6), std::numeric_limits<int32_t>::min());
-    EXPECT_EQ(f.store.records("f2.").begin()->second.TTL(f.clock.now() + 1e6), 5);
+    const clDNSRecord& t61 = f.store.records("t61.").begin()->second;
+    EXPECT_EQ(t61.TTL(f.clock.now()), 2);
+    EXPECT_EQ(t61.TTL(f.clock.now() + 1e6), std::numeric_limits<int32_t>::min());
+    EXPECT_EQ(f.store.records("f5true.").begin()->second.TTL(f.clock.now() + 1e6), 5);
+    f.store.removeZone("nonexistent.");
+    f.store.clearCache();
+    EXPECT_EQ(f.store.recordCount(), 7u) << "clearing keeps permanent records";
 }
 
 TEST(RecordStore, CacheOverItsCapDropsTheLearnedRecordsClosestToExpiry)
@@ -111,23 +101,18 @@ TEST(RecordStore, CacheOverItsCapDropsTheLearnedRecordsClosestToExpiry)
     const size_t unit = CacheBudget::costOf(sample.Name, sample); // every name below costs the same
     f.store.configure({"", 3600, 0, false, false, 3 * unit});
     f.store.CacheAddF("z.example.", rtype::A, 1, address(9), 0, true); // a zone's record: never counted
-    // Each step: the name added with its TTL, then the first letters of the names kept.
-    const std::tuple<const char*, int32_t, std::string> steps[] = {
-        {"a.example.", 300, "az"},   {"b.example.", 100, "abz"}, {"c.example.", 200, "abcz"},
-        {"d.example.", 400, "acdz"}, // b expires first
-        {"a.example.", 50, "acdz"},  // a refresh takes no room, but moves a to the front
-        {"e.example.", 500, "cdez"},
-    };
     auto kept = [&] {
         std::string out;
         for (const auto& [owner, record] : f.store.CacheRecords()) out += owner[0];
         return out;
     };
-    for (const auto& [name, ttl, letters] : steps) {
-        f.store.CacheAdd(name, rtype::A, ttl, address(1), 0);
-        EXPECT_EQ(kept(), letters) << name << ' ' << ttl;
-        EXPECT_EQ(f.store.cacheBytes(), (letters.size() - 1) * unit);
-    }
+    // Each row: the name added with its TTL, then the first letters of the names kept.
+    const auto add = [&](const Args& a) {
+        f.store.CacheAdd(a[0], rtype::A, std::stoi(a[1]), address(1), 0);
+        EXPECT_EQ(f.store.cacheBytes(), (kept().size() - 1) * unit);
+        return kept();
+    };
+    runCallTable(QUORVANE_STORE_DATA "/cache_cap_calls.txt", {{"add", add}}, 6);
     f.store.configure({"", 3600, 0, false, false, unit}); // a lower cap takes effect at once
     EXPECT_EQ(kept(), "ez");
 }

@@ -91,18 +91,8 @@ TEST(ZoneLoading, LoadPermLoadsTheExampleFolderAndReloadsWithoutDuplicates)
                               std::filesystem::copy_options::overwrite_existing);
     f.store.configure({"hosts", 3600, 0});
     f.store.LoadPerm();
-    const size_t count = f.store.recordCount();
     f.store.LoadPerm();
-    EXPECT_EQ(f.store.recordCount(), count);
-    EXPECT_EQ(std::vector<std::string>(f.lines.begin(), f.lines.begin() + 5),
-              (std::vector<std::string>{"Loading DNS Records...", "Loading Zone: home.lan.",
-                                        "Loading root DNS server records...", "-> 26 records loaded from named.root",
-                                        "Loading hosts file 'hosts'..."}));
-    EXPECT_EQ(f.texts("files.home.lan."), std::vector<std::string>{"CNAME nas.home.lan."});
-    EXPECT_EQ(f.texts("laptop-wifi."), std::vector<std::string>{"CNAME laptop."});
-    EXPECT_EQ(f.store.records(".").size(), 13u);
-    EXPECT_EQ(f.store.findZone("home.lan.")->Serial, 2026112201);
-    EXPECT_TRUE(f.errors.empty());
+    expectGolden("loading/load_perm.txt", f.dump());
 }
 
 } // namespace quorvane::test

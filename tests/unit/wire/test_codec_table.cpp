@@ -1,11 +1,12 @@
 // The codec's functions against a table of calls: names and numbers in wire form, the text forms
-// of addresses, reverse names, codes and host names. Each line of tests/data/wire/codec_calls.txt is
-// "Function|argument|...|expected".
+// of addresses, reverse names, codes and host names, and the reader of messages. Each line of
+// tests/data/wire/codec_calls.txt is "Function|argument|...|expected".
 #include "wire/addresses.h"
 #include "wire/clean_name.h"
 #include "wire/names.h"
 #include "wire/numbers.h"
 #include "wire/type_names.h"
+#include "wire/wire_reader.h"
 
 #include "net/error_hook.h"
 #include "support/call_table.h"
@@ -38,6 +39,24 @@ std::string readAndRest(std::string_view bytes, size_t at, Read read)
     return out.str();
 }
 
+// The steps of a WireReader from an offset, each value in brackets (see the table).
+std::string readSteps(const Args& a)
+{
+    WireReader r(a[0], std::stoul(a[1]));
+    std::istringstream steps(a[2]);
+    std::string out;
+    for (std::string step; steps >> step;) {
+        out += "[" + (step == "name"    ? r.name()
+                      : step == "short" ? std::to_string(r.shortValue())
+                      : step == "long"  ? std::to_string(static_cast<int64_t>(r.longValue()))
+                      : step == "ok"    ? yes(r.ok())
+                      : step == "rest"  ? std::string(r.rest())
+                      : step == "data"  ? std::string(r.bytes(static_cast<size_t>(r.shortValue())))
+                                        : std::string(r.bytes(std::stoul(step)))) + "]";
+    }
+    return out;
+}
+
 const test::Calls kCalls = {
     {"ExtractName",
      [](const Args& a) {
@@ -64,13 +83,14 @@ const test::Calls kCalls = {
     {"OpCodeN", [](const Args& a) { return OpCodeN(std::stoi(a[0])); }},
     {"ClassN", [](const Args& a) { return ClassN(std::stoi(a[0])); }},
     {"CleanName", [](const Args& a) { return CleanName(a[0]); }},
+    {"WireReader", readSteps},
 };
 
 } // namespace
 
 TEST(CodecTable, EachCallGivesItsExpectedResult)
 {
-    test::runCallTable(QUORVANE_WIRE_DATA "/codec_calls.txt", kCalls, 140);
+    test::runCallTable(QUORVANE_WIRE_DATA "/codec_calls.txt", kCalls, 144);
 }
 
 // The largest offset a pointer can hold, read and written; a name further back is written in full.

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace quorvane::test {
 
 namespace {
@@ -37,7 +39,7 @@ void change(Settings& s, clDHCPif& d, const std::string& field)
 
 } // namespace
 
-TEST(Options, FirstFailureInDialogOrder)
+TEST(Options, FirstFailureInDialogOrderAndRecursionChoices)
 {
     const Calls calls = {{"Check", [](const Args& a) {
                               Settings s = valid();
@@ -47,8 +49,17 @@ TEST(Options, FirstFailureInDialogOrder)
                               const char* const tabs[] = {"General", "Forwarding", "Logging", "Blocking", "Dhcp"};
                               if (!check.error) return std::string("accepted");
                               return tabs[static_cast<int>(check.error->tab)] + (": " + check.error->message);
+                          }},
+                         {"Choices", [](const Args& a) {
+                              std::istringstream addresses(a[1]);
+                              std::string out, address;
+                              std::vector<std::string> local;
+                              while (addresses >> address) local.push_back(address);
+                              for (const auto& choice : recursionChoices(a[0], local))
+                                  out += (out.empty() ? "" : " ") + choice;
+                              return out;
                           }}};
-    runCallTable(QUORVANE_HOST_DATA "/option_checks.txt", calls, 14);
+    runCallTable(QUORVANE_HOST_DATA "/option_checks.txt", calls, 16);
 }
 
 TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
@@ -68,15 +79,6 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     EXPECT_EQ(check.accepted.HOSTS, "/etc/hosts");
     EXPECT_EQ(check.accepted.DHCP, (std::vector<clDHCPif>{{"192.168.1.1", ".home.lan", "192.168.1.100",
                                                             "192.168.1.200", "255.255.255.0", "", 3600, true}}));
-}
-
-TEST(Options, RecursionChoices)
-{
-    EXPECT_EQ(recursionChoices("", {"192.168.1.10", "10.0.0.2"}),
-              (std::vector<std::string>{"<all>", "192.*.*.*", "192.168.*.*", "192.168.1.*", "10.*.*.*", "10.0.*.*",
-                                        "10.0.0.*", "127.0.0.1", "<none>"}));
-    EXPECT_EQ(recursionChoices("10.0.0.2", {"192.168.1.10", "10.0.0.2"}),
-              (std::vector<std::string>{"<all>", "10.*.*.*", "10.0.*.*", "10.0.0.*", "127.0.0.1", "<none>"}));
 }
 
 } // namespace quorvane::test

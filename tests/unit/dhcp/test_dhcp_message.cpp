@@ -1,6 +1,7 @@
 #include "dhcp/dhcp_message.h"
 #include "dhcp/lease_table.h"
 #include "dhcp_test_support.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
 
@@ -73,31 +74,11 @@ TEST(DhcpMessage, RequestsAreReadAndRepliesCarryTheirOptionsInOrder)
 
 TEST(DhcpMessage, AddedOptionsAreEncodedOrRefused)
 {
-    struct Case {
-        int code;
-        const char* value;
-        const char* hex; // the data in hexadecimal; nullptr: refused
+    const auto encode = [](const Args& a) {
+        const auto data = encodeDhcpOption(std::stoi(a[0]), a[1]);
+        return data ? HWToHex(*data) : "refused";
     };
-    const Case cases[] = {
-        {42, "10.0.0.5, 10.0.0.6", "0a0000050a000006"},
-        {119, "home.lan,corp.test", "04686f6d65036c616e0004636f72700474657374" "00"},
-        {119, "\"home.lan corp.test.\"", "04686f6d65036c616e0004636f72700474657374" "00"},
-        {26, "1400", "0578"},
-        {26, "40", nullptr}, // below the least MTU
-        {121, "10.1.0.0/16 10.0.0.254, 0.0.0.0/0 10.0.0.1", "100a010a0000fe" "000a000001"},
-        {121, "10.1.0.1/16 10.0.0.254", nullptr}, // host bits set
-        {66, "\"tftp.home.lan\"", "746674702e686f6d652e6c616e"},
-        {67, "\"pxelinux.0\"", "7078656c696e75782e30"},
-        {67, "pxelinux.0", nullptr}, // a name is text, in quotes
-        {2, "3600", "00000e10"},     // any other number: four bytes
-        {43, "hex:0102aB", "0102ab"},
-        {6, "10.0.0.9", nullptr},  // the server's own options cannot be replaced
-    };
-    for (const auto& c : cases) {
-        const auto data = encodeDhcpOption(c.code, c.value);
-        EXPECT_EQ(data ? HWToHex(*data) : "refused", c.hex ? HWToHex(HexToHW(c.hex)) : "refused")
-            << c.code << ' ' << c.value;
-    }
+    runCallTable(QUORVANE_DHCP_DATA "/added_options.txt", {{"Encode", encode}}, 13);
 }
 
 } // namespace

@@ -1,50 +1,40 @@
 // The list reader and the name set behind it: every line form, and the names each blocks or not.
 #include "filter/filter_set.h"
 #include "filter/list_reader.h"
+#include "support/call_table.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace quorvane::test {
+
+namespace {
+
+// One line read into a fresh set, then the questions asked of it.
+std::string readLine(const Args& a)
+{
+    FilterSet set;
+    ListReader reader(set.blocked, set.allowed);
+    reader.feed(a[0]);
+    reader.finish();
+    std::string out = std::to_string(reader.names()) + " read, " + std::to_string(reader.skipped()) + " skipped";
+    std::istringstream questions(a[1]);
+    std::string scratch;
+    const char* separator = ": ";
+    for (std::string name; questions >> name; separator = " ") {
+        const std::string_view by = set.blockedBy(name, scratch);
+        out += separator + name + '=' + (by.empty() ? "-" : std::string(by));
+    }
+    return out;
+}
+
+} // namespace
 
 TEST(ListReader, EachLineFormBlocksItsNameAndParentsOnly)
 {
-    struct Row {
-        std::string line;
-        size_t names, skipped;
-        std::vector<std::string> blocked, open; // questions, as they arrive
-    };
-    const std::vector<Row> rows = {
-        {"0.0.0.0 Ads.Example.COM", 1, 0, {"ads.example.com.", "x.y.ADS.example.com."}, {"example.com.", "bads.example.com."}},
-        {"127.0.0.1\tone.example two.example # comment", 2, 0, {"one.example.", "two.example."}, {"comment."}},
-        {":: six.example\r", 1, 0, {"six.example."}, {}},
-        {"0.0.0.0 localhost", 0, 0, {}, {"localhost."}},
-        {"0.0.0.0", 0, 1, {}, {}},
-        {"192.168.1.1 router.example", 0, 1, {}, {"router.example."}},
-        {"plain.example.", 1, 0, {"plain.example", "a.plain.example."}, {}},
-        {"*.wild.example", 1, 0, {"wild.example.", "w.wild.example."}, {}},
-        {"||adblock.example^", 1, 0, {"adblock.example.", "t.adblock.example."}, {}},
-        {"||mod.example^$third-party", 0, 1, {}, {"mod.example."}},
-        {"||path.example/ads^", 0, 1, {}, {"path.example."}},
-        {"example.org##.banner", 0, 1, {}, {"example.org."}},
-        {"# 0.0.0.0 commented.example", 0, 0, {}, {"commented.example."}},
-        {"! adblock comment", 0, 0, {}, {}},
-        {"bad_label!.example", 0, 1, {}, {}},
-        {"10.0.0.1", 0, 1, {}, {}},
-        {std::string(64, 'a') + ".example", 0, 1, {}, {}},
-        {"0.0.0.0 " + std::string(1100, 'b'), 0, 1, {}, {}},
-    };
-    for (const Row& row : rows) {
-        FilterSet set;
-        ListReader reader(set.blocked, set.allowed);
-        reader.feed(row.line);
-        reader.finish();
-        EXPECT_EQ(reader.names(), row.names) << row.line;
-        EXPECT_EQ(reader.skipped(), row.skipped) << row.line;
-        std::string scratch;
-        for (const auto& name : row.blocked) EXPECT_NE(set.blockedBy(name, scratch), "") << row.line << " / " << name;
-        for (const auto& name : row.open) EXPECT_EQ(set.blockedBy(name, scratch), "") << row.line << " / " << name;
-    }
+    runCallTable(QUORVANE_FILTER_DATA "/list_lines.txt", {{"Read", readLine}}, 18);
 }
 
 TEST(ListReader, ExceptionsAndAllowListWinAndLinesMaySpanPieces)

@@ -1,5 +1,6 @@
 #include "host/event_log.h"
 #include "net/error_hook.h"
+#include "support/call_table.h"
 #include "support/fake_clock.h"
 #include "support/temp_folder.h"
 
@@ -26,32 +27,21 @@ struct LogFixture {
 
 TEST(EventLog, LevelRulesDecideWhatIsKept)
 {
-    struct Case {
-        bool window, logDetail, logInOnly;
-        bool kept[4]; // levels 0..3
-    };
-    const Case cases[] = {
-        {true, true, false, {true, true, true, true}},
-        {true, false, false, {true, false, true, false}},
-        {true, false, true, {true, false, false, false}}, // LOGINONLY on, LOGDETAIL off: 1, 2 and 3 dropped
-        {true, true, true, {true, true, false, false}},   // LOGINONLY on, LOGDETAIL on: 1 kept, 3 dropped
-        {false, true, false, {false, false, false, false}}, // neither window nor file: nothing
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "window " << c.window << " detail " << c.logDetail << " inonly "
-                                        << c.logInOnly);
+    const auto levels = [](const Args& a) {
         LogFixture f;
-        f.log.setActiveLogOpen(c.window);
-        f.log.configure(c.logDetail, c.logInOnly, false);
+        f.log.setActiveLogOpen(a[0] == "1");
+        f.log.configure(a[1] == "1", a[2] == "1", false);
+        std::string kept;
         for (int level = 0; level < 4; ++level) {
             f.shown.clear();
             f.log.AddLine(level, "line");
-            EXPECT_EQ(!f.shown.empty(), c.kept[level]) << "level " << level;
-            EXPECT_EQ(f.log.wants(level), c.kept[level]) << "level " << level;
+            if (!f.shown.empty() != f.log.wants(level)) return "shown and wanted differ at " + std::to_string(level);
+            if (f.log.wants(level)) kept += std::to_string(level) + ' ';
         }
-        EXPECT_EQ(f.log.activeLog().empty(), !c.window);
-        EXPECT_FALSE(std::filesystem::exists(f.folder.path() / "logs"));
-    }
+        if (std::filesystem::exists(f.folder.path() / "logs")) return std::string("a file was written");
+        return kept + (f.log.activeLog().empty() ? "" : "window");
+    };
+    runCallTable(QUORVANE_HOST_DATA "/log_levels.txt", {{"Levels", levels}}, 5);
 }
 
 TEST(EventLog, ThreeHundredLineWindow)

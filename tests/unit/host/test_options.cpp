@@ -1,6 +1,9 @@
 #include "host/options.h"
+#include "support/call_table.h"
 
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 namespace quorvane::test {
 
@@ -20,51 +23,43 @@ clDHCPif office()
 
 bool exists(const std::string& path) { return path == "/etc/hosts"; }
 
+// Sets one field named as "FIELD=value" on the settings or the DHCP interface.
+void change(Settings& s, clDHCPif& d, const std::string& field)
+{
+    const size_t equals = field.find('=');
+    const std::string name = field.substr(0, equals), value = field.substr(equals + 1);
+    const std::map<std::string, std::string*> texts{{"NAME", &s.NAME},         {"HOSTS", &s.HOSTS},
+                                                    {"Domain", &d.Domain},     {"ScopeFrom", &d.ScopeFrom},
+                                                    {"ScopeTo", &d.ScopeTo},   {"Subnet", &d.Subnet},
+                                                    {"Gateway", &d.Gateway}};
+    if (name == "RECURSIONOUT") s.RECURSIONOUT = value == "YES";
+    else if (name == "TTL") d.TTL = std::stoi(value);
+    else *texts.at(name) = value;
+}
+
 } // namespace
 
-// The first failure in the dialog's order, and the tab that shows it.
-TEST(Options, FirstFailureInDialogOrder)
+TEST(Options, FirstFailureInDialogOrderAndRecursionChoices)
 {
-    using Change = std::function<void(Settings&, clDHCPif&)>;
-    const auto dhcp = [](std::function<void(clDHCPif&)> change) {
-        return Change([change](Settings&, clDHCPif& d) { change(d); });
-    };
-    struct Case {
-        Change change;
-        const char* message;
-        OptionsTab tab;
-    };
-    const char* const forwarding = "Please add at least one external DNS server\nIP Address to use forwarding!";
-    const Case cases[] = {
-        {[](Settings& s, clDHCPif& d) { s.NAME.clear(); s.RECURSIONOUT = true; d.TTL = 0; },
-         "Please enter server name!", OptionsTab::General},
-        {[](Settings& s, clDHCPif& d) { s.RECURSIONOUT = true; s.HOSTS = "/nowhere"; d.TTL = 0; }, forwarding,
-         OptionsTab::Forwarding},
-        {[](Settings& s, clDHCPif& d) { s.HOSTS = "/nowhere/hosts"; d.TTL = 0; },
-         "The specified 'Hosts' file does not exist!", OptionsTab::General},
-        {dhcp([](clDHCPif& d) { d.Domain = "..."; }), "Please enter domain name for DHCP!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.ScopeTo.clear(); }), "Please enter from and to IP-Addresses!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.Subnet = "255.0.255.0"; }), "Invalid subnet mask for DHCP!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.ScopeFrom = "192.168.2.100"; }),
-         "DHCP IP-Addresses must be on the same subnet as interface!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.ScopeFrom = "192.168.1.0"; }), "Invalid DHCP From IP-Address!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.ScopeTo = "192.168.1.255"; }), "Invalid DHCP To IP-Address!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.Gateway = "10.0.0.1"; }), "DHCP Gateway must be on the same subnet as interface!",
-         OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.Gateway = "192.168.1.255"; }), "Invalid DHCP default gateway IP-Address!",
-         OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.TTL = 0; }), "The Lease Period cannot be zero!", OptionsTab::Dhcp},
-        {dhcp([](clDHCPif& d) { d.Domain = ""; d.TTL = 0; }), "Please enter domain name for DHCP!", OptionsTab::Dhcp},
-    };
-    for (const auto& c : cases) {
-        Settings s = valid();
-        clDHCPif d = office();
-        c.change(s, d);
-        const auto check = checkOptions(s, {d}, exists);
-        ASSERT_TRUE(check.error) << c.message;
-        EXPECT_EQ(check.error->message, c.message);
-        EXPECT_EQ(check.error->tab, c.tab) << c.message;
-    }
+    const Calls calls = {{"Check", [](const Args& a) {
+                              Settings s = valid();
+                              clDHCPif d = office();
+                              for (const auto& field : a) change(s, d, field);
+                              const auto check = checkOptions(s, {d}, exists);
+                              const char* const tabs[] = {"General", "Forwarding", "Logging", "Blocking", "Dhcp"};
+                              if (!check.error) return std::string("accepted");
+                              return tabs[static_cast<int>(check.error->tab)] + (": " + check.error->message);
+                          }},
+                         {"Choices", [](const Args& a) {
+                              std::istringstream addresses(a[1]);
+                              std::string out, address;
+                              std::vector<std::string> local;
+                              while (addresses >> address) local.push_back(address);
+                              for (const auto& choice : recursionChoices(a[0], local))
+                                  out += (out.empty() ? "" : " ") + choice;
+                              return out;
+                          }}};
+    runCallTable(QUORVANE_HOST_DATA "/option_checks.txt", calls, 16);
 }
 
 TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
@@ -84,15 +79,6 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     EXPECT_EQ(check.accepted.HOSTS, "/etc/hosts");
     EXPECT_EQ(check.accepted.DHCP, (std::vector<clDHCPif>{{"192.168.1.1", ".home.lan", "192.168.1.100",
                                                             "192.168.1.200", "255.255.255.0", "", 3600, true}}));
-}
-
-TEST(Options, RecursionChoices)
-{
-    EXPECT_EQ(recursionChoices("", {"192.168.1.10", "10.0.0.2"}),
-              (std::vector<std::string>{"<all>", "192.*.*.*", "192.168.*.*", "192.168.1.*", "10.*.*.*", "10.0.*.*",
-                                        "10.0.0.*", "127.0.0.1", "<none>"}));
-    EXPECT_EQ(recursionChoices("10.0.0.2", {"192.168.1.10", "10.0.0.2"}),
-              (std::vector<std::string>{"<all>", "10.*.*.*", "10.0.*.*", "10.0.0.*", "127.0.0.1", "<none>"}));
 }
 
 } // namespace quorvane::test

@@ -1,5 +1,6 @@
 // The support report against golden copies; the program folder's path reads as <folder> in them.
 #include "host/support_report.h"
+#include "support/call_table.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -41,8 +42,7 @@ void expectGolden(const std::string& text, const TempFolder& folder, const char*
             line.replace(at, path.size(), "<folder>");
         shown += line + '\n';
     }
-    std::ifstream golden(std::string(QUORVANE_HOST_DATA "/") + name, std::ios::binary);
-    EXPECT_EQ(shown, std::string(std::istreambuf_iterator<char>(golden), {})) << name;
+    expectGoldenFile(std::string(QUORVANE_HOST_DATA "/") + name, shown);
 }
 
 } // namespace

@@ -18,14 +18,7 @@ zone_file 1 10.0.0.80
 start_server "$folder"
 wait_for 'DNS service started on 127\.0\.0\.1$'
 dir="$WORK/nsd-127.0.0.11"
-start_peer nsd 127.0.0.11 <<CONF
-zone:
-    name: "office.test"
-    zonefile: "$dir/office.test.zone"
-    request-xfr: 127.0.0.1 NOKEY
-    allow-notify: 127.0.0.1 NOKEY
-    outgoing-interface: 127.0.0.11
-CONF
+start_peer nsd 127.0.0.11 <"$CASE_DIR/nsd.conf"
 
 serial() { dig @"$1" +tries=1 +time=1 +norec +short office.test SOA 2>/dev/null | awk '{ print $3 }'; }
 serial_is() { [ "$(serial "$1")" = "$2" ]; }

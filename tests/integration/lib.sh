@@ -111,8 +111,9 @@ root_zone() {
 }
 
 # Starts a peer: $1 is nsd, knot, bind or unbound, listening on address $2 (port 53; unbound on 853
-# with the certificate $PEER_KEY/$PEER_PEM), in folder $WORK/$1-$2 (PEER_DIR). Standard input
-# holds the rest of its configuration: NSD's zone: sections, Knot's remote/acl/template/zone,
+# with the certificate $PEER_KEY/$PEER_PEM), in folder $WORK/$1-$2 (PEER_DIR). Its configuration
+# starts with tests/data/peers/$1.conf, with @DIR@, @ADDRESS@, @KEY@ and @PEM@ filled in; standard
+# input holds the rest: NSD's zone: sections, Knot's remote/acl/template/zone,
 # BIND's zones, Unbound's stub zones. BIND listens only on addresses that an interface has and
 # sends every transfer, query and NOTIFY from $2; named runs as a copy, since Debian's AppArmor
 # profile for /usr/sbin/named keeps it out of $WORK. Sets PEER_PID.
@@ -121,79 +122,8 @@ start_peer() {
     PEER_DIR="$WORK/$1-$2"
     local dir=$PEER_DIR
     mkdir -p "$dir"
-    case $kind in
-    nsd) cat <<CONF ;;
-server:
-    ip-address: $address
-    port: 53
-    server-count: 1
-    do-ip6: no
-    username: ""
-    chroot: ""
-    zonesdir: "$dir"
-    database: ""
-    pidfile: "$dir/nsd.pid"
-    zonelistfile: "$dir/zone.list"
-    xfrdfile: "$dir/xfrd.state"
-    xfrdir: "$dir"
-    logfile: "$dir/nsd.log"
-    rrl-ratelimit: 0
-remote-control:
-    control-enable: no
-CONF
-    knot) cat <<CONF ;;
-server:
-    listen: $address@53
-    rundir: "$dir"
-    pidfile: "$dir/knot.pid"
-    udp-workers: 1
-    tcp-workers: 1
-    background-workers: 1
-control:
-    listen: "$dir/knot.sock"
-log:
-  - target: stdout
-    any: info
-database:
-    storage: "$dir"
-CONF
-    bind) cat <<CONF ;;
-options {
-    directory "$dir";
-    pid-file "$dir/named.pid";
-    session-keyfile "$dir/session.key";
-    managed-keys-directory "$dir";
-    listen-on { $address; };
-    listen-on-v6 { none; };
-    query-source address $address;
-    transfer-source $address;
-    notify-source $address;
-    notify-delay 0;
-    notify no;
-    allow-transfer { 127.0.0.1; };
-    recursion no;
-    dnssec-validation no;
-};
-controls { };
-CONF
-    unbound) cat <<CONF ;;
-server:
-    interface: $address@853
-    tls-service-key: "$PEER_KEY"
-    tls-service-pem: "$PEER_PEM"
-    do-ip6: no
-    username: ""
-    chroot: ""
-    directory: "$dir"
-    pidfile: "$dir/unbound.pid"
-    use-syslog: no
-    logfile: "$dir/unbound.log"
-    do-not-query-localhost: no
-    module-config: "iterator"
-remote-control:
-    control-enable: no
-CONF
-    esac >"$dir/$kind.conf"
+    sed -e "s|@DIR@|$dir|g" -e "s|@ADDRESS@|$address|g" -e "s|@KEY@|${PEER_KEY:-}|g" -e "s|@PEM@|${PEER_PEM:-}|g" \
+        "$(dirname "${BASH_SOURCE[0]}")/../data/peers/$kind.conf" >"$dir/$kind.conf"
     cat >>"$dir/$kind.conf"
     case $kind in
     nsd)

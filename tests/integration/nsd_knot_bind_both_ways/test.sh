@@ -28,15 +28,7 @@ dir_of() { echo "$WORK/$(peer_of "$1")-$(primary_of "$1")"; }
 # version N, so that a record kept from an older version is caught. Short timers: refresh and
 # retry 5 s, expire 20 s.
 zone_text() {
-    cat <<ZONE
-\$ORIGIN $1.
-\$TTL 5
-@       IN SOA ns.$1. admin.$1. ( 202612010$2 5 5 20 5 )
-        IN NS  ns
-ns      IN A   $(primary_of "$1")
-www     IN A   192.0.2.$2
-only$2   IN TXT "version $2"
-ZONE
+    sed -e "s/@ZONE@/$1/g" -e "s/@PRIMARY@/$(primary_of "$1")/g" -e "s/@V@/$2/g" "$CASE_DIR/peers/primary.zone"
 }
 write_zones() { # version $1, into each primary's folder
     local zone file
@@ -51,37 +43,11 @@ write_zones() { # version $1, into each primary's folder
 # Version $1 of Quorvane's own zone, written to file $2: the serial, web's address and the TXT
 # follow it, and onlyN exists only in version N.
 own_zone() {
-    cat >"$2.part" <<ZONE
-; Notify 127.0.0.21 127.0.0.22 127.0.0.23 127.0.0.25
-; NotSecure
-@       IN SOA ns1.example.test. admin.example.test. ( 202611230$1 ; serial
-                3600 600 86400 300 )
-        IN NS   ns1
-        IN NS   ns2
-        IN MX   10 mail
-ns1     IN A    127.0.0.1
-ns2     IN A    127.0.0.21
-mail    IN A    192.0.2.25
-www     IN CNAME web
-web     IN A    192.0.2.8$1
-txt     IN TXT  "version $1"
-only$1   IN A    192.0.2.$1
-ZONE
+    sed "s/@V@/$1/g" "$CASE_DIR/own.zone" >"$2.part"
     mv "$2.part" "$2"
 }
 # What every secondary must answer for version $1, in the form view prints.
-expected() {
-    sort <<ANSWERS
-example.test. SOA ns1.example.test. admin.example.test. 202611230$1 3600 600 86400 300
-example.test. NS ns1.example.test.
-example.test. NS ns2.example.test.
-example.test. MX 10 mail.example.test.
-www.example.test. CNAME web.example.test.
-web.example.test. A 192.0.2.8$1
-txt.example.test. TXT "version $1"
-only$1.example.test. A 192.0.2.$1
-ANSWERS
-}
+expected() { sed "s/@V@/$1/g" "$CASE_DIR/expected.txt" | sort; }
 # The answers of server $1 to a fixed set of questions, without TTL and class, sorted.
 view() {
     local question

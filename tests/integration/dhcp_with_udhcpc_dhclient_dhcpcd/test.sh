@@ -9,12 +9,7 @@
 # DhcpServer.FixedAddressesGoToTheirOwnersOnly.)
 folder="$WORK/folder"
 dhcp_folder "$folder"
-cat >>"$folder/quorvane.ini" <<'INI'
-DHCPFixed: 0277000000aa 10.77.0.120 printer
-DHCPFixedNames: YES
-DHCPOption: 10.77.0.1 42 10.77.0.5,10.77.0.6
-DHCPOption: 10.77.0.1 119 home.lan,corp.test
-INI
+cat "$CASE_DIR/settings.ini" >>"$folder/quorvane.ini"
 dhcp_link
 start_server "$folder"
 wait_for 'DHCP service started on 10\.77\.0\.1$'
@@ -125,12 +120,7 @@ ended
 
 # --- ISC dhclient: a renewal time of its own (the server sends none) has it renew after 2 s; -r
 # stops it and releases ---------------------------------------------------------------------------
-cat >"$WORK/dhclient.conf" <<'CONF'
-send host-name "pc-dhclient";
-supersede dhcp-renewal-time 2;
-timeout 20;
-CONF
-dhclient=(-4 -v -cf "$WORK/dhclient.conf" -lf "$WORK/dhclient.leases" -pf "$WORK/dhclient.pid"
+dhclient=(-4 -v -cf "$CASE_DIR/dhclient.conf" -lf "$WORK/dhclient.leases" -pf "$WORK/dhclient.pid"
     -sf "$WORK/record.sh" qc0)
 lease dhclient 02:77:00:00:00:02 dhclient -d -1 "${dhclient[@]}"
 renewed
@@ -140,16 +130,7 @@ released
 ended
 
 # --- dhcpcd: -N renews, -k releases and ends it ----------------------------------------------------
-cat >"$WORK/dhcpcd.conf" <<CONF
-hostname pc-dhcpcd
-clientid
-ipv4only
-noipv4ll
-noarp
-nodev
-option domain_name_servers, domain_name
-script $WORK/record.sh
-CONF
+sed "s|@SCRIPT@|$WORK/record.sh|" "$CASE_DIR/dhcpcd.conf" >"$WORK/dhcpcd.conf"
 lease dhcpcd 02:77:00:00:00:03 dhcpcd -f "$WORK/dhcpcd.conf" -B -t 20 qc0
 in_clients dhcpcd -N qc0 >>"$WORK/dhcpcd.log" 2>&1 || fail "dhcpcd -N: $(cat "$WORK/dhcpcd.log")"
 renewed

@@ -11,13 +11,7 @@ for mode in garbage stall close not-soa rcode5; do
     n=$((n + 1))
     python3 "$CASE_DIR/bad_primary.py" "127.0.0.3$n" "$mode" 120 >"$WORK/bad$n.out" 2>&1 &
     started $!
-    cat >"$folder/data/bad$n.test.dns" <<ZONE
-; PrimaryIP 127.0.0.3$n
-@       60 IN SOA ns.bad$n.test. admin.bad$n.test. 1 5 5 86400 60
-@       60 IN NS  ns
-ns      60 IN A   127.0.0.3$n
-www     60 IN A   10.0.0.$n
-ZONE
+    sed "s/@N@/$n/g" "$CASE_DIR/bad.zone" >"$folder/data/bad$n.test.dns"
     cp "$folder/data/bad$n.test.dns" "$WORK/bad$n.before"
 done
 offers_serial_2() { dig @"127.0.0.3$1" +tries=1 +time=1 +short "bad$1.test" SOA | grep -q ' 2 5 5 '; }

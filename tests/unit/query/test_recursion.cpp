@@ -1,6 +1,5 @@
 // Resolution through other servers: forwarders that fail or answer, referrals from the root down,
-// sub-requests for name servers without glue, SPOOFSECURE, the outgoing identifiers and the cap on
-// waiting requests.
+// sub-requests for name servers without glue, SPOOFSECURE and the cap on waiting requests.
 #include "support/golden_questions.h"
 #include "wire/addresses.h"
 
@@ -290,15 +289,6 @@ TEST(Recursion, AnsweredRequestsStopCountingAgainstTheCapAtOnce)
         longest = std::max(longest, flood.dns.resolver().PendingRequests.size());
     }
     EXPECT_LE(longest, kSweepFinished);
-}
-
-TEST(Recursion, QueryIdentifiersWrapToOne)
-{
-    QueryIdCounter ids;
-    EXPECT_EQ(ids.next(), 1);
-    for (int i = 2; i < 65535; ++i) ids.next();
-    EXPECT_EQ(ids.next(), 65535);
-    EXPECT_EQ(ids.next(), 1);
 }
 
 } // namespace quorvane::test

@@ -66,7 +66,10 @@ TEST(OutgoingQueries, EachAnswerGoesToTheOwnerOfItsIdentifierForAWhile)
     outgoing.datagram({}, answerTo(checked));
     EXPECT_EQ((std::vector{zoneCheck.udp, unclaimed.udp}), (std::vector{2, 4}));
 
-    // Hardened, a random identifier is never one that is still held.
+    // Counted identifiers wrap from 65535 to 1; hardened, a random one is never one still held.
+    QueryIdCounter ids;
+    for (int i = 1; i < 65535; ++i) ids.next();
+    EXPECT_EQ((std::vector{ids.next(), ids.next()}), (std::vector{65535, 1}));
     outgoing.open(true);
     std::set<int32_t> held;
     for (int i = 0; i < 5000; ++i) EXPECT_TRUE(held.insert(outgoing.newQuery(resolver)).second);

@@ -1,12 +1,13 @@
 // Resolution through other servers: forwarders that fail or answer, referrals from the root down,
-// sub-requests for name servers without glue, SPOOFSECURE, the outgoing identifiers and the cap on
-// waiting requests.
+// sub-requests for name servers without glue, SPOOFSECURE and the cap on waiting requests.
+#include "support/call_table.h"
 #include "support/golden_questions.h"
 #include "wire/addresses.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 namespace quorvane::test {
 
@@ -60,6 +61,63 @@ struct Resolver : DnsFixture {
         dns.ProcAns({ip(from), 53}, makeAnswer(q.message, rcode, aa, records));
     }
     DecodedReply reply() const { return host.replies.empty() ? DecodedReply{} : decodeReply(host.replies.back().message); }
+
+    // Replays a script of the data folder. Its blocks: a step ("ask NAME TYPE", "answer FROM RCODE [aa]",
+    // "tick SECOND" or "wait SECONDS"), the records of an answer ("+ SECTION NAME TYPE DATA TTL"; a SOA's data is its
+    // minimum), then all the step gives: the replies to the client, log lines and queries sent.
+    void replay(const std::string& name)
+    {
+        std::istringstream in(readData(name) + "\n");
+        std::string out, step;
+        std::vector<WireRecord> records;
+        for (std::string line; std::getline(in, line);) {
+            if (line.starts_with('#') || line.starts_with("+ ") || (step.empty() && !line.empty())) out += line + '\n';
+            if (line.starts_with("+ ")) {
+                records.push_back(record(line.substr(2)));
+            } else if (line.empty()) {
+                if (!step.empty()) out += outcome(step, records) + '\n';
+                step.clear();
+                records.clear();
+            } else if (step.empty() && !line.starts_with('#')) {
+                step = line;
+            }
+        }
+        expectGoldenFile(QUORVANE_SCENARIO_DATA "/" + name, out);
+    }
+    static WireRecord record(const std::string& text)
+    {
+        std::istringstream words(text);
+        int section;
+        std::string owner, type, data;
+        uint32_t ttl;
+        words >> section >> owner >> type >> data >> ttl;
+        if (type == "A") return wireA(section, owner, data, ttl);
+        if (type == "SOA") return wireSoa(owner, ttl, static_cast<uint32_t>(std::stoul(data)), 1, section);
+        return wireName(section, owner, typeCode(type), data, ttl);
+    }
+    std::string outcome(const std::string& step, const std::vector<WireRecord>& records)
+    {
+        const size_t replied = host.replies.size(), sent = rig.queries().size();
+        host.lines.clear();
+        std::istringstream words(step);
+        std::string verb, first, second, third;
+        words >> verb >> first >> second >> third;
+        if (verb == "ask") ask(first, typeCode(second));
+        else if (verb == "answer") answer(first, std::stoi(second), third == "aa", records);
+        else if (verb == "tick") tickAt(std::stoi(first));
+        else clock.advance(std::chrono::seconds(std::stoi(first)));
+        std::ostringstream out;
+        for (size_t i = replied; i < host.replies.size(); ++i) {
+            const DecodedReply r = decodeReply(host.replies[i].message);
+            out << "reply " << r.qname << " rcode " << r.rcode << (r.aa ? " aa" : "") << (r.ra ? " ra" : "") << '\n';
+            for (const auto& rec : r.records)
+                out << rec.section << ' ' << rec.name << ' ' << RTypeN(rec.type) << ' ' << rec.data << " ttl " << rec.ttl
+                    << '\n';
+        }
+        for (const auto& line : host.lines) out << "log " << line << '\n';
+        for (size_t i = sent; i < rig.queries().size(); ++i) out << "sent " << queries()[i] << '\n';
+        return out.str();
+    }
 };
 
 QuerySettings forwarding(std::vector<std::string> forwarders)
@@ -79,25 +137,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
 {
     Resolver r(forwarding({"127.0.0.2", "127.0.0.3"}));
     r.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
-    r.ask("www.example.org.");
-    std::vector<std::pair<int, std::string>> sent{{0, "127.0.0.2"}};
-    for (int second = 1; second <= 14; ++second) {
-        const size_t before = r.rig.queries().size();
-        r.tickAt(second);
-        for (size_t i = before; i < r.rig.queries().size(); ++i)
-            sent.emplace_back(second, addressText(r.rig.queries()[i].to.address));
-    }
-    // One-second waits while both are listed, alternating; each drops out after its fifth query,
-    // and the last one left waits two seconds.
-    const std::vector<std::pair<int, std::string>> expected{
-        {0, "127.0.0.2"}, {2, "127.0.0.3"}, {3, "127.0.0.2"}, {4, "127.0.0.3"}, {5, "127.0.0.2"},
-        {6, "127.0.0.3"}, {7, "127.0.0.2"}, {8, "127.0.0.3"}, {9, "127.0.0.2"}, {10, "127.0.0.3"}};
-    EXPECT_EQ(sent, expected);
-    EXPECT_EQ(r.queries().front(), "127.0.0.2 www.example.org. 1 rd"); // forwarders are asked to recurse
-
-    ASSERT_EQ(r.host.replies.size(), 1u);
-    EXPECT_EQ(r.reply().rcode, 2);
-    EXPECT_TRUE(r.reply().ra);
+    r.replay("recursion_silent_forwarders.txt");
     EXPECT_EQ(r.rig.counters.ReplyCount, 1u);
     EXPECT_EQ(r.host.dailyLogs, Lines{"fail.log: 10:00:12   DNS Request from 10.0.0.5 about A-record for "
                                       "www.example.org.:\r\n10:00:12   -> Authoritative DNS servers did not "
@@ -115,40 +155,7 @@ TEST(Recursion, SilentForwardersAreTriedInTurnThenTheClientGetsAServerFailure)
 TEST(Recursion, ForwardedAnswersAreCachedAndServeTheNextQuestion)
 {
     Resolver r(forwarding({"127.0.0.2", "127.0.0.3"}));
-    r.ask("www.example.org.");
-    // A server failure from the first forwarder sends the question on to the second at once.
-    r.answer("127.0.0.2", 2, false, {});
-    EXPECT_EQ(r.queries(), (Lines{"127.0.0.2 www.example.org. 1 rd", "127.0.0.3 www.example.org. 1 rd"}));
-    r.answer("127.0.0.3", 0, false,
-             {wireName(2, "www.example.org.", 5, "web.example.org.", 300), wireA(2, "web.example.org.", "192.0.2.8", 300)});
-    auto reply = r.reply();
-    EXPECT_EQ(reply.rcode, 0);
-    EXPECT_FALSE(reply.aa);
-    EXPECT_EQ(reply.section(2), (Lines{"www.example.org. CNAME web.example.org.", "web.example.org. A 192.0.2.8"}));
-    EXPECT_EQ(reply.records[1].ttl, 300);
-
-    // Asked again a minute later: from the cache, with the TTL counted down, and nothing sent.
-    r.clock.advance(60s);
-    r.ask("www.example.org.");
-    EXPECT_EQ(r.rig.queries().size(), 2u);
-    EXPECT_EQ(r.reply().records[1].ttl, 240);
-
-    // A name error is kept for the SOA's minimum and answered from the cache.
-    r.ask("gone.example.org.");
-    r.answer("127.0.0.2", 3, true, {wireSoa("example.org.", 3600, 900)});
-    EXPECT_EQ(r.reply().rcode, 3);
-    r.clock.advance(800s);
-    r.ask("gone.example.org.");
-    EXPECT_EQ(r.rig.queries().size(), 3u);
-    EXPECT_EQ(r.reply().rcode, 3);
-
-    // No records of the type: kept likewise, with an empty answer.
-    r.ask("www.example.org.", 15);
-    r.answer("127.0.0.2", 0, true, {wireSoa("example.org.", 60, 900)});
-    r.ask("www.example.org.", 15);
-    EXPECT_EQ(r.rig.queries().size(), 4u);
-    EXPECT_EQ(r.reply().rcode, 0);
-    EXPECT_TRUE(r.reply().section(2).empty());
+    r.replay("recursion_forwarded.txt");
 }
 
 TEST(Recursion, AnAliasInOurZoneIsFollowedOutsideIt)
@@ -156,12 +163,7 @@ TEST(Recursion, AnAliasInOurZoneIsFollowedOutsideIt)
     Resolver r(forwarding({"127.0.0.2"}));
     r.addZone("home.lan.", "@ IN SOA ns.home.lan. admin.home.lan. 1 3600 600 86400 300\n"
                            "mail IN CNAME mail.provider.example.\n");
-    r.ask("mail.home.lan.");
-    EXPECT_EQ(r.queries(), Lines{"127.0.0.2 mail.provider.example. 1 rd"});
-    r.answer("127.0.0.2", 0, false, {wireA(2, "mail.provider.example.", "192.0.2.25")});
-    EXPECT_EQ(r.reply().section(2), (Lines{"mail.home.lan. CNAME mail.provider.example.",
-                                           "mail.provider.example. A 192.0.2.25"}));
-    EXPECT_TRUE(r.reply().aa);
+    r.replay("recursion_alias.txt");
 }
 
 TEST(Recursion, ForwardRulesSendTheirDomainsToTheirOwnServers)
@@ -181,41 +183,13 @@ TEST(Recursion, ForwardRulesSendTheirDomainsToTheirOwnServers)
     settings.forwardRules = rules;
     Resolver r(settings);
     r.clock.set(fromCalendar({2026, 11, 22, 10, 0, 0}) + 0.5 / kSecondsPerDay);
-    r.ask("mail.corp.test.");
-    for (int second = 1; second <= 12; ++second) r.tickAt(second);
-    EXPECT_EQ(r.rig.queries().size(), 5u);
-    for (const auto& line : r.queries()) EXPECT_TRUE(line.starts_with("127.0.0.4 ")) << line;
-    EXPECT_EQ(r.reply().rcode, 2);
+    r.replay("recursion_silent_rule.txt");
 }
 
 TEST(Recursion, ResolvesFromTheRootThroughReferralsAndGluelessServers)
 {
     Resolver r({}, kRootHints);
-    r.ask("www.example.test.");
-    // From the root down: a referral with glue, then one whose server has no glue, whose address
-    // a sub-request looks up first.
-    r.answer("127.0.0.2", 0, false, {wireName(3, "test.", 2, "ns.test."), wireA(4, "ns.test.", "127.0.0.3")});
-    r.answer("127.0.0.3", 0, false, {wireName(3, "example.test.", 2, "ns.elsewhere.test.")});
-    r.answer("127.0.0.3", 0, true, {wireA(2, "ns.elsewhere.test.", "127.0.0.4")});
-    r.answer("127.0.0.4", 0, true,
-             {wireName(2, "www.example.test.", 5, "host.example.test."), wireA(2, "host.example.test.", "192.0.2.80")});
-    EXPECT_EQ(r.queries(), (Lines{"127.0.0.2 www.example.test. 1", "127.0.0.3 www.example.test. 1",
-                                  "127.0.0.3 ns.elsewhere.test. 1", "127.0.0.4 www.example.test. 1"}));
-    ASSERT_EQ(r.host.replies.size(), 1u); // the sub-request answered its parent, not a client
-    EXPECT_EQ(r.reply().section(2),
-              (Lines{"www.example.test. CNAME host.example.test.", "host.example.test. A 192.0.2.80"}));
-    EXPECT_NE(std::find(r.host.lines.begin(), r.host.lines.end(),
-                        "Sending request to 127.0.0.4 (example.test.) for A-record for www.example.test."),
-              r.host.lines.end());
-
-    // The next name of that zone goes straight to its server.
-    r.ask("mail.example.test.");
-    EXPECT_EQ(r.queries().back(), "127.0.0.4 mail.example.test. 1");
-
-    // A server that answers with nothing of use (no records, no referral) is dropped for the next.
-    r.ask("other.test.");
-    r.answer("127.0.0.3", 0, false, {});
-    EXPECT_EQ(r.reply().rcode, 2); // the zone's only server is gone
+    r.replay("recursion_root.txt");
 }
 
 TEST(Recursion, SpoofSecureKeepsOnlyRecordsOfTheAskedServersZone)
@@ -223,14 +197,7 @@ TEST(Recursion, SpoofSecureKeepsOnlyRecordsOfTheAskedServersZone)
     QuerySettings settings;
     settings.spoofSecure = true;
     Resolver r(settings, kRootHints);
-    r.ask("www.example.test.");
-    r.answer("127.0.0.2", 0, false, {wireName(3, "example.test.", 2, "ns.example.test."), wireA(4, "ns.example.test.", "127.0.0.4")});
-    r.answer("127.0.0.4", 0, true,
-             {wireA(2, "www.example.test.", "192.0.2.80"), wireA(4, "bank.other.", "6.6.6.6"),
-              wireName(3, "other.", 2, "ns.example.test.")});
-    EXPECT_NE(std::find(r.host.lines.begin(), r.host.lines.end(), "Reply from 127.0.0.4: Ignored - Not authority!"),
-              r.host.lines.end());
-    EXPECT_EQ(r.reply().section(2), Lines{"www.example.test. A 192.0.2.80"});
+    r.replay("recursion_spoof_secure.txt");
     EXPECT_TRUE(r.store.records("bank.other.").empty());
     EXPECT_TRUE(r.store.records("other.").empty());
 }
@@ -290,15 +257,6 @@ TEST(Recursion, AnsweredRequestsStopCountingAgainstTheCapAtOnce)
         longest = std::max(longest, flood.dns.resolver().PendingRequests.size());
     }
     EXPECT_LE(longest, kSweepFinished);
-}
-
-TEST(Recursion, QueryIdentifiersWrapToOne)
-{
-    QueryIdCounter ids;
-    EXPECT_EQ(ids.next(), 1);
-    for (int i = 2; i < 65535; ++i) ids.next();
-    EXPECT_EQ(ids.next(), 65535);
-    EXPECT_EQ(ids.next(), 1);
 }
 
 } // namespace quorvane::test

@@ -16,6 +16,10 @@ constexpr size_t kMaxLabel = 63;
 // A name of at most 255 bytes holds at most 127 labels, and each pointer of a sensible chain leads to
 // at least one of them; a longer chain is a loop and ends the name as unreadable.
 constexpr int kMaxPointerHops = 127;
+// A name takes at most 255 bytes in wire form, so its text (without the final zero byte) at most 254.
+// Pointers can make a longer one out of a few bytes; it ends as unreadable, and nothing past the
+// limit is copied, so a hostile message cannot make a name cost more than its bytes.
+constexpr size_t kMaxNameText = 254;
 
 unsigned byteAt(std::string_view bytes, size_t at)
 {
@@ -46,6 +50,8 @@ std::string& scratch()
 // pointer; 0 when those bytes are cut short, and then nothing is appended.
 size_t readName(std::string_view message, std::string_view wire, std::string& text)
 {
+    const size_t nameStart = text.size();
+    const auto tooLong = [&] { return text.size() - nameStart > kMaxNameText; };
     size_t taken = 0;
     for (int hops = 0;; ++hops) {
         const size_t stretchStart = text.size();
@@ -62,18 +68,19 @@ size_t readName(std::string_view message, std::string_view wire, std::string& te
         // Length bytes 64-191 have no defined meaning; they are read as labels of that length.
         while (length > 0 && length < kPointerMark) {
             if (wire.size() < at + length + 2) return cutShort();
-            appendLabel(text, wire.substr(at + 1, length));
+            if (!tooLong()) appendLabel(text, wire.substr(at + 1, length));
             at += length + 1;
             length = byteAt(wire, at);
         }
         if (length == 0) {
+            if (tooLong()) text += kIncompleteName;
             if (text.size() == stretchStart) text += '.';
             return hops == 0 ? at + 1 : taken;
         }
         if (wire.size() < at + 2) return cutShort();
         if (hops == 0) taken = at + 2;
         const size_t offset = (length & 0x3F) << 8 | byteAt(wire, at + 1);
-        if (offset >= message.size() || hops == kMaxPointerHops) {
+        if (offset >= message.size() || hops == kMaxPointerHops || tooLong()) {
             text += kIncompleteName;
             return taken;
         }

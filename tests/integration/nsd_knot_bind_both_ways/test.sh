@@ -134,14 +134,22 @@ for zone in $ZONES; do
 done
 start=$SECONDS
 # True when every notified zone is served anew and its notification logged; the others are in
-# $late, which is reported after the checks that follow.
+# $late, which is reported after the checks that follow. A primary still busy with its own reload
+# may drop the transfer its NOTIFY asked for (NSD does at times); such a zone is in $retried and
+# must come with the next poll.
 notified_served() {
-    local zone
-    late=""
+    local zone failed
+    late="" retried=""
     for zone in n-nsd.test n-knot.test n-bind.test; do
         serves "$zone" 2 &&
-            [ "$(count_lines "Zone Update Notification from $(primary_of "$zone") about ${zone//./\\.}\\.( \\(TCP\\))?")" -ge 1 ] ||
+            [ "$(count_lines "Zone Update Notification from $(primary_of "$zone") about ${zone//./\\.}\\.( \\(TCP\\))?")" -ge 1 ] &&
+            continue
+        failed=$(count_lines "Failed to receive Zone Transfer from $(primary_of "$zone") for ${zone//./\\.}\\.")
+        if [ "$failed" -ge 1 ]; then
+            retried="$retried $zone"
+        else
             late="$late $zone"
+        fi
     done
     [ -z "$late" ]
 }
@@ -184,6 +192,9 @@ for zone in r-nsd.test r-knot.test r-bind.test; do
     within $((start + 70 - SECONDS)) serves "$zone" 2 || fail "$zone: version 2 not served 70 s after the change$(peer_logs)"
     [ "$(count_lines "Zone Update Notification from .* about ${zone//./\\.}\\.( \\(TCP\\))?")" -eq 0 ] ||
         fail "a notification about $zone, which no primary announces"
+done
+for zone in $retried; do
+    within $((start + 70 - SECONDS)) serves "$zone" 2 || fail "$zone: not served at the poll after a dropped transfer"
 done
 echo "polled zones served anew after $((SECONDS - start)) s"
 for zone in $ZONES; do

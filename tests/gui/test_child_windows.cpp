@@ -158,7 +158,8 @@ private slots:
         remove->trigger();
         QCOMPARE(deleted.count(), 0);
         answer = true;
-        window.setLeases({{end, "192.168.0.9", "printer.home.lan.", ""}, {end, "10.0.0.3", "x.", ""}});
+        window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
+                          {end, "10.0.0.3", "x.home.lan.", "AB"}});
         remove->trigger(); // the refresh kept 192.168.0.9 selected
         QCOMPARE(asked,
                  QStringList(2, QStringLiteral("Please re-boot that client to avoid IP-Address conflicts!")));
@@ -168,8 +169,6 @@ private slots:
         // "Reserve this address": by hardware address for an Ethernet identifier, else by identifier.
         std::vector<DhcpFixed> reserved;
         connect(&window, &frmLeases::reserveRequested, [&](const DhcpFixed& fixed) { reserved.push_back(fixed); });
-        window.setLeases({{end, "192.168.0.9", "printer.home.lan.", std::string("\x01\xaa\xbb\xcc\xdd\xee\x01", 7)},
-                          {end, "10.0.0.3", "x.home.lan.", "AB"}});
         QCOMPARE(list->actions().value(1)->text(), QStringLiteral("Reserve this address"));
         for (int row = 0; row < 2; ++row) {
             list->setCurrentItem(list->topLevelItem(row));

@@ -259,10 +259,7 @@ private slots:
         Desk d([](TempFolder& folder) {
             const std::filesystem::path example = QUORVANE_SOURCE_DIR "/examples/home-office";
             std::filesystem::copy(example, folder.path(), std::filesystem::copy_options::recursive);
-            folder.write("dhcp.dat", "; Quorvane - DHCP Leases\n"
-                                     "laptop.home.lan.  192.168.1.100  01a4c3f0112233  2026-11-22 20:00:00\n"
-                                     "phone.home.lan.  192.168.1.101  01f2d4a0445566  2026-11-22 19:30:00\n"
-                                     "tv.home.lan.  192.168.1.102  0100163e778899  2026-11-22 21:15:00\n");
+            std::filesystem::copy_file(QUORVANE_SOURCE_DIR "/tests/data/gui/dhcp.dat", folder.path() / "dhcp.dat");
         });
         d.window.resize(1000, 700);
         d.window.start(false);

@@ -141,51 +141,10 @@ private slots:
     }
     void init() { QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane")).clear(); }
 
-    void menuCommandsReachTheEngine()
-    {
-        Desk d;
-        d.window.start(false);
-        d.trigger("mnuViewW1"); // the Active Log: from now on lines reach engine.log().activeLog()
-        QVERIFY(d.engine.log().activeLogOpen());
-        QVERIFY(d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
-
-        // Each command in turn, with what it changed compared with a golden transcript.
-        QString transcript;
-        for (const char* action : {"mnuStartStop", "mnuStartStop", "mnuReload", "!mnuClearCache", "mnuClearCache",
-                                   "mnuViewCache", "mnuQuery", "mnuDump", "mnuHelpDHCP", "mnuClearWindow"}) {
-            d.answer = action[0] != '!';
-            d.trigger(action + !d.answer);
-            transcript += action + (" | " + d.report()) + "\n";
-        }
-        test::expectGolden("main_window_commands.txt", transcript);
-        QVERIFY(QFile::exists(d.path("snapshot.dat")) && QFile::exists(d.path("support.txt")));
-        d.trigger("mnuVTool");
-        QCOMPARE(mainSetting("ToolBar"), QString("false"));
-
-        // Closing the log tells the engine, which then keeps no lines for the window.
-        d.window.childWindow(kLogWindow)->parentWidget()->close();
-        d.settle();
-        QVERIFY(!d.engine.log().activeLogOpen());
-        QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
-
-        // Accepted options go back to the engine, which applies and saves them.
-        d.trigger("mnuOptions");
-        auto* dialog = d.window.findChild<frmOptions*>();
-        QVERIFY(dialog != nullptr);
-        Settings changed = d.engine.settings();
-        changed.NAME = "changed.lan";
-        emit dialog->optionsAccepted(changed, {"10.9.9.9"});
-        d.settle();
-        QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
-        QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
-        QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
-        QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
-    }
-
-    // The first start tiles the log and the graph: here the example home network with three leases,
-    // answering questions (the README's picture). Closing asks first, then saves the layout, which the
-    // next start opens again.
-    void firstStartTilesAndClosingSavesTheLayout()
+    // A session on the example home network with three leases: the first start tiles the log and the
+    // graph; a minute of questions makes the README's picture; accepted options and each menu command
+    // reach the engine; closing asks first, then saves the layout, which the next start opens again.
+    void sessionFromFirstStartToClosing()
     {
         Desk d([](TempFolder& folder) {
             const std::filesystem::path example = QUORVANE_SOURCE_DIR "/examples/home-office";
@@ -218,20 +177,45 @@ private slots:
         d.trigger("mnuTile1"); // the three windows one above the other
         QVERIFY(test::saveScreenshot(d.window, "main_window"));
         d.window.childWindow(kLeasesWindow)->parentWidget()->close();
-        d.settle();
-        QSignalSpy closedDown(&d.window, &frmMain::closedDown);
-        d.trigger("mnuClearWindow"); // the questions' log lines are not looked at here
 
-        d.answer = false;
-        d.window.close();
+        // Accepted options go back to the engine, which applies and saves them.
+        d.trigger("mnuOptions");
+        auto* dialog = d.window.findChild<frmOptions*>();
+        QVERIFY(dialog != nullptr);
+        Settings changed = d.engine.settings();
+        changed.NAME = "changed.lan";
+        emit dialog->optionsAccepted(changed, {"10.9.9.9"});
         d.settle();
-        QCOMPARE(d.report(), "running | &Pause Server | ask: Exit Quorvane ? | log 0"); // nothing logged
+        QCOMPARE(d.engine.settings().NAME, std::string("changed.lan"));
+        QCOMPARE(d.engine.floodGuard().BlockList(), std::vector<std::string>{"10.9.9.9"});
+        QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
+        QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
+        d.trigger("mnuVTool");
+        QCOMPARE(mainSetting("ToolBar"), QString("false"));
 
-        d.answer = true;
+        // Closing the log tells the engine, which then keeps no lines for the window, until it is opened again.
+        d.window.childWindow(kLogWindow)->parentWidget()->close();
+        d.settle();
+        QVERIFY(!d.engine.log().activeLogOpen());
+        QVERIFY(!d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+        d.trigger("mnuViewW1");
+        QVERIFY(d.engine.log().activeLogOpen());
+        QVERIFY(d.window.findChild<QAction*>("mnuClearWindow")->isEnabled());
+
+        // Each command in turn, closing the window last, with what it changed compared with a golden transcript.
         const std::string layout = d.window.currentLayout();
-        d.window.close();
-        d.settle();
-        QCOMPARE(d.report(), "running | &Pause Server | ask: Exit Quorvane ? | log 1 | Program was closed by user.");
+        QSignalSpy closedDown(&d.window, &frmMain::closedDown);
+        d.report(); // what came before is not looked at here
+        QString transcript;
+        for (const char* action : {"mnuStartStop", "mnuStartStop", "mnuReload", "!mnuClearCache", "mnuClearCache",
+                                   "mnuViewCache", "mnuQuery", "mnuDump", "mnuHelpDHCP", "mnuClearWindow",
+                                   "!mnuExit", "mnuExit"}) {
+            d.answer = action[0] != '!';
+            d.trigger(action + !d.answer);
+            transcript += action + (" | " + d.report()) + "\n";
+        }
+        test::expectGolden("main_window_session.txt", transcript);
+        QVERIFY(QFile::exists(d.path("snapshot.dat")) && QFile::exists(d.path("support.txt")));
         QCOMPARE(closedDown.count(), 1);
         QCOMPARE(mainSetting("Windows").toStdString(), layout);
 

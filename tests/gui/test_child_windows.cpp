@@ -160,16 +160,10 @@ private slots:
         showAboutBox(nullptr);
         auto* box = qobject_cast<QDialog*>(QApplication::activeModalWidget());
         QVERIFY(box && box->isVisible());
-        QStringList texts;
-        int pictures = 0;
-        for (const QLabel* label : box->findChildren<QLabel*>()) {
-            if (label->pixmap().isNull())
-                texts << label->text();
-            else
-                ++pictures;
-        }
-        QCOMPARE(pictures, 1); // the program icon
-        QCOMPARE(texts, (QStringList{"Quorvane", "Version " + QString::fromStdString(versionText()),
+        QStringList shown; // the program icon as "picture"
+        for (const QLabel* label : box->findChildren<QLabel*>())
+            shown << (label->pixmap().isNull() ? label->text() : "picture");
+        QCOMPARE(shown, (QStringList{"picture", "Quorvane", "Version " + QString::fromStdString(versionText()),
                                      "DNS and DHCP server for small networks"}));
         QVERIFY(test::saveScreenshot(*box, QStringLiteral("about")));
         QPointer<QDialog> watch(box);

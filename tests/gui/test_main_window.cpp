@@ -120,13 +120,6 @@ struct Desk
     size_t logSeen = 0;
 };
 
-QString mainSetting(const char* key)
-{
-    return QSettings(QStringLiteral("Quorvane"), QStringLiteral("Quorvane"))
-        .value(QStringLiteral("Main/") + QLatin1String(key))
-        .toString();
-}
-
 } // namespace
 
 class TestMainWindow : public QObject
@@ -191,7 +184,7 @@ private slots:
         QCOMPARE(d.window.windowTitle(), QString("changed.lan - Quorvane"));
         QVERIFY(d.folder.read("quorvane.ini").starts_with("Name: changed.lan\n")); // rewritten with the change
         d.trigger("mnuVTool");
-        QCOMPARE(mainSetting("ToolBar"), QString("false"));
+        QCOMPARE(QSettings("Quorvane", "Quorvane").value("Main/ToolBar").toString(), QString("false"));
 
         // Closing the log tells the engine, which then keeps no lines for the window, until it is opened again.
         d.window.childWindow(kLogWindow)->parentWidget()->close();
@@ -217,7 +210,7 @@ private slots:
         test::expectGolden("main_window_session.txt", transcript);
         QVERIFY(QFile::exists(d.path("snapshot.dat")) && QFile::exists(d.path("support.txt")));
         QCOMPARE(closedDown.count(), 1);
-        QCOMPARE(mainSetting("Windows").toStdString(), layout);
+        QCOMPARE(QSettings("Quorvane", "Quorvane").value("Main/Windows").toString().toStdString(), layout);
 
         // The next start opens the same child windows; the end of a session closes without asking.
         Desk again;
@@ -240,9 +233,8 @@ private slots:
         QCOMPARE(formatLayout(layout), std::string("0 10 20 800 600 0 1 0 0 0 400 300 1 2"));
         QVERIFY(parseLayout(formatLayout(layout)) == layout);
         QVERIFY(layoutHasActiveLog(formatLayout(layout)));
-        const std::vector<std::string> bad{"", "x", "3", "0 1 2 3", "2 1", "2 0 0 0 7", "2 0 0 0 0 5"};
-        for (const std::string& text : bad)
-            QVERIFY2(!parseLayout(text), text.c_str());
+        for (const char* bad : {"", "x", "3", "0 1 2 3", "2 1", "2 0 0 0 7", "2 0 0 0 0 5"})
+            QVERIFY2(!parseLayout(bad), bad);
         QVERIFY(!layoutHasActiveLog("2 1 2 0"));
     }
 };

@@ -147,6 +147,7 @@ private slots:
         d.window.resize(1000, 700);
         d.window.start(false); // no saved layout
         QTest::qWait(20);
+        d.trigger("mnuViewW1"); // already open: brought to the front, not opened twice
         const auto* mdi = d.window.findChild<QMdiArea*>();
         const auto windows = mdi->subWindowList(QMdiArea::CreationOrder);
         QCOMPARE(windows.size(), 2);

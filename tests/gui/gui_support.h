@@ -17,13 +17,19 @@ inline bool saveScreenshot(QWidget& widget, const QString& name)
     return widget.grab().save(folder + "/" + name + ".png");
 }
 
+// The text of tests/data/gui/<name>; empty when it cannot be read.
+inline QString dataText(const QString& name)
+{
+    QFile file(QUORVANE_SOURCE_DIR "/tests/data/gui/" + name);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
 // Compares a text with tests/data/gui/<name>; when they differ the text is also written to
 // <name>.actual in the working folder, to compare by eye.
 inline void expectGolden(const QString& name, const QString& actual)
 {
-    QFile golden(QUORVANE_SOURCE_DIR "/tests/data/gui/" + name);
-    QVERIFY2(golden.open(QIODevice::ReadOnly), qPrintable(name));
-    const QString expected = QString::fromUtf8(golden.readAll());
+    const QString expected = dataText(name);
+    QVERIFY2(!expected.isEmpty(), qPrintable(name));
     if (actual != expected) {
         QFile out(name + ".actual");
         if (out.open(QIODevice::WriteOnly)) out.write(actual.toUtf8());

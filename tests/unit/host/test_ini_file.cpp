@@ -1,26 +1,15 @@
 #include "host/ini_file.h"
+#include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 namespace quorvane::test {
-
-namespace {
-
-std::string readFile(const char* path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
 
 TEST(IniFile, ReadingRules)
 {
     // Keys in any case, spaces around them and line ends of either kind; a line without a colon is
     // all key; a later line overrides an earlier one; a second DHCP line for an interface is dropped.
-    const Settings s = parseIni(readFile(QUORVANE_HOST_DATA "/reading_rules.ini"));
+    const Settings s = parseIni(fileText(QUORVANE_HOST_DATA "/reading_rules.ini"));
     EXPECT_EQ(s.NAME, "my.server.home");
     EXPECT_TRUE(s.STARTMINI);
     EXPECT_EQ(s.HOSTS, "C:\\Windows\\HOSTS"); // a path keeps its letter case
@@ -51,7 +40,7 @@ TEST(IniFile, ReadingRules)
 // The golden file sets every setting away from its default; it reads and is written back unchanged.
 TEST(IniFile, WrittenFormAndRoundTrip)
 {
-    const std::string golden = readFile(QUORVANE_HOST_DATA "/all_settings.ini");
+    const std::string golden = fileText(QUORVANE_HOST_DATA "/all_settings.ini");
     const Settings s = parseIni(golden);
     EXPECT_EQ(formatIni(s, 40123), golden);
     EXPECT_EQ(s.USER, "DnsUser"); // keeps its letter case
@@ -61,7 +50,7 @@ TEST(IniFile, WrittenFormAndRoundTrip)
     EXPECT_EQ(formatIni(Settings{}, 0), "HostsTTL: 3600 \nDNSRecursion: <all>\nReloadPort: 0 \nBombLevel: 0 \n");
     EXPECT_EQ(parseIni(formatIni(Settings{}, 0)), Settings{});
     // The additions' lines: read cleaned; unusable ones and a repeated domain, client or address dropped.
-    const Settings odd = parseIni(readFile(QUORVANE_HOST_DATA "/added_lines.ini"));
+    const Settings odd = parseIni(fileText(QUORVANE_HOST_DATA "/added_lines.ini"));
     EXPECT_EQ(odd.NS, (std::vector<std::string>{"10.0.0.4"}));
     EXPECT_EQ(odd.NSTLS.at("10.0.0.4"), "dns.example");
     EXPECT_EQ(odd.FORWARD, (std::vector<ForwardRule>{{"corp.test", {"10.0.0.5"}}}));

@@ -105,8 +105,10 @@ TEST(DhcpServer, StoriesOfOffersRenewalsDeclinesReleasesAndFixedAddresses)
 {
     for (const char* story : {"client_story", "offers_story", "fixed_story"}) {
         const std::string file = QUORVANE_DHCP_DATA "/" + std::string(story) + ".txt";
+        const std::string steps = fileText(file);
+        ASSERT_NE(steps, "") << file;
         DhcpFixture f;
-        expectGoldenFile(file, f.replay(fileText(file)));
+        expectGoldenFile(file, f.replay(steps));
     }
 }
 

@@ -11,11 +11,7 @@ namespace {
 TEST(DhcpMessage, DatagramsThatAreNoUsableRequestAreNotRead)
 {
     const Bytes good = dhcpRequest(7, "0.0.0.0", {{53, typeOption(1)}, {255, {}}});
-    const auto with = [&](size_t at, char value) {
-        Bytes changed = good;
-        changed[at] = value;
-        return changed;
-    };
+    const auto with = [&](size_t at, char value) { return Bytes(good).replace(at, 1, 1, value); };
     const std::pair<const char*, Bytes> cases[] = {
         {"240 bytes", good.substr(0, 240)}, {"a reply", with(0, 2)}, {"a wrong cookie", with(237, 0)},
         {"hlen 17", with(2, 17)}, {"no identity", with(2, 0)}, // no hardware address, no client identifier

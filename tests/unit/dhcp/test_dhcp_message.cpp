@@ -11,11 +11,7 @@ namespace {
 TEST(DhcpMessage, DatagramsThatAreNoUsableRequestAreNotRead)
 {
     const Bytes good = dhcpRequest(7, "0.0.0.0", {{53, typeOption(1)}, {255, {}}});
-    const auto with = [&](size_t at, char value) {
-        Bytes changed = good;
-        changed[at] = value;
-        return changed;
-    };
+    const auto with = [&](size_t at, char value) { return Bytes(good).replace(at, 1, 1, value); };
     const std::pair<const char*, Bytes> cases[] = {
         {"240 bytes", good.substr(0, 240)}, {"a reply", with(0, 2)}, {"a wrong cookie", with(237, 0)},
         {"hlen 17", with(2, 17)}, {"no identity", with(2, 0)}, // no hardware address, no client identifier
@@ -42,18 +38,15 @@ TEST(DhcpMessage, RequestsAreReadAndRepliesCarryTheirOptionsInOrder)
     auto request =
         readDhcpRequest(dhcpRequest(7, "10.0.0.100", options) + Bytes("\x0c\x09pc2", 5), testInterface()).value();
     EXPECT_EQ(request.MessageType, 3);
-    EXPECT_EQ(request.ClientIP, "10.0.0.100");
-    EXPECT_EQ(request.HostName, "pc1");
     EXPECT_EQ(request.ClientName, "pc1.home.lan.");
     EXPECT_EQ(request.ReqIP, "10.0.0.101");
     EXPECT_EQ(request.ServerID, "10.0.0.1");
-    EXPECT_EQ(request.ClientID, "\x01id");
-    EXPECT_TRUE(request.ClientIDSent);
 
     const std::vector<DhcpOptionData> added{{2, Bytes(4, '\1')}, {26, Bytes(2, '\2')}, {42, Bytes(4, '\3')},
                                             {119, Bytes(3, '\4')}};
     const Bytes offer = buildDhcpReply(request, dhcptype::Offer, "10.0.0.100", added);
-    // op, htype, hlen, hops, xid, secs and flags, ciaddr, yiaddr (the address), siaddr, giaddr, chaddr.
+    // op, htype, hlen, hops, xid, secs and flags, ciaddr, yiaddr (the address), siaddr, giaddr, chaddr;
+    // the request's ciaddr, host name (12) and client identifier (61) come back in the offer.
     EXPECT_EQ(HWToHex(offer.substr(0, 44)), "02010600" "12345678" "00000000" "0A000064" "0A000064" "00000000"
                                             "00000000" "02000000000700000000000000000000");
     EXPECT_EQ(offer.substr(236, 4), "\x63\x82\x53\x63");

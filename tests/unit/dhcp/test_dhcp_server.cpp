@@ -8,13 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <sstream>
 
 namespace quorvane::test {
 namespace {
-
 
 struct DhcpFixture
 {
@@ -35,20 +33,10 @@ struct DhcpFixture
         server.bind({testInterface(), elsewhere});
         socket = network.findOpen(false, 67);
     }
-    // Sends a request of the given type from host 02 00 00 00 00 <host>, through the relay agent at
-    // giaddr if one is given; the replies it got.
-    std::vector<FakeNetwork::Sent> ask(int host, int type, const std::string& ciaddr, DhcpOptions options,
-                                       const std::string& giaddr = "0.0.0.0")
-    {
-        options.insert(options.begin(), {53, typeOption(type)});
-        options.push_back({255, {}});
-        network.sent.clear();
-        server.DataArrival(socket, dhcpRequest(host, ciaddr, options).replace(24, 4, IPToData(giaddr)));
-        return network.sent;
-    }
     // Replays a transcript: each "> " line a step, then what the server sent and logged for it.
-    std::string replay(std::istream& in)
+    std::string replay(const std::string& script)
     {
+        std::istringstream in(script);
         std::string out;
         for (std::string line; std::getline(in, line);) {
             if (!line.starts_with("> ")) continue;
@@ -76,8 +64,13 @@ struct DhcpFixture
                 else if (key == "12") options.push_back({12, value});
                 else options.push_back({std::stoi(key), key == "61" ? HexToHW(value) : IPToData(value)});
             }
+            // From hardware address 02 00 00 00 00 <host>, through the relay agent at giaddr if one is given.
+            options.insert(options.begin(), {53, typeOption(types.at(verb))});
+            options.push_back({255, {}});
+            network.sent.clear();
+            server.DataArrival(socket, dhcpRequest(host, ciaddr, options).replace(24, 4, IPToData(giaddr)));
             std::string out;
-            for (const auto& reply : ask(host, types.at(verb), ciaddr, options, giaddr))
+            for (const auto& reply : network.sent)
                 out += std::to_string(reply.data[242]) + ' ' + DataToIP(reply.data.substr(16, 4)) + " to " +
                        addressText(reply.to.address) + ':' + std::to_string(reply.to.port) + " giaddr " +
                        DataToIP(reply.data.substr(24, 4)) + '\n';
@@ -108,27 +101,15 @@ struct DhcpFixture
 };
 
 // Each story starts on a fresh server serving testInterface() (leases of 600 s).
-void expectStory(const std::string& name)
+TEST(DhcpServer, StoriesOfOffersRenewalsDeclinesReleasesAndFixedAddresses)
 {
-    const std::string file = QUORVANE_DHCP_DATA "/" + name + ".txt";
-    std::ifstream in(file, std::ios::binary);
-    DhcpFixture f;
-    expectGoldenFile(file, f.replay(in));
-}
-
-TEST(DhcpServer, AClientIsOfferedAcknowledgedRenewedAndReleased)
-{
-    expectStory("client_story");
-}
-
-TEST(DhcpServer, OffersDeclinesAndOtherServersFreeAddressesInTheirTime)
-{
-    expectStory("offers_story");
-}
-
-TEST(DhcpServer, FixedAddressesGoToTheirOwnersOnly)
-{
-    expectStory("fixed_story");
+    for (const char* story : {"client_story", "offers_story", "fixed_story"}) {
+        const std::string file = QUORVANE_DHCP_DATA "/" + std::string(story) + ".txt";
+        const std::string steps = fileText(file);
+        ASSERT_NE(steps, "") << file;
+        DhcpFixture f;
+        expectGoldenFile(file, f.replay(steps));
+    }
 }
 
 } // namespace

@@ -9,13 +9,6 @@ namespace quorvane::test {
 
 namespace {
 
-Settings valid()
-{
-    Settings s;
-    s.NAME = "ns.home.lan";
-    return s;
-}
-
 clDHCPif office()
 {
     return {"192.168.1.1", "home.lan", "192.168.1.100", "192.168.1.200", "255.255.255.0", "192.168.1.254", 3600, true};
@@ -42,7 +35,8 @@ void change(Settings& s, clDHCPif& d, const std::string& field)
 TEST(Options, FirstFailureInDialogOrderAndRecursionChoices)
 {
     const Calls calls = {{"Check", [](const Args& a) {
-                              Settings s = valid();
+                              Settings s;
+                              s.NAME = "ns.home.lan";
                               clDHCPif d = office();
                               for (const auto& field : a) change(s, d, field);
                               const auto check = checkOptions(s, {d}, exists);
@@ -72,7 +66,8 @@ TEST(Options, DhcpAcceptedEnabledOnlyWithRangeInOrder)
     disabled.Enable = false;
     disabled.TTL = 0; // not checked: the interface is off
 
-    Settings s = valid();
+    Settings s;
+    s.NAME = "ns.home.lan";
     s.HOSTS = "/etc/hosts";
     const auto check = checkOptions(s, {disabled, backwards}, exists);
     ASSERT_FALSE(check.error);

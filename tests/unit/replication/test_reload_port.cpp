@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace quorvane::test {
 namespace {
 
@@ -30,10 +32,9 @@ TEST(ReloadPort, CommandsFromThisMachineReloadAndUnloadZones)
         port.DataArrival(from, command);
         transcript += "command: " + command + (from.address == kLocal.address ? "" : " (remote)") +
                       (running ? "" : " (paused)") + "\n" + logLines(f.host.lines) + "zones:";
-        Lines zones;
+        std::set<std::string> zones;
         for (const clZone& zone : f.store.Zones())
-            if (zone.Name.ends_with(".test.")) zones.push_back(zone.Name);
-        std::sort(zones.begin(), zones.end());
+            if (zone.Name.ends_with(".test.")) zones.insert(zone.Name);
         for (const std::string& zone : zones)
             transcript += " " + zone;
         transcript += "\nnotifications sent: " + std::to_string(f.rig.queries().size()) + "\n";

@@ -17,14 +17,6 @@ namespace {
 
 const std::filesystem::path kGolden = QUORVANE_ZONE_EDIT_DATA;
 
-std::string fileText(const std::filesystem::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
 ZoneRecord record(std::string_view line)
 {
     return readRecordLine(line, "office.test.").value_or(ZoneRecord{});
@@ -63,7 +55,7 @@ TEST(ZoneEdit, EditsKeepEveryLineTheyDoNotTouch)
 {
     std::ifstream edits(kGolden / "edits.txt");
     size_t checked = 0;
-    const std::string input = fileText(kGolden / "office.test.dns");
+    const std::string input = test::fileText(kGolden / "office.test.dns");
     for (std::string line; std::getline(edits, line); ++checked) {
         if (line.starts_with('#')) continue;
         const test::Args edit = test::tableFields(line);
@@ -132,7 +124,7 @@ TEST(ZoneEdit, SavesOnlyChangesAndAsksBeforeOverwritingAnotherWrite)
 {
     const test::TempFolder temp;
     const std::filesystem::path& folder = temp.path();
-    temp.write("office.test.dns", fileText(kGolden / "office.test.dns"));
+    temp.write("office.test.dns", test::fileText(kGolden / "office.test.dns"));
     temp.write("copy.test.dns", "; PrimaryIP 10.0.0.7\n");
     temp.write("notes.txt", "not a zone\n");
     std::string listed;
@@ -149,7 +141,7 @@ TEST(ZoneEdit, SavesOnlyChangesAndAsksBeforeOverwritingAnotherWrite)
     std::ofstream(folder / "office.test.dns", std::ios::app) << "; a transfer came in\n";
     EXPECT_EQ(saveZoneFile(*zone, today), SaveOutcome::ChangedOnDisk);
     EXPECT_EQ(saveZoneFile(*zone, {true, true, 2026, 11, 24}), SaveOutcome::Saved);
-    test::expectGoldenFile(kGolden / "saved.dns", fileText(folder / "office.test.dns"));
+    test::expectGoldenFile(kGolden / "saved.dns", test::fileText(folder / "office.test.dns"));
     EXPECT_FALSE(changedOnDisk(*zone));
     EXPECT_FALSE(std::filesystem::exists(folder / "office.test.dns.tmp"));
     EXPECT_FALSE(openZoneFile(folder, "missing.test", error));

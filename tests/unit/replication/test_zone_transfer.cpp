@@ -49,10 +49,7 @@ constexpr uint32_t kUnlisted = 0x0A000008; // 10.0.0.8
 
 TEST(ZoneTransfer, EachKindOfRequestGetsItsAnswerRefusalOrSilence)
 {
-    const auto with = [](Bytes message, size_t at, char value) {
-        message[at] = value;
-        return message;
-    };
+    const auto with = [](Bytes message, size_t at, char value) { return message.replace(at, 1, 1, value); };
     const Bytes noQuestion = makeQuery(8, "a.", 1, false).substr(0, 12) + '\0';
     const std::pair<uint32_t, Bytes> cases[] = {
         {kUnlisted, makeQuery(1, "open.test.", 6, true)},       // the SOA of a zone open to all

@@ -34,9 +34,7 @@ TEST(CacheFile, WritesRepeatedOwnersWithABlankAndReadsBack)
     f.store.saveCache(true);
     EXPECT_EQ(f.folder.read("snapshot.dat"), written + "zone.example. 3600 A 10.0.0.1\n");
     // With IPv6 records switched on, the learned AAAA record is written too.
-    StoreSettings withAaaa;
-    withAaaa.aaaa = true;
-    f.store.configure(withAaaa);
+    f.store.configure({"", 3600, 0, true});
     f.store.saveCache(false);
     EXPECT_EQ(f.folder.read("named.cache"), written + "other.example. 289 AAAA ::\n");
     f.store.configure({});

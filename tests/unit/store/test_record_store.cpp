@@ -1,40 +1,69 @@
 #include "store/record_store.h"
 
+#include "store/zone_text.h"
 #include "unit/store/store_test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <sstream>
+
 namespace quorvane::test {
 
 namespace {
-
-std::vector<std::string> owners(const RecordStore& store)
-{
-    std::vector<std::string> out;
-    for (const auto& [owner, record] : store.CacheRecords())
-        out.push_back(owner);
-    return out;
-}
 
 Bytes address(int last)
 {
     return Bytes{10, 0, 0, static_cast<char>(last)};
 }
 
-} // namespace
-
-// Records are ordered by name, case counting; a name's records stay in arrival order.
-TEST(RecordStore, KeepsRecordsOrderedByNameAndRunsInArrivalOrder)
+// Replays a script of steps on a fresh store: each "> " line a step, followed in the file by what it
+// showed; "#" lines are notes. "learn|file NAME TYPE TTL [DATA [PREF]]" adds a learned or a permanent
+// record (TYPE a mnemonic or a code, DATA an address for A, a name otherwise); "fill COUNT TYPE TTL DATA"
+// learns COUNT such records for n0. n1. ...; "wait SECONDS", "sweep" (shows the number of records
+// left), "clear", "texts NAME" and "dump".
+std::string replay(const std::string& script)
 {
     StoreFixture f;
-    for (const char* name : {"c.", "a.", "b.", "0.", "d."})
-        f.store.CacheAddF(name, rtype::A, 60, address(name[0]), 0, true);
-    f.store.CacheAddF("b.", rtype::MX, 60, "mx.b.", 5, true);
-    f.store.CacheAddF("B.", rtype::A, 60, address(9), 0, true);
-    expectGolden("record_store/ordered.txt", f.dump());
-    EXPECT_EQ(f.texts("b."), (std::vector<std::string>{"A 10.0.0.98", "MX 5 mx.b."}));
-    EXPECT_TRUE(f.store.records("bb.").empty());
-    EXPECT_TRUE(f.store.records("e.").empty());
+    std::istringstream in(script);
+    std::string out;
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with('#')) out += line + '\n'; // notes stay
+        if (!line.starts_with("> ")) continue;
+        out += line + '\n';
+        std::istringstream words(line.substr(2));
+        std::string verb, name, type, data;
+        int ttl = 0, pref = 0;
+        words >> verb >> name >> type >> ttl >> data >> pref;
+        const std::map<std::string, int> codes{{"A", rtype::A}, {"CNAME", rtype::CNAME}, {"MX", rtype::MX}};
+        const auto code = static_cast<int16_t>(codes.contains(type) ? codes.at(type) : std::atoi(type.c_str()));
+        const Bytes bytes = code == rtype::A ? parseAddress(data).value() : data;
+        if (verb == "learn") f.store.CacheAdd(name, code, ttl, bytes, pref);
+        if (verb == "file") f.store.CacheAddF(name, code, ttl, bytes, pref, true);
+        if (verb == "fill")
+            for (int i = 0; i < std::stoi(name); ++i)
+                f.store.CacheAdd("n" + std::to_string(i) + ".", code, ttl, bytes, 0);
+        if (verb == "wait") f.advanceSeconds(std::stod(name));
+        if (verb == "sweep") f.store.sweepCache();
+        if (verb == "sweep") out += std::to_string(f.store.recordCount()) + '\n';
+        if (verb == "clear") f.store.clearCache();
+        if (verb == "texts")
+            for (const std::string& text : f.texts(name)) out += text + '\n';
+        if (verb == "dump") out += f.dump();
+    }
+    return out;
+}
+
+} // namespace
+
+TEST(RecordStore, OrderAdditionsAndSweepsFollowTheirScripts)
+{
+    for (const char* script : {"ordered", "cache_add", "sweep", "sweep_many"}) {
+        const std::string file = QUORVANE_STORE_DATA "/record_store/" + std::string(script) + ".txt";
+        const std::string steps = fileText(file);
+        ASSERT_NE(steps, "") << file;
+        expectGoldenFile(file, replay(steps));
+    }
 }
 
 // Keys count up over the records read from files; learned records take none. Removing a zone
@@ -115,65 +144,6 @@ TEST(RecordStore, CacheOverItsCapDropsTheLearnedRecordsClosestToExpiry)
     runCallTable(QUORVANE_STORE_DATA "/cache_cap_calls.txt", {{"add", add}}, 6);
     f.store.configure({"", 3600, 0, false, false, unit}); // a lower cap takes effect at once
     EXPECT_EQ(kept(), "ez");
-}
-
-// A learned record with the same data is refreshed, another address is added beside it, a CNAME
-// replaces the name's CNAME, and zone data is never joined or replaced. Negative markers for the
-// name and for A go when an A arrives; one for MX stays, and a marker never removes another.
-TEST(RecordStore, CacheAddRefreshesReplacesAndRespectsPermanentData)
-{
-    StoreFixture f;
-    f.store.CacheAdd("h.", rtype::A, 100, address(1), 0);
-    f.advanceSeconds(50);
-    f.store.CacheAdd("h.", rtype::A, 100, address(1), 0);
-    f.store.CacheAdd("h.", rtype::A, 100, address(2), 0);
-    f.store.CacheAdd("alias.", rtype::CNAME, 100, "one.", 0);
-    f.store.CacheAdd("alias.", rtype::CNAME, 100, "two.", 0);
-    f.store.CacheAddF("zone.", rtype::A, 3600, address(5), 0, true);
-    f.store.CacheAdd("zone.", rtype::A, 100, address(6), 0);
-    f.store.CacheAdd("m.", rtype::kNameMarker, 100, "", 0);
-    f.store.CacheAdd("m.", rtype::kMarkerBase + rtype::MX, 100, "", 0);
-    f.store.CacheAdd("m.", rtype::kMarkerBase + rtype::A, 100, "", 0);
-    EXPECT_EQ(f.store.records("m.").size(), 3u);
-    f.store.CacheAdd("m.", rtype::A, 100, address(8), 0);
-    expectGolden("record_store/cache_add.txt", f.dump());
-}
-
-// Records are swept five seconds after they expire, one per tick while fewer than 300 are cached,
-// from a position that moves on through the cache and survives its clearing.
-TEST(RecordStore, SweepRemovesRecordsOnlyWellPastExpiry)
-{
-    StoreFixture f;
-    f.store.sweepCache(); // empty: nothing to do, no error
-    f.store.CacheAdd("a.", rtype::A, 10, address(1), 0);
-    f.store.CacheAdd("b.", rtype::A, 10, address(2), 0);
-    f.store.CacheAddF("c.", rtype::A, 0, address(3), 0, true);
-    f.store.CacheAdd("d.", rtype::A, 100, address(4), 0);
-    std::string counts;
-    for (int tick = 0; tick < 12; ++tick) {
-        f.advanceSeconds(tick == 0 ? 13 : tick == 4 ? 3 : 0); // expired 3 s ago, then 6 s ago
-        f.store.sweepCache();
-        counts += std::to_string(f.store.recordCount());
-    }
-    EXPECT_EQ(counts, "444432222222");
-    EXPECT_EQ(owners(f.store), (std::vector<std::string>{"c.", "d."}));
-    f.store.CacheAdd("z.", rtype::A, 1, address(1), 0);
-    f.store.clearCache();
-    EXPECT_EQ(owners(f.store), (std::vector<std::string>{"c."}));
-    for (int tick = 0; tick < 3; ++tick)
-        f.store.sweepCache(); // the position survived the clearing
-}
-
-TEST(RecordStore, SweepTakesOneRecordMorePerThreeHundred)
-{
-    StoreFixture f;
-    for (int i = 0; i < 900; ++i)
-        f.store.CacheAdd("n" + std::to_string(i) + ".", rtype::A, 1, address(1), 0);
-    f.advanceSeconds(10);
-    f.store.sweepCache();
-    EXPECT_EQ(f.store.recordCount(), 900u - 4u);
-    f.store.sweepCache();
-    EXPECT_EQ(f.store.recordCount(), 896u - 3u); // 896 / 300 + 1
 }
 
 } // namespace quorvane::test

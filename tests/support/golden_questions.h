@@ -68,7 +68,9 @@ inline std::string logAndSent(DnsFixture& s, size_t sentBefore)
     for (size_t i = sentBefore; i < queries.size(); ++i) {
         const DecodedReply q = decodeReply(queries[i].message);
         out << "sent " << addressText(queries[i].to.address) << ' ' << q.qname << ' ' << RTypeN(q.qtype)
-            << (q.rd ? " rd" : "") << (q.counts[3] != 0 ? " opt" : "") << '\n';
+            << (q.rd ? " rd" : "");
+        for (const auto& extra : q.section(4)) out << " + " << extra;
+        out << '\n';
     }
     return out.str();
 }

@@ -66,8 +66,8 @@ struct EngineFixture
     {
         return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
     }
-    // For golden files: what the front end was told since the last call (then forgotten), the state
-    // it shows and the sockets open now; the program folder reads as "FOLDER".
+    // For golden files: what the front end was told and the datagrams sent since the last call (then
+    // forgotten), the state it shows and the sockets open now; the program folder reads as "FOLDER".
     std::string told(const std::string& step)
     {
         std::string out = "== " + step + '\n';
@@ -77,6 +77,11 @@ struct EngineFixture
         for (const bool running : events.states) out += running ? "state running\n" : "state stopped\n";
         out += "status " + events.status + ", tray " + std::to_string(events.tray) + ", caption " + events.caption +
                (engine && engine->serverRunning() ? ", running" : "") + (events.closed ? ", closed" : "") + '\n';
+        for (const auto& sent : network.sent)
+            out += "sent from :" + std::to_string(network.localPort(sent.socket)) + " to " +
+                   addressText(sent.to.address) + ':' + std::to_string(sent.to.port) + '\n' +
+                   replyText(decodeReply(sent.data));
+        network.sent.clear();
         for (const auto& [id, bound] : network.open())
             out += (bound.tcp ? "tcp " : "udp ") + bound.address + ':' + std::to_string(bound.port) + '\n';
         events.lines.clear();

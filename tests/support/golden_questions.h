@@ -28,34 +28,12 @@ inline std::string readData(const std::string& file)
     return fileText(path);
 }
 
-// Control characters (the length bytes of TXT data) as a backslash and their decimal code.
-inline std::string visible(const std::string& text)
-{
-    std::string out;
-    for (const char c : text) out += c >= 0 && c < 0x20 ? "\\" + std::to_string(c) : std::string(1, c);
-    return out;
-}
-
 inline uint16_t typeCode(const std::string& mnemonic)
 {
     for (uint16_t type = 1; type < 300; ++type)
         if (RTypeN(type) == mnemonic) return type;
     ADD_FAILURE() << "unknown record type " << mnemonic;
     return 0;
-}
-
-// A reply as text: its header, its question and every record with its section and TTL.
-inline std::string replyText(const DecodedReply& r)
-{
-    std::ostringstream out;
-    out << "id " << r.id << " rcode " << r.rcode << (r.qr ? " qr" : "") << (r.aa ? " aa" : "") << (r.tc ? " tc" : "")
-        << (r.rd ? " rd" : "") << (r.ra ? " ra" : "") << '\n'
-        << "question " << r.qname << ' ' << RTypeN(r.qtype) << '\n';
-    const char* names[] = {"", "", "answer", "authority", "additional"};
-    for (const auto& rec : r.records)
-        out << names[rec.section] << ' ' << rec.name << ' ' << RTypeN(rec.type) << ' ' << visible(rec.data)
-            << " ttl " << rec.ttl << '\n';
-    return out.str();
 }
 
 // The log lines (then forgotten) and every query sent to another server from the given one on.

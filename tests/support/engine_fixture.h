@@ -88,6 +88,7 @@ struct EngineFixture
         events.messages.clear();
         events.reports.clear();
         events.states.clear();
+        events.closed = false;
         for (size_t at; (at = out.find(folder.path().string())) != std::string::npos;)
             out.replace(at, folder.path().string().size(), "FOLDER");
         return out;

@@ -36,12 +36,18 @@ inline uint16_t typeCode(const std::string& mnemonic)
     return 0;
 }
 
-// The log lines (then forgotten) and every query sent to another server from the given one on.
+// The log lines and daily log entries (then forgotten) and every query sent to another server from the given one on.
 inline std::string logAndSent(DnsFixture& s, size_t sentBefore)
 {
     std::ostringstream out;
     for (const auto& line : s.host.lines) out << "log " << line << '\n';
+    for (const auto& entry : s.host.dailyLogs) {
+        out << "daily ";
+        for (const char c : entry) out << (c == '\r' ? "\\r" : c == '\n' ? "\\n" : std::string(1, c));
+        out << '\n';
+    }
     s.host.lines.clear();
+    s.host.dailyLogs.clear();
     const auto queries = s.rig.queries();
     for (size_t i = sentBefore; i < queries.size(); ++i) {
         const DecodedReply q = decodeReply(queries[i].message);

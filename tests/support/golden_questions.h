@@ -1,8 +1,5 @@
-// Golden question files: questions to one server, each with the whole expected outcome as text.
-// Blocks are separated by blank lines; lines starting with '#' are comments. A block's first line
-// is the question, "NAME TYPE", with "norec" after it for a question without recursion; the rest
-// is what transcript() gives for it: the reply's header, question and records with their TTLs,
-// the log lines, and the queries sent to other servers.
+// Scripts of questions and answers kept as data, each step with the whole outcome it gives: replies
+// with every record and TTL, log lines and the queries sent to other servers.
 #pragma once
 
 #include "support/call_table.h"
@@ -59,39 +56,7 @@ inline std::string logAndSent(DnsFixture& s, size_t sentBefore)
     return out.str();
 }
 
-inline std::string transcript(DnsFixture& s, const std::string& question)
-{
-    std::istringstream words(question);
-    std::string name, type, flag;
-    words >> name >> type >> flag;
-    s.host.lines.clear();
-    const size_t sentBefore = s.rig.queries().size();
-    const DecodedReply r = s.ask(name, typeCode(type), flag != "norec");
-    return (r.ok ? replyText(r) : "no reply\n") + logAndSent(s, sentBefore);
-}
-
-// Asks every question of the file in turn and compares each outcome with its expected text.
-inline void checkGolden(DnsFixture& s, const std::string& file)
-{
-    std::istringstream in(readData(file));
-    std::string line, question, expected;
-    const auto check = [&] {
-        if (!question.empty()) {
-            EXPECT_EQ(transcript(s, question), expected) << file << ": " << question;
-        }
-        question.clear();
-        expected.clear();
-    };
-    while (std::getline(in, line)) {
-        if (line.starts_with('#')) continue;
-        if (line.empty()) check();
-        else if (question.empty()) question = line;
-        else expected += line + '\n';
-    }
-    check();
-}
-
-// Replay scripts drive a server step by step. Blocks: a step ("ask NAME TYPE", "answer FROM[:PORT] RCODE"
+// Replay scripts drive a server step by step. Blocks: a step ("ask NAME TYPE [norec]", "answer FROM[:PORT] RCODE"
 // with aa, tc or tcp after it, "tick SECOND" or "wait SECONDS"), an answer's records ("+ SECTION NAME TYPE
 // DATA TTL"; a SOA's data is its minimum), then all the step gives: replies to clients, log lines, queries.
 
@@ -124,7 +89,7 @@ inline std::string replayStep(DnsFixture& s, const std::string& step, const std:
     words >> verb >> first >> second;
     const std::set<std::string> flags{std::istream_iterator<std::string>(words), {}};
     if (verb == "ask") {
-        s.dns.ProcReq(kClient, makeQuery(7, first, typeCode(second), true));
+        s.dns.ProcReq(kClient, makeQuery(7, first, typeCode(second), flags.count("norec") == 0));
     } else if (verb == "answer") { // to the last query sent
         Bytes answer = makeAnswer(s.rig.queries().back().message, std::stoi(second), flags.count("aa") != 0, records);
         if (flags.count("tc") != 0) answer[2] = static_cast<char>(answer[2] | 2);
@@ -139,7 +104,11 @@ inline std::string replayStep(DnsFixture& s, const std::string& step, const std:
         s.clock.advance(std::chrono::seconds(std::stoi(first)));
     }
     std::string out;
-    for (size_t i = replied; i < s.host.replies.size(); ++i) out += replyText(decodeReply(s.host.replies[i].message));
+    for (size_t i = replied; i < s.host.replies.size(); ++i) {
+        const DecodedReply reply = decodeReply(s.host.replies[i].message);
+        EXPECT_TRUE(reply.ok) << "a reply with bytes left over or missing";
+        out += replyText(reply);
+    }
     return out + logAndSent(s, sent);
 }
 

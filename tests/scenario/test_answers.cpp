@@ -27,13 +27,13 @@ struct Server : DnsFixture {
 TEST(Answers, OwnZoneQuestionsMatchTheirGoldenReplies)
 {
     Server s;
-    checkGolden(s, "answers_own_zone.txt");
+    replay(s, "answers_own_zone.txt");
 }
 
 TEST(Answers, AliasChainStopsAfterTwentyFivePasses)
 {
     Server s(readData("alias_chain.dns"));
-    checkGolden(s, "answers_alias_chain.txt");
+    replay(s, "answers_alias_chain.txt");
     EXPECT_TRUE(s.dns.resolver().PendingRequests.empty());
 }
 
@@ -44,18 +44,7 @@ TEST(Answers, CachedRecordsExpireFiveSecondsLateAndAnyLeavesMarkersOut)
     s.store.CacheAdd("cached.example.", 1, 10, Bytes("\x0A\x01\x02\x03", 4), 0);
     s.store.CacheAdd("cached.example.", rtype::kMarkerBase + 15, 60, "", 0);
 
-    s.clock.advance(13s); // expired 3 seconds ago: still served, with TTL 0
-    auto r = s.ask("cached.example.", 1);
-    ASSERT_EQ(r.section(2), Lines{"cached.example. A 10.1.2.3"});
-    EXPECT_EQ(r.records[0].ttl, 0);
-    EXPECT_FALSE(r.aa);
-
-    EXPECT_EQ(s.ask("cached.example.", 255).section(2), Lines{"cached.example. A 10.1.2.3"});
-
-    s.clock.advance(3s); // 6 seconds past expiry: gone, and nobody else to ask
-    r = s.ask("cached.example.", 1);
-    EXPECT_EQ(r.rcode, 2);
-    EXPECT_EQ(s.host.dailyLogs.size(), 1u); // the fail.log entry, as for silent forwarders
+    replay(s, "answers_cached.txt");
 }
 
 TEST(Answers, RecursionOfferedByPattern)
@@ -83,13 +72,13 @@ TEST(Answers, SectionsCapAtHundred)
 {
     Server big(readData("many_addresses.dns"));
     big.host.maxLevel = -1;
-    checkGolden(big, "answers_many_addresses.txt");
+    replay(big, "answers_many_addresses.txt");
 }
 
 TEST(Answers, AutoCnameAddsTheTargetToAnAliasQuestion)
 {
     Server automatic(kZone, {"<all>", true, {}, false, {}, false});
-    checkGolden(automatic, "answers_auto_cname.txt");
+    replay(automatic, "answers_auto_cname.txt");
 }
 
 TEST(Answers, LocalNamesAnswerPrivateAndOneLabelNamesAtHome)
@@ -103,7 +92,7 @@ TEST(Answers, LocalNamesAnswerPrivateAndOneLabelNamesAtHome)
     s.folder.write("data/1.168.192.in-addr.arpa.dns", "@ IN SOA ns.zone. admin.zone. 3 3600 600 86400 300\n"
                                                       "10 IN PTR host.zone.\n");
     s.store.LoadBoot();
-    checkGolden(s, "answers_local_names.txt");
+    replay(s, "answers_local_names.txt");
 
     // Off, or the IPv6 ranges without AAAA: private names wait for the forwarder like any other.
     settings.aaaa = false;

@@ -1,4 +1,5 @@
 // The one-second tick and the DNS socket's flood check, driven through the engine.
+#include "support/call_table.h"
 #include "support/engine_fixture.h"
 
 #include <gtest/gtest.h>
@@ -52,57 +53,51 @@ TEST(Housekeeping, LateTickZeroesSkippedSecondsAcrossTheWrap)
 TEST(Housekeeping, FloodBlocksAndTheBlockSurvivesARestart)
 {
     Running r("BombLevel: 3\nWriteLog: Yes\n");
+    r.told("start");
     for (int i = 0; i < 5; ++i) r.query(0x0A000009);
+    std::string transcript = r.told("five questions from 10.0.0.9 in one second");
     EXPECT_EQ(r.engine->floodGuard().BlockList(), std::vector<std::string>{"10.0.0.9"});
-    EXPECT_EQ(std::count(r.events.lines.begin(), r.events.lines.end(),
-                         "IP address 10.0.0.9 blocked (more than 3 Requests per second)"),
-              1);
     const std::string blockLog = r.folder.read("logs/" + dateStamp(r.clock.now()) + "block.log");
     EXPECT_EQ(blockLog, "23:59:58   IP address 10.0.0.9 blocked (more than 3 DNS Requests per second)\r\n");
 
     r.engine->close(CloseReason::User);
     EXPECT_EQ(r.folder.read("blocks.dat"), "; Quorvane - IP address blocks\r\n10.0.0.9\r\n");
     r.engine.reset();
-    r.events.lines.clear();
     r.restart();
+    r.told("restart");
     r.query(0x0A000009);
-    EXPECT_EQ(r.events.lines.back(), "Request from 10.0.0.9 on Block list. Ignored!");
+    transcript += r.told("another question after the restart");
     // Paused: datagrams are dropped before the check, silently.
     r.engine->execute(Command::StartStop);
-    const auto lines = r.events.lines.size();
+    r.told("pause");
     r.query(0x0A000009);
-    EXPECT_EQ(r.events.lines.size(), lines);
+    expectGoldenFile(QUORVANE_SCENARIO_DATA "/housekeeping_flood.txt", transcript + r.told("a question while paused"));
 }
 
 TEST(Housekeeping, QueriesToForwardersLeaveAndReturnOnTheirOwnSocket)
 {
     Running r("RecursionOut: YES\nNS: 127.0.0.2\nLogDetail: YES\n");
     const SocketId dns = r.network.findOpen(false, 53);
+    r.told("start");
     r.network.deliver(dns, {0x0A000005, 5353}, makeQuery(9, "www.example.org.", 1, true));
-    ASSERT_EQ(r.network.sent.size(), 1u);
-    const auto query = r.network.sent[0];
-    EXPECT_NE(query.socket, dns);
-    EXPECT_EQ(query.to, (Endpoint{0x7F000002, 53}));
-    EXPECT_EQ(r.events.lines.back(), "Sending request to 127.0.0.2 (external) for A-record for www.example.org.");
+    const SocketId outgoing = r.network.sent.at(0).socket;
+    std::string transcript = r.told("a question for the forwarder");
 
     // The timer asks again once the two-second wait for a lone forwarder is over.
     r.clock.advance(2000ms);
-    ASSERT_EQ(r.network.sent.size(), 2u);
-    EXPECT_EQ(r.network.sent[1].socket, query.socket);
+    const Bytes retry = r.network.sent.at(0).data;
+    transcript += r.told("two seconds later");
 
-    // Queries on the outgoing socket are dropped; an answer there reaches the client from port 53.
-    const auto lines = r.events.lines.size();
-    r.network.deliver(query.socket, {0x0A000006, 5353}, makeQuery(1, "x.", 1, true));
-    EXPECT_EQ(r.events.lines.size(), lines);
-    const Bytes answer = makeAnswer(r.network.sent[1].data, 0, false, {wireA(2, "www.example.org.", "192.0.2.1")});
-    r.network.deliver(query.socket, {0x7F000002, 53}, answer);
-    ASSERT_EQ(r.network.sent.size(), 3u);
-    EXPECT_EQ(r.network.sent[2].socket, dns);
-    EXPECT_EQ(decodeReply(r.network.sent[2].data).section(2), std::vector<std::string>{"www.example.org. A 192.0.2.1"});
-
-    // An answer that comes to port 53 is taken as one too.
+    // Queries on the outgoing socket are dropped; an answer there reaches the client from port 53,
+    // and one that comes to port 53 is taken as one too.
+    r.network.deliver(outgoing, {0x0A000006, 5353}, makeQuery(1, "x.", 1, true));
+    transcript += r.told("a question to the outgoing socket");
+    const Bytes answer = makeAnswer(retry, 0, false, {wireA(2, "www.example.org.", "192.0.2.1")});
+    r.network.deliver(outgoing, {0x7F000002, 53}, answer);
+    transcript += r.told("the answer");
     r.network.deliver(dns, {0x7F000002, 53}, answer);
-    EXPECT_EQ(r.events.lines.back(), "Reply from 127.0.0.2: Ignored - No matching requests.");
+    transcript += r.told("the answer again, to port 53");
+    expectGoldenFile(QUORVANE_SCENARIO_DATA "/housekeeping_forwarder.txt", transcript);
 }
 
 } // namespace quorvane::test

@@ -9,6 +9,7 @@
 #include "wire/type_names.h"
 
 #include <map>
+#include <sstream>
 
 namespace quorvane::test {
 
@@ -85,6 +86,21 @@ DecodedReply decodeReply(const Bytes& message)
     }
     d.ok = rest.empty();
     return d;
+}
+
+std::string replyText(const DecodedReply& r)
+{
+    std::ostringstream out;
+    out << "id " << r.id << " rcode " << r.rcode << (r.qr ? " qr" : "") << (r.aa ? " aa" : "") << (r.tc ? " tc" : "")
+        << (r.rd ? " rd" : "") << (r.ra ? " ra" : "") << '\n'
+        << "question " << r.qname << ' ' << RTypeN(r.qtype) << '\n';
+    const char* names[] = {"", "", "answer", "authority", "additional"};
+    for (const auto& rec : r.records) {
+        out << names[rec.section] << ' ' << rec.name << ' ' << RTypeN(rec.type) << ' ';
+        for (const char c : rec.data) out << (c >= 0 && c < 0x20 ? "\\" + std::to_string(c) : std::string(1, c));
+        out << " ttl " << rec.ttl << '\n';
+    }
+    return out.str();
 }
 
 WireRecord wireA(int section, const std::string& name, const std::string& address, uint32_t ttl)

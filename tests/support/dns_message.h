@@ -39,6 +39,9 @@ struct DecodedReply {
 };
 
 DecodedReply decodeReply(const Bytes& message);
+// A message as text for golden files: its header, its question and every record with its section and
+// TTL; control characters (the length bytes of TXT data) as a backslash and their decimal code.
+std::string replyText(const DecodedReply& r);
 
 // A record as another server sends it, uncompressed.
 struct WireRecord {

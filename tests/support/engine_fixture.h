@@ -66,6 +66,33 @@ struct EngineFixture
     {
         return std::find(events.lines.begin(), events.lines.end(), line) != events.lines.end();
     }
+    // For golden files: what the front end was told and the datagrams sent since the last call (then
+    // forgotten), the state it shows and the sockets open now; the program folder reads as "FOLDER".
+    std::string told(const std::string& step)
+    {
+        std::string out = "== " + step + '\n';
+        for (const auto& line : events.lines) out += "log " + line + '\n';
+        for (const auto& text : events.messages) out += "message " + text + '\n';
+        for (const auto& text : events.reports) out += "report " + text + '\n';
+        for (const bool running : events.states) out += running ? "state running\n" : "state stopped\n";
+        out += "status " + events.status + ", tray " + std::to_string(events.tray) + ", caption " + events.caption +
+               (engine && engine->serverRunning() ? ", running" : "") + (events.closed ? ", closed" : "") + '\n';
+        for (const auto& sent : network.sent)
+            out += "sent from :" + std::to_string(network.localPort(sent.socket)) + " to " +
+                   addressText(sent.to.address) + ':' + std::to_string(sent.to.port) + '\n' +
+                   replyText(decodeReply(sent.data));
+        network.sent.clear();
+        for (const auto& [id, bound] : network.open())
+            out += (bound.tcp ? "tcp " : "udp ") + bound.address + ':' + std::to_string(bound.port) + '\n';
+        events.lines.clear();
+        events.messages.clear();
+        events.reports.clear();
+        events.states.clear();
+        events.closed = false;
+        for (size_t at; (at = out.find(folder.path().string())) != std::string::npos;)
+            out.replace(at, folder.path().string().size(), "FOLDER");
+        return out;
+    }
 
     FakeClock clock;
     FakeNetwork network;

@@ -53,7 +53,8 @@ struct WireRecord {
 };
 WireRecord wireA(int section, const std::string& name, const std::string& address, uint32_t ttl = 3600);
 // NS, CNAME or PTR: a record whose data is one name.
-WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target, uint32_t ttl = 3600);
+WireRecord wireName(int section, const std::string& name, uint16_t type, const std::string& target,
+                    uint32_t ttl = 3600);
 // A SOA record: ns.<zone> admin.<zone> serial 3600 600 86400 minimum.
 WireRecord wireSoa(const std::string& zone, uint32_t ttl, uint32_t minimum, uint32_t serial = 1, int section = 3);
 

@@ -52,7 +52,8 @@ blocked_all() {
     done
 }
 blocked_all || fail "blocked names: $(for n in hosts.ads.test a.plain.ads.test adblock.ads.test; do answer $n; done)"
-# (Allow lists, exceptions and local data named on a list: BlockLists.LocalDataAllowListAndExemptClientsWinAliasesAreFollowed.)
+# (Allow lists, exceptions and local data named on a list:
+# BlockLists.LocalDataAllowListAndExemptClientsWinAliasesAreFollowed.)
 
 "$QUORVANE_CTL" --dir "$folder" update-lists >/dev/null || fail "quorvane-ctl update-lists"
 within 10 grep -q '"GET /plain.txt HTTP/1.1" 304' "$WORK/http.log" || fail "no 304: $(cat "$WORK/http.log")"

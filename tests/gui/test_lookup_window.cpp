@@ -21,13 +21,16 @@ using namespace quorvane;
 
 namespace {
 
-// The reply to any question: its A record for 192.0.2.8, the question's name and type kept in asked.
+// The reply to any question: an A record for 192.0.2.8 and an additional one for the name server; the
+// question's name and type kept in asked.
 std::string reply(std::string_view query, std::string& asked)
 {
     WireReader reader(query, 12);
     asked = reader.name();
     asked += " " + std::to_string(reader.shortValue());
-    return test::makeAnswer(query, 0, true, {test::wireA(2, "www.example.test.", "192.0.2.8")});
+    return test::makeAnswer(query, 0, true,
+                            {test::wireA(2, "www.example.test.", "192.0.2.8"),
+                             test::wireA(4, "ns.example.test.", "192.0.2.53")});
 }
 
 } // namespace
@@ -76,9 +79,10 @@ private slots:
         QVERIFY2(status->text().startsWith("No Error from " + server + " over UDP in "),
                  qPrintable(status->text()));
         QVERIFY2(status->text().endsWith("flags: qr aa rd ra"), qPrintable(status->text()));
-        QCOMPARE(rows->rowCount(), 1);
+        QCOMPARE(rows->rowCount(), 2);
         QCOMPARE(queries, 1);
         QCOMPARE(rows->item(0, 4)->text(), QString("192.0.2.8"));
+        QCOMPARE(rows->item(1, 0)->text() + " " + rows->item(1, 4)->text(), QString("Additional 192.0.2.53"));
         window.resize(820, 520);
         QVERIFY(test::saveScreenshot(window, "lookup_window"));
 

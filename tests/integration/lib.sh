@@ -8,7 +8,9 @@ fail() {
     exit 1
 }
 
-# Starts the server headless on program folder $1 (extra arguments follow); sets SERVER_PID.
+# Starts the server headless on program folder $1 (extra arguments follow); sets SERVER_PID. It names
+# the folder as --dir=FOLDER; the desktop case and the second server of nsd_knot_bind_both_ways use
+# the other form, --dir FOLDER.
 start_server() {
     local dir=$1
     shift
@@ -16,7 +18,7 @@ start_server() {
     # later, and meanwhile wait_for would find the previous server's lines.
     : >"$WORK/stdout"
     : >"$WORK/stderr"
-    "$QUORVANE" --headless --dir "$dir" "$@" >>"$WORK/stdout" 2>>"$WORK/stderr" &
+    "$QUORVANE" --headless --dir="$dir" "$@" >>"$WORK/stdout" 2>>"$WORK/stderr" &
     SERVER_PID=$!
     started "$SERVER_PID"
 }

@@ -44,6 +44,8 @@ ctl records office.test
 [ "$(cat "$WORK/ctl")" = "@ 86400 SOA ns1.office.test. admin.office.test. $((today + 1)) 3600 600 86400 300
 @ 86400 NS ns1.office.test.
 ns1 86400 A 127.0.0.1" ] || fail "records: $(cat "$WORK/ctl")"
+ctl set-serial office.test 4294967295 # the largest serial there is
+within 5 serial_is 127.0.0.1 4294967295 || fail "serial $(serial 127.0.0.1) after set-serial 4294967295"
 
 # --- The reload port ------------------------------------------------------------------------------
 port=$(sed -nE 's/^ReloadPort: *([0-9]+) *$/\1/p' "$folder/quorvane.ini")

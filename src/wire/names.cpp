@@ -17,8 +17,9 @@ constexpr size_t kMaxLabel = 63;
 // at least one of them; a longer chain is a loop and ends the name as unreadable.
 constexpr int kMaxPointerHops = 127;
 // A name takes at most 255 bytes in wire form, so its text (without the final zero byte) at most 254.
-// Pointers can make a longer one out of a few bytes; it ends as unreadable, and nothing past the
-// limit is copied, so a hostile message cannot make a name cost more than its bytes.
+// Pointers can make a longer one out of a few bytes; it ends as unreadable, and no label is copied
+// once the limit is passed (the one that passes it is), so a hostile message cannot make a name cost
+// more than its bytes.
 constexpr size_t kMaxNameText = 254;
 
 unsigned byteAt(std::string_view bytes, size_t at)
